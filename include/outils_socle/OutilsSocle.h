@@ -1,0 +1,16 @@
+#pragma once
+
+// Everything OutilsSocle offers, in one include. Each header also stands alone.
+#include <outils_socle/Export.h>
+#include <outils_socle/conteneurs/ListeC.h>
+#include <outils_socle/conteneurs/ListeT.h>
+#include <outils_socle/conteneurs/ListesDePtr.h>
+#include <outils_socle/texte/ChaineN.h>
+#include <outils_socle/texte/ConvertisseurChaineN.h>
+#include <outils_socle/texte/DAlerteDeleguay.h>
+#include <outils_socle/texte/DAlerteInfo.h>
+#include <outils_socle/texte/ErreurFichier.h>
+#include <outils_socle/texte/Exception.h>
+#include <outils_socle/texte/ExceptionCode.h>
+#include <outils_socle/texte/Objet.h>
+#include <outils_socle/texte/UniChaine.h>

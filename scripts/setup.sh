@@ -1,0 +1,31 @@
+#!/usr/bin/env bash
+# Installs the Debian packages this project builds, tests and benchmarks with.
+# Quiet and quick when everything is already there; needs root (or sudo) otherwise.
+set -euo pipefail
+
+paquets=(
+  cmake make g++ pkg-config python3
+  qtbase5-dev
+  libboost-thread-dev libboost-system-dev
+  zlib1g-dev libicu-dev
+  libgtest-dev libgmock-dev libbenchmark-dev
+  wfrench ccache
+)
+
+manquants=()
+for p in "${paquets[@]}"; do
+  if ! dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed'; then
+    manquants+=("$p")
+  fi
+done
+[ ${#manquants[@]} -eq 0 ] && exit 0
+
+echo "setup: installing ${manquants[*]}" >&2
+sudo_si_besoin=()
+if [ "$(id -u)" -ne 0 ]; then
+  command -v sudo >/dev/null || { echo "setup: need root to install: ${manquants[*]}" >&2; exit 1; }
+  sudo_si_besoin=(sudo)
+fi
+export DEBIAN_FRONTEND=noninteractive
+"${sudo_si_besoin[@]}" apt-get update -qq
+"${sudo_si_besoin[@]}" apt-get install -y -qq --no-install-recommends "${manquants[@]}" >/dev/null

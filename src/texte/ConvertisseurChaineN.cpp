@@ -1,0 +1,402 @@
+// The seven converters behind ChaineN. UTF-8 is the hot path: both directions copy runs of
+// ASCII sixteen bytes at a time (SSE2, part of every x86-64) and fall back to the byte-level
+// state machine for the rest.
+#include <outils_socle/texte/ConvertisseurChaineN.h>
+
+#include <bit>
+#include <cstring>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+#include "texte/TablesUnOctet.h"
+
+namespace sdd {
+
+namespace {
+
+constexpr char16_t kRemplacement = 0xFFFD;
+
+// ---- UTF-8 decoding, one walk for counting and for writing.
+
+// Decodes one non-ASCII sequence starting at p (p < fin). Writes its units through `o` when
+// Ecris, and returns the units produced; `p` moves past the bytes consumed.
+template <bool Ecris>
+inline unsigned DecodeSequenceUTF8(const unsigned char*& p, const unsigned char* fin, char16_t* o) {
+  const unsigned char b = *p;
+  unsigned suite;
+  unsigned char bas = 0x80, haut = 0xBF;
+  uint32_t cp;
+  if (b >= 0xC2 && b <= 0xDF) {
+    suite = 1;
+    cp = b & 0x1F;
+  } else if (b >= 0xE0 && b <= 0xEF) {
+    suite = 2;
+    cp = b & 0x0F;
+    if (b == 0xE0) bas = 0xA0;
+    if (b == 0xED) haut = 0x9F;  // no encoded surrogates
+  } else if (b >= 0xF0 && b <= 0xF4) {
+    suite = 3;
+    cp = b & 0x07;
+    if (b == 0xF0) bas = 0x90;
+    if (b == 0xF4) haut = 0x8F;  // nothing above U+10FFFF
+  } else {
+    ++p;  // matches no row of the table
+    if constexpr (Ecris) *o = kRemplacement;
+    return 1;
+  }
+  ++p;
+  for (unsigned k = 0; k < suite; ++k) {
+    if (p == fin || *p < bas || *p > haut) {
+      if constexpr (Ecris) *o = kRemplacement;  // broken off: the valid bytes are consumed
+      return 1;
+    }
+    cp = (cp << 6) | (*p & 0x3F);
+    ++p;
+    bas = 0x80;
+    haut = 0xBF;
+  }
+  if (cp < 0x10000) {
+    if constexpr (Ecris) *o = static_cast<char16_t>(cp);
+    return 1;
+  }
+  if constexpr (Ecris) {
+    o[0] = static_cast<char16_t>(0xD800 + ((cp - 0x10000) >> 10));
+    o[1] = static_cast<char16_t>(0xDC00 + (cp & 0x3FF));
+  }
+  return 2;
+}
+
+template <bool Ecris>
+uint64_t ParcoursUTF8(const char* octets, uint64_t n, char16_t* sortie) {
+  const unsigned char* p = reinterpret_cast<const unsigned char*>(octets);
+  const unsigned char* const fin = p + n;
+  uint64_t unites = 0;
+  while (p < fin) {
+#if defined(__SSE2__)
+    const __m128i zero = _mm_setzero_si128();
+    while (fin - p >= 16) {
+      const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+      if (_mm_movemask_epi8(v) != 0) break;
+      if constexpr (Ecris) {
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(sortie + unites), _mm_unpacklo_epi8(v, zero));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(sortie + unites + 8), _mm_unpackhi_epi8(v, zero));
+      }
+      p += 16;
+      unites += 16;
+    }
+    if (p == fin) break;
+#endif
+    if (*p < 0x80) {
+      if constexpr (Ecris) sortie[unites] = *p;
+      ++p;
+      ++unites;
+    } else {
+      unites += DecodeSequenceUTF8<Ecris>(p, fin, Ecris ? sortie + unites : nullptr);
+    }
+  }
+  return unites;
+}
+
+// ---- UTF-8 encoding
+
+// Bytes of the character at u[0]; `lues` gets 1 or 2 units.
+inline unsigned TailleCaractereUTF8(const char16_t* u, uint64_t n, unsigned* lues) {
+  const char16_t c = u[0];
+  *lues = 1;
+  if (c < 0x80) return 1;
+  if (c < 0x800) return 2;
+  if (c >= 0xD800 && c <= 0xDFFF && n > 1) {
+    *lues = 2;
+    return 4;
+  }
+  return 3;
+}
+
+inline void EcrisCaractereUTF8(const char16_t* u, unsigned taille, unsigned char* o) {
+  const char16_t c = u[0];
+  switch (taille) {
+    case 1:
+      o[0] = static_cast<unsigned char>(c);
+      break;
+    case 2:
+      o[0] = static_cast<unsigned char>(0xC0 | (c >> 6));
+      o[1] = static_cast<unsigned char>(0x80 | (c & 0x3F));
+      break;
+    case 3:
+      o[0] = static_cast<unsigned char>(0xE0 | (c >> 12));
+      o[1] = static_cast<unsigned char>(0x80 | ((c >> 6) & 0x3F));
+      o[2] = static_cast<unsigned char>(0x80 | (c & 0x3F));
+      break;
+    default: {
+      // The second unit is taken as it is, low surrogate or not.
+      const uint32_t cp = (static_cast<uint32_t>((c & 0x3FF) + 0x40) << 10) | (u[1] & 0x3FF);
+      o[0] = static_cast<unsigned char>(0xF0 | (cp >> 18));
+      o[1] = static_cast<unsigned char>(0x80 | ((cp >> 12) & 0x3F));
+      o[2] = static_cast<unsigned char>(0x80 | ((cp >> 6) & 0x3F));
+      o[3] = static_cast<unsigned char>(0x80 | (cp & 0x3F));
+    }
+  }
+}
+
+#if defined(__SSE2__)
+// True when the 16 units at u are all ASCII; their bytes are then stored at o.
+inline bool CopieSeizeASCII(const char16_t* u, unsigned char* o) {
+  const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(u));
+  const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(u + 8));
+  const __m128i haut = _mm_set1_epi16(static_cast<short>(0xFF80));
+  if (_mm_movemask_epi8(_mm_cmpeq_epi16(_mm_and_si128(_mm_or_si128(a, b), haut),
+                                        _mm_setzero_si128())) != 0xFFFF)
+    return false;
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(o), _mm_packus_epi16(a, b));
+  return true;
+}
+#endif
+
+char16_t Echange16(char16_t u) { return static_cast<char16_t>((u >> 8) | (u << 8)); }
+
+}  // namespace
+
+// ---- Base
+
+ConvertisseurChaineN::~ConvertisseurChaineN() = default;
+
+uint64_t ConvertisseurChaineN::LongueurOctets(const char* octets) const {
+  return std::strlen(octets);
+}
+
+uint64_t ConvertisseurChaineN::CompteNonRepresentables(const char16_t*, uint64_t) const { return 0; }
+
+const ConvertisseurChaineN& ConvertisseurChaineN::ConvertisseurPourCodage(int codage) {
+  // Function-local statics: each converter is built once, on first use, under the compiler's
+  // thread-safe initialisation guard, and lives until the process ends.
+  switch (codage) {
+    case ChaineN::kCodageLatin9: {
+      static const ConvertisseurChaineNLatin9 c;
+      return c;
+    }
+    case ChaineN::kCodageWinLatin1: {
+      static const ConvertisseurChaineNWinLatin1 c;
+      return c;
+    }
+    case ChaineN::kCodageDOS: {
+      static const ConvertisseurChaineNDOS c;
+      return c;
+    }
+    case ChaineN::kCodageUTF8: {
+      static const ConvertisseurChaineNUTF8 c;
+      return c;
+    }
+    case ChaineN::kCodageUTF16LE: {
+      static const ConvertisseurChaineNUTF16LE c;
+      return c;
+    }
+    case ChaineN::kCodageUTF16BE: {
+      static const ConvertisseurChaineNUTF16BE c;
+      return c;
+    }
+    default: {
+      static const ConvertisseurChaineNMacRoman c;
+      return c;
+    }
+  }
+}
+
+void ConvertisseurChaineN::LibereConvertisseurPourCodage(int) {}
+
+// ---- Single-byte encodings
+
+ConvertisseurChaineNCodageUnOctet::ConvertisseurChaineNCodageUnOctet(const char16_t (&table)[256])
+    : table_(table) {
+  // Walk downward so that the lowest byte wins when two bytes share a unit.
+  for (int octet = 255; octet >= 0x80; --octet) {
+    const char16_t u = table[octet];
+    if (u < 0x80) continue;
+    auto& page = pages_[u >> 8];
+    if (!page) page = std::make_unique<unsigned char[]>(256);
+    page[u & 0xFF] = static_cast<unsigned char>(octet);
+  }
+}
+
+ConvertisseurChaineNCodageUnOctet::~ConvertisseurChaineNCodageUnOctet() = default;
+
+unsigned char ConvertisseurChaineNCodageUnOctet::DonneOctet(char16_t u) const {
+  if (u < 0x80) return static_cast<unsigned char>(u);
+  const auto& page = pages_[u >> 8];
+  const unsigned char octet = page ? page[u & 0xFF] : 0;
+  return octet ? octet : '?';
+}
+
+unsigned ConvertisseurChaineNCodageUnOctet::EncodeCaractere(const char16_t* u, uint64_t, char* sortie,
+                                                            unsigned* lues) const {
+  if (sortie) *sortie = static_cast<char>(DonneOctet(u[0]));
+  *lues = 1;
+  return 1;
+}
+
+unsigned ConvertisseurChaineNCodageUnOctet::DecodeCaractere(const char* octets, uint64_t,
+                                                            char16_t* sortie, unsigned* ecrites) const {
+  *sortie = table_[static_cast<unsigned char>(octets[0])];
+  *ecrites = 1;
+  return 1;
+}
+
+uint64_t ConvertisseurChaineNCodageUnOctet::CompteUnites(const char*, uint64_t n) const { return n; }
+
+uint64_t ConvertisseurChaineNCodageUnOctet::Decode(const char* octets, uint64_t n, char16_t* sortie) const {
+  for (uint64_t i = 0; i < n; ++i) sortie[i] = table_[static_cast<unsigned char>(octets[i])];
+  return n;
+}
+
+uint64_t ConvertisseurChaineNCodageUnOctet::TailleEncodee(const char16_t*, uint64_t n) const { return n; }
+
+uint64_t ConvertisseurChaineNCodageUnOctet::Encode(const char16_t* u, uint64_t n, char* sortie,
+                                                   uint64_t taille) const {
+  const uint64_t m = n < taille ? n : taille;
+  for (uint64_t i = 0; i < m; ++i) sortie[i] = static_cast<char>(DonneOctet(u[i]));
+  return m;
+}
+
+uint64_t ConvertisseurChaineNCodageUnOctet::CompteNonRepresentables(const char16_t* u, uint64_t n) const {
+  uint64_t compte = 0;
+  for (uint64_t i = 0; i < n; ++i) compte += (u[i] != u'?' && DonneOctet(u[i]) == '?');
+  return compte;
+}
+
+ConvertisseurChaineNMacRoman::ConvertisseurChaineNMacRoman()
+    : ConvertisseurChaineNCodageUnOctet(detail::kTableMacRoman) {}
+ConvertisseurChaineNLatin9::ConvertisseurChaineNLatin9()
+    : ConvertisseurChaineNCodageUnOctet(detail::kTableLatin9) {}
+ConvertisseurChaineNWinLatin1::ConvertisseurChaineNWinLatin1()
+    : ConvertisseurChaineNCodageUnOctet(detail::kTableWinLatin1) {}
+ConvertisseurChaineNDOS::ConvertisseurChaineNDOS()
+    : ConvertisseurChaineNCodageUnOctet(detail::kTableDOS) {}
+
+// ---- UTF-8
+
+unsigned ConvertisseurChaineNUTF8::EncodeCaractere(const char16_t* u, uint64_t n, char* sortie,
+                                                   unsigned* lues) const {
+  const unsigned taille = TailleCaractereUTF8(u, n, lues);
+  if (sortie) EcrisCaractereUTF8(u, taille, reinterpret_cast<unsigned char*>(sortie));
+  return taille;
+}
+
+unsigned ConvertisseurChaineNUTF8::DecodeCaractere(const char* octets, uint64_t n, char16_t* sortie,
+                                                   unsigned* ecrites) const {
+  const unsigned char* p = reinterpret_cast<const unsigned char*>(octets);
+  if (*p < 0x80) {
+    *sortie = *p;
+    *ecrites = 1;
+    return 1;
+  }
+  *ecrites = DecodeSequenceUTF8<true>(p, p + n, sortie);
+  return static_cast<unsigned>(p - reinterpret_cast<const unsigned char*>(octets));
+}
+
+uint64_t ConvertisseurChaineNUTF8::CompteUnites(const char* octets, uint64_t n) const {
+  return ParcoursUTF8<false>(octets, n, nullptr);
+}
+
+uint64_t ConvertisseurChaineNUTF8::Decode(const char* octets, uint64_t n, char16_t* sortie) const {
+  return ParcoursUTF8<true>(octets, n, sortie);
+}
+
+uint64_t ConvertisseurChaineNUTF8::TailleEncodee(const char16_t* u, uint64_t n) const {
+  uint64_t taille = 0;
+  for (uint64_t i = 0; i < n;) {
+    const char16_t c = u[i];
+    if (c < 0x80) {
+      ++taille;
+      ++i;
+      continue;
+    }
+    unsigned lues;
+    taille += TailleCaractereUTF8(u + i, n - i, &lues);
+    i += lues;
+  }
+  return taille;
+}
+
+uint64_t ConvertisseurChaineNUTF8::Encode(const char16_t* u, uint64_t n, char* sortie,
+                                          uint64_t taille) const {
+  unsigned char* o = reinterpret_cast<unsigned char*>(sortie);
+  unsigned char* const debut = o;
+  unsigned char* const fin = o + taille;
+  uint64_t i = 0;
+  while (i < n) {
+#if defined(__SSE2__)
+    while (n - i >= 16 && fin - o >= 16 && CopieSeizeASCII(u + i, o)) {
+      i += 16;
+      o += 16;
+    }
+    if (i == n) break;
+#endif
+    const char16_t c = u[i];
+    if (c < 0x80) {
+      if (o == fin) break;
+      *o++ = static_cast<unsigned char>(c);
+      ++i;
+      continue;
+    }
+    unsigned lues;
+    const unsigned t = TailleCaractereUTF8(u + i, n - i, &lues);
+    if (static_cast<uint64_t>(fin - o) < t) break;
+    EcrisCaractereUTF8(u + i, t, o);
+    o += t;
+    i += lues;
+  }
+  return static_cast<uint64_t>(o - debut);
+}
+
+// ---- UTF-16
+
+uint64_t ConvertisseurChaineNUTF16::LongueurOctets(const char* octets) const {
+  uint64_t n = 0;
+  while (octets[n] != 0 || octets[n + 1] != 0) n += 2;
+  return n;
+}
+
+unsigned ConvertisseurChaineNUTF16::EncodeCaractere(const char16_t* u, uint64_t n, char* sortie,
+                                                    unsigned* lues) const {
+  if (sortie) Encode(u, 1, sortie, 2);
+  (void)n;
+  *lues = 1;
+  return 2;
+}
+
+unsigned ConvertisseurChaineNUTF16::DecodeCaractere(const char* octets, uint64_t n, char16_t* sortie,
+                                                    unsigned* ecrites) const {
+  if (n < 2) {  // half a unit: nothing to decode, but the byte is consumed
+    *ecrites = 0;
+    return 1;
+  }
+  Decode(octets, 2, sortie);
+  *ecrites = 1;
+  return 2;
+}
+
+uint64_t ConvertisseurChaineNUTF16::CompteUnites(const char*, uint64_t n) const { return n / 2; }
+
+uint64_t ConvertisseurChaineNUTF16::Decode(const char* octets, uint64_t n, char16_t* sortie) const {
+  const uint64_t unites = n / 2;
+  std::memcpy(sortie, octets, unites * 2);
+  if (grosBoutiste_ != (std::endian::native == std::endian::big))
+    for (uint64_t i = 0; i < unites; ++i) sortie[i] = Echange16(sortie[i]);
+  return unites;
+}
+
+uint64_t ConvertisseurChaineNUTF16::TailleEncodee(const char16_t*, uint64_t n) const { return 2 * n; }
+
+uint64_t ConvertisseurChaineNUTF16::Encode(const char16_t* u, uint64_t n, char* sortie,
+                                           uint64_t taille) const {
+  const uint64_t unites = n < taille / 2 ? n : taille / 2;
+  const bool echange = grosBoutiste_ != (std::endian::native == std::endian::big);
+  for (uint64_t i = 0; i < unites; ++i) {
+    const char16_t c = echange ? Echange16(u[i]) : u[i];
+    std::memcpy(sortie + 2 * i, &c, 2);
+  }
+  return 2 * unites;
+}
+
+}  // namespace sdd

@@ -1,0 +1,70 @@
+#include <outils_socle/texte/Exception.h>
+
+#include <string>
+
+namespace sdd::exceptions {
+
+Exception::Exception(const UniChaine& message, const UniChaine& explication)
+    : message_(message), explication_(explication) {}
+
+Exception::~Exception() = default;
+
+UniChaine Exception::MessageComplet() const { return message_ + " : " + explication_; }
+
+// The texts are the library's own and must stay as they are, oddities included: ErreurSyntaxe
+// shares OperationInvalide's message, and "Memoire insuffisante" carries no accent.
+ErreurDeserialisation::ErreurDeserialisation(const UniChaine& detail)
+    : Exception("Erreur de désérialisation", detail) {}
+ErreurDeserialisation::~ErreurDeserialisation() = default;
+
+ErreurSyntaxe::ErreurSyntaxe() : Exception("L'opération est invalide", UniChaine()) {}
+ErreurSyntaxe::~ErreurSyntaxe() = default;
+
+IndexHorsBorne::IndexHorsBorne(uint64_t index, uint64_t min, uint64_t max)
+    : Exception("L'index est hors limite",
+                "index=" + std::to_string(index) + " min=" + std::to_string(min) +
+                    " max=" + std::to_string(max)) {}
+IndexHorsBorne::~IndexHorsBorne() = default;
+
+LiberationObjetImpossible::LiberationObjetImpossible()
+    : Exception("Impossible de libérer l'objet dans l'espace mémoire", UniChaine()) {}
+LiberationObjetImpossible::~LiberationObjetImpossible() = default;
+
+MemoireInsuffisante::MemoireInsuffisante(const UniChaine& detail)
+    : Exception("Memoire insuffisante", detail) {}
+MemoireInsuffisante::~MemoireInsuffisante() = default;
+
+OperationInvalide::OperationInvalide() : Exception("L'opération est invalide", UniChaine()) {}
+OperationInvalide::~OperationInvalide() = default;
+
+OuvertureEchouee::OuvertureEchouee(const UniChaine& detail)
+    : Exception("Ouverture échouée", detail) {}
+OuvertureEchouee::~OuvertureEchouee() = default;
+
+PointeurInvalide::PointeurInvalide() : Exception("Violation d'accès à la mémoire.", UniChaine()) {}
+PointeurInvalide::~PointeurInvalide() = default;
+
+TableNonValide::TableNonValide(const UniChaine& detail) : Exception("Table non valide", detail) {}
+TableNonValide::~TableNonValide() = default;
+
+ValeurIndefinieIterateur::ValeurIndefinieIterateur()
+    : Exception("Impossible d'accéder à la valeur dans l'itérateur",
+                "L'itérateur doit être à la fin.") {}
+ValeurIndefinieIterateur::~ValeurIndefinieIterateur() = default;
+
+ExceptionModulePrismale::ExceptionModulePrismale(const UniChaine& message,
+                                                 const UniChaine& explication)
+    : Exception(message, explication) {}
+ExceptionModulePrismale::~ExceptionModulePrismale() = default;
+
+}  // namespace sdd::exceptions
+
+namespace sdd {
+
+void LanceIndexHorsBorne(uint64_t index, uint64_t min, uint64_t max) {
+  throw exceptions::IndexHorsBorne(index, min, max);
+}
+
+void LanceErreurSyntaxe() { throw exceptions::ErreurSyntaxe(); }
+
+}  // namespace sdd
