@@ -169,6 +169,9 @@ ChaineN::ChaineN(const char16_t* unites, uint64_t n, bool copie) : tampon_(0) {
   tampon_ = reinterpret_cast<uintptr_t>(t) | 1;
 }
 
+ChaineN::ChaineN(const char16_t* unites, int n, bool copie)
+    : ChaineN(unites, n >= 0 ? static_cast<uint64_t>(n) : (LanceIndexHorsBorne(static_cast<uint64_t>(n), 0, 0), 0), copie) {}
+
 ChaineN::ChaineN(const char16_t& c) : tampon_(0) { AjouteFin(c); }
 
 ChaineN::ChaineN(const char* octets, Codage codage) : tampon_(0) { AjouteFin(octets, codage); }

@@ -131,7 +131,10 @@ ListeC<std::pair<uint64_t, uint64_t>> ChaineN::RechercheMotEntier(const ChaineN&
 }
 
 bool ChaineN::ContientRegex(const ChaineN& expression, int64_t* position, int64_t* longueur) const {
-  const QRegularExpression regex(QString::fromUtf16(expression.DonneUnites(), static_cast<int>(expression.Longueur())));
+  // Unicode classes, so that \w and \b know accented letters.
+  const QRegularExpression regex(
+      QString::fromUtf16(expression.DonneUnites(), static_cast<int>(expression.Longueur())),
+      QRegularExpression::UseUnicodePropertiesOption);
   if (!regex.isValid()) LanceErreurSyntaxe();
   // The subject is read in place: no copy of this string's units.
   const QString sujet = QString::fromRawData(reinterpret_cast<const QChar*>(DonneUnites()), static_cast<int>(Longueur()));
@@ -375,11 +378,13 @@ ChaineN& ChaineN::NormaliseApostrophe() {
 ChaineN& ChaineN::ConvertisCarsTypographiques() {
   static const ListeT<ChaineN> anciens{
       ChaineN(u"\u2019"), ChaineN(u"\u2018"), ChaineN(u"\u201C"), ChaineN(u"\u201D"),
-      ChaineN(u"\u00AB\u00A0"), ChaineN(u"\u00A0\u00BB"), ChaineN(u"\u00AB"), ChaineN(u"\u00BB"),
+      ChaineN(u"\u00AB\u00A0"), ChaineN(u"\u00A0\u00BB"), ChaineN(u"\u00AB\u202F"), ChaineN(u"\u202F\u00BB"),
+      ChaineN(u"\u00AB "), ChaineN(u" \u00BB"), ChaineN(u"\u00AB"), ChaineN(u"\u00BB"),
       ChaineN(u"\u2010"), ChaineN(u"\u2011"), ChaineN(u"\u2013"), ChaineN(u"\u2014"),
       ChaineN(u"\u2212"), ChaineN(u"\u2026")};
   static const ListeT<ChaineN> nouveaux{
       ChaineN(u"'"), ChaineN(u"'"), ChaineN(u"\""), ChaineN(u"\""),
+      ChaineN(u"\""), ChaineN(u"\""), ChaineN(u"\""), ChaineN(u"\""),
       ChaineN(u"\""), ChaineN(u"\""), ChaineN(u"\""), ChaineN(u"\""),
       ChaineN(u"-"), ChaineN(u"-"), ChaineN(u"-"), ChaineN(u"-"),
       ChaineN(u"-"), ChaineN(u"...")};

@@ -67,6 +67,8 @@ public:
   // alive and unchanged while this string (or a copy) still reads it.
   explicit ChaineN(const char16_t* unites, bool copie = true);
   ChaineN(const char16_t* unites, uint64_t n, bool copie = true);
+  // So that ChaineN(p, 2) means two units, not a flag; a negative count throws IndexHorsBorne.
+  ChaineN(const char16_t* unites, int n, bool copie = true);
   explicit ChaineN(const char16_t& c);
   // Bytes decoded from `codage`, up to the encoded terminator or n bytes.
   ChaineN(const char* octets, Codage codage = kCodageUTF8);  // NOLINT(google-explicit-constructor)
@@ -221,7 +223,8 @@ public:
   // Every whole-word occurrence, as (position, length) pairs, left to right.
   ListeC<std::pair<uint64_t, uint64_t>> RechercheMotEntier(const ChaineN& motif,
                                                            Malgray m = kMalgrayRien) const;
-  // A Perl-compatible regular expression; an invalid one throws ErreurSyntaxe. The first match,
+  // A Perl-compatible regular expression with Unicode classes (\w matches "é"); an invalid one
+  // throws ErreurSyntaxe. The first match,
   // if any, is reported through `position` and `longueur`.
   bool ContientRegex(const ChaineN& expression, int64_t* position = nullptr,
                      int64_t* longueur = nullptr) const;
@@ -254,7 +257,8 @@ public:
   ChaineN& ConsolideBlancs();             // a run of blanks becomes one space
   ChaineN& ConsolideBlancsMemeTypes();    // a run of one blank becomes one of it
   ChaineN& NormaliseApostrophe();         // ’ ‘ ` ´ become '
-  // Typographic characters to plain text: curly quotes, guillemets (« » become "), dashes and
+  // Typographic characters to plain text: curly quotes, guillemets (« » and the space inside
+  // them become "), dashes and
   // the minus sign (become -), the ellipsis (becomes ...), and blanks (become spaces).
   ChaineN& ConvertisCarsTypographiques();
   ChaineN& ConvertisRetoursDeCharriot();  // CR LF and lone CR become LF

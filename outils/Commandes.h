@@ -1,0 +1,28 @@
+#pragma once
+
+#include <outils_socle/texte/ChaineN.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+// The subcommands of outils-socle. Each takes its own arguments (without the subcommand's name)
+// and returns the process exit code: 0 on success, 1 when the work failed (a file that cannot be
+// read), 2 for a usage error.
+namespace outils {
+
+int Convertis(const std::vector<std::string>& arguments);
+int Demo(const std::vector<std::string>& arguments);
+
+// The encoding a user's name designates, case-insensitively ("UTF-8", "latin9", "CP1252"...).
+std::optional<sdd::ChaineN::Codage> CodageDepuisNom(const std::string& nom);
+const char* NomDuCodage(sdd::ChaineN::Codage codage);
+// The accepted names, for help texts.
+std::string NomsDesCodages();
+
+// Reads a whole file ("-" for standard input); false with a message on stderr on failure.
+bool LisFichier(const std::string& chemin, std::string& contenu);
+// Prints "outils-socle: <message>" on stderr.
+void Erreur(const std::string& message);
+
+}  // namespace outils

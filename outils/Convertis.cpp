@@ -1,0 +1,169 @@
+// outils-socle convertis: re-encodes a file or standard input, through ChaineN.
+#include <outils_socle/texte/ChaineN.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <sstream>
+
+#include "Commandes.h"
+
+namespace outils {
+
+namespace {
+
+using C = sdd::ChaineN;
+
+struct NomCodage {
+  const char* nom;
+  C::Codage codage;
+};
+
+// The first name of each encoding is the one shown to users.
+const NomCodage kNoms[] = {
+    {"UTF-8", C::kCodageUTF8},        {"UTF8", C::kCodageUTF8},
+    {"UTF-16LE", C::kCodageUTF16LE},  {"UTF16LE", C::kCodageUTF16LE},
+    {"UTF-16BE", C::kCodageUTF16BE},  {"UTF16BE", C::kCodageUTF16BE},
+    {"MacRoman", C::kCodageMacRoman}, {"Macintosh", C::kCodageMacRoman},
+    {"Mac", C::kCodageMacRoman},      {"Latin-9", C::kCodageLatin9},
+    {"Latin9", C::kCodageLatin9},     {"ISO-8859-15", C::kCodageLatin9},
+    {"CP1252", C::kCodageWinLatin1},  {"Windows-1252", C::kCodageWinLatin1},
+    {"WinLatin1", C::kCodageWinLatin1}, {"CP850", C::kCodageDOS},
+    {"IBM850", C::kCodageDOS},        {"DOS", C::kCodageDOS},
+};
+
+bool MemeNom(const std::string& a, const char* b) {
+  return a.size() == std::strlen(b) &&
+         std::equal(a.begin(), a.end(), b, [](char x, char y) { return std::tolower(x) == std::tolower(y); });
+}
+
+const char* const kAide =
+    "Usage : outils-socle convertis [-f CODAGE] [-t CODAGE] [-o SORTIE] [FICHIER]\n"
+    "\n"
+    "Convertit FICHIER (ou l'entrée standard, ou « - ») du codage -f au codage -t et écrit le\n"
+    "résultat sur la sortie standard ou dans SORTIE. Les octets mal formés en UTF-8 deviennent\n"
+    "U+FFFD ; les caractères que le codage d'arrivée ne connaît pas deviennent « ? », et leur\n"
+    "nombre est signalé sur l'erreur standard.\n"
+    "\n"
+    "Options :\n"
+    "  -f, --de CODAGE       codage d'origine (défaut : UTF-8)\n"
+    "  -t, --vers CODAGE     codage d'arrivée (défaut : UTF-8)\n"
+    "  -o, --sortie FICHIER  fichier de sortie (défaut : sortie standard)\n"
+    "  -h, --help            affiche cette aide\n"
+    "\n"
+    "Codages (sans distinction de casse) : ";
+
+}  // namespace
+
+std::optional<C::Codage> CodageDepuisNom(const std::string& nom) {
+  for (const NomCodage& n : kNoms)
+    if (MemeNom(nom, n.nom)) return n.codage;
+  return std::nullopt;
+}
+
+const char* NomDuCodage(C::Codage codage) {
+  for (const NomCodage& n : kNoms)
+    if (n.codage == codage) return n.nom;
+  return "?";
+}
+
+std::string NomsDesCodages() {
+  std::string noms;
+  for (const NomCodage& n : kNoms) noms += (noms.empty() ? "" : ", ") + std::string(n.nom);
+  return noms;
+}
+
+void Erreur(const std::string& message) { std::cerr << "outils-socle: " << message << '\n'; }
+
+bool LisFichier(const std::string& chemin, std::string& contenu) {
+  if (chemin == "-") {
+    contenu.assign(std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>());
+    return true;
+  }
+  std::ifstream f(chemin, std::ios::binary);
+  if (!f) {
+    Erreur("impossible de lire « " + chemin + " » : " + std::strerror(errno));
+    return false;
+  }
+  std::ostringstream tout;
+  tout << f.rdbuf();
+  if (f.bad()) {
+    Erreur("erreur de lecture dans « " + chemin + " »");
+    return false;
+  }
+  contenu = tout.str();
+  return true;
+}
+
+int Convertis(const std::vector<std::string>& arguments) {
+  C::Codage de = C::kCodageUTF8, vers = C::kCodageUTF8;
+  std::string entree = "-", sortie;
+  bool entreeVue = false;
+  for (size_t i = 0; i < arguments.size(); ++i) {
+    const std::string& a = arguments[i];
+    if (a == "-h" || a == "--help") {
+      std::cout << kAide << NomsDesCodages() << ".\n";
+      return 0;
+    }
+    if (a == "-f" || a == "--de" || a == "-t" || a == "--vers" || a == "-o" || a == "--sortie") {
+      if (i + 1 == arguments.size()) {
+        Erreur("l'option " + a + " attend une valeur");
+        return 2;
+      }
+      const std::string& valeur = arguments[++i];
+      if (a == "-o" || a == "--sortie") {
+        sortie = valeur;
+        continue;
+      }
+      const auto codage = CodageDepuisNom(valeur);
+      if (!codage) {
+        Erreur("codage inconnu : « " + valeur + " » (codages : " + NomsDesCodages() + ")");
+        return 2;
+      }
+      (a == "-f" || a == "--de" ? de : vers) = *codage;
+    } else if (a.size() > 1 && a[0] == '-') {
+      Erreur("option inconnue : " + a + " (voir outils-socle convertis --help)");
+      return 2;
+    } else if (entreeVue) {
+      Erreur("un seul fichier d'entrée est accepté");
+      return 2;
+    } else {
+      entree = a;
+      entreeVue = true;
+    }
+  }
+
+  std::string octets;
+  if (!LisFichier(entree, octets)) return 1;
+  const C texte(octets.data(), de, octets.size());
+  const std::string resultat = texte.Encode(vers);
+  const uint64_t remplaces = texte.CompteNonRepresentables(vers);
+
+  if (sortie.empty()) {
+    std::cout.write(resultat.data(), static_cast<std::streamsize>(resultat.size()));
+    std::cout.flush();
+    if (!std::cout) {
+      Erreur("écriture impossible sur la sortie standard");
+      return 1;
+    }
+  } else {
+    std::ofstream f(sortie, std::ios::binary);
+    f.write(resultat.data(), static_cast<std::streamsize>(resultat.size()));
+    f.close();
+    if (!f) {
+      Erreur("impossible d'écrire « " + sortie + " » : " + std::strerror(errno));
+      return 1;
+    }
+  }
+  if (remplaces > 0)
+    std::cerr << "outils-socle: " << remplaces << (remplaces > 1 ? " caractères remplacés" : " caractère remplacé")
+              << " par « ? » (absents de " << NomDuCodage(vers) << ")\n";
+  return 0;
+}
+
+}  // namespace outils

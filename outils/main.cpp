@@ -1,0 +1,45 @@
+// outils-socle: the command-line face of the library.
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "Commandes.h"
+
+namespace {
+
+constexpr const char* kVersion = "0.1.0";
+
+const char* const kAide =
+    "Usage : outils-socle <commande> [options]\n"
+    "\n"
+    "Commandes :\n"
+    "  convertis   convertit un texte d'un codage à un autre (comme iconv)\n"
+    "  demo        fait l'aller-retour de la liste de mots française dans les sept codages\n"
+    "\n"
+    "Options :\n"
+    "  -h, --help      affiche cette aide ; « outils-socle <commande> --help » aide sur une commande\n"
+    "  -V, --version   affiche la version\n";
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc < 2) {
+    std::fputs(kAide, stderr);
+    return 2;
+  }
+  const std::string commande = argv[1];
+  const std::vector<std::string> arguments(argv + 2, argv + argc);
+  if (commande == "-h" || commande == "--help" || commande == "aide") {
+    std::fputs(kAide, stdout);
+    return 0;
+  }
+  if (commande == "-V" || commande == "--version") {
+    std::printf("outils-socle %s\n", kVersion);
+    return 0;
+  }
+  if (commande == "convertis") return outils::Convertis(arguments);
+  if (commande == "demo") return outils::Demo(arguments);
+  outils::Erreur("commande inconnue : « " + commande + " » (voir outils-socle --help)");
+  return 2;
+}
