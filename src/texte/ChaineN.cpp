@@ -5,6 +5,7 @@
 #include <outils_socle/texte/Exception.h>
 
 #include <atomic>
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -27,11 +28,9 @@ struct ChaineN::_TamponEmprunte {
   const char16_t* unites;
 };
 
-static_assert(sizeof(uint64_t) * 3 == 24);
+
 
 namespace {
-
-const char16_t kVide[1] = {0};
 
 std::atomic_ref<uint64_t> Compte(uint64_t& compte) { return std::atomic_ref<uint64_t>(compte); }
 
@@ -91,22 +90,17 @@ void ChaineN::Relache() noexcept {
   tampon_ = 0;
 }
 
-uint64_t ChaineN::Longueur() const {
-  if (tampon_ == 0) return 0;
-  return EstEmpruntee() ? Emprunte()->longueur : Possede()->longueur;
-}
-
 uint64_t ChaineN::Capacite() const {
   if (tampon_ == 0) return 0;
   return EstEmpruntee() ? Emprunte()->longueur : Possede()->capacite;
 }
 
-const char16_t* ChaineN::DonneUnites() const {
-  if (tampon_ == 0) return kVide;
-  return EstEmpruntee() ? Emprunte()->unites : Possede()->Unites();
-}
-
 void ChaineN::Assure(uint64_t n) {
+  // The header's inline accessors read these offsets directly.
+  static_assert(offsetof(_TamponPossede, longueur) == 0);
+  static_assert(offsetof(_TamponEmprunte, longueur) == 0);
+  static_assert(offsetof(_TamponEmprunte, unites) == 16);
+  static_assert(sizeof(_TamponPossede) == 24);
   const uint64_t capacite = Capacite();
   if (n == 0 || (tampon_ != 0 && capacite >= n)) return;
   uint64_t c = capacite;
@@ -133,6 +127,13 @@ void ChaineN::Assure(uint64_t n) {
 }
 
 char16_t* ChaineN::Modifiable(uint64_t n) {
+  // The common case first: an owned buffer, held alone, already large enough.
+  if (tampon_ != 0 && !EstEmpruntee()) {
+    _TamponPossede* t = Possede();
+    if (t->capacite >= n && t->capacite > t->longueur &&
+        Compte(t->compte).load(std::memory_order_acquire) == 1)
+      return t->Unites();
+  }
   const uint64_t longueur = Longueur();
   if (n < longueur + 1) n = longueur + 1;
   Assure(n);  // leaves a borrowed text owned, since its capacity is its length
@@ -241,7 +242,7 @@ ChaineN& ChaineN::InsereOctets(uint64_t position, const char* octets, Codage cod
   uint64_t besoin = n;
   if (n > 4096 && Capacite() < longueur + n + 1) besoin = convertisseur.CompteUnites(octets, n);
   char16_t* u = Modifiable(longueur + besoin + 1);
-  const uint64_t ecrites = convertisseur.Decode(octets, n, u + longueur);
+  const uint64_t ecrites = convertisseur.Decode(octets, n, u + longueur, Possede()->capacite - longueur);
   MetsLongueur(longueur + ecrites);
   return *this;
 }
@@ -259,6 +260,15 @@ ChaineN& ChaineN::AjouteFin(const char16_t* unites) {
 }
 ChaineN& ChaineN::AjouteFin(const char16_t* unites, uint64_t n) { return Insere(Longueur(), unites, n); }
 ChaineN& ChaineN::AjouteFin(char16_t c) {
+  if (tampon_ != 0 && !EstEmpruntee()) {
+    _TamponPossede* t = Possede();
+    if (t->capacite >= t->longueur + 2 && Compte(t->compte).load(std::memory_order_acquire) == 1) {
+      char16_t* u = t->Unites();
+      u[t->longueur] = c;
+      u[++t->longueur] = 0;
+      return *this;
+    }
+  }
   const uint64_t longueur = Longueur();
   Modifiable(longueur + 2)[longueur] = c;
   MetsLongueur(longueur + 1);

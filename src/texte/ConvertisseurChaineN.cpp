@@ -5,6 +5,7 @@
 
 #include <bit>
 #include <cstring>
+#include <iterator>
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -68,35 +69,84 @@ inline unsigned DecodeSequenceUTF8(const unsigned char*& p, const unsigned char*
   return 2;
 }
 
+// Decodes n bytes; with Ecris, writes the units into `sortie`, which has room for `place` units
+// (at least the count). Runs of ASCII go 16 or 8 bytes at a time: a block is widened and stored
+// whole, and the walk then advances past its ASCII prefix only, so a block that holds an accent
+// still moves most of its bytes in one store. Such stores may write past the units kept, hence
+// the room they check for.
+// Decodes the character at p, which is not ASCII (two-byte sequences, the accented Latin
+// letters, take the short road), and returns its units.
 template <bool Ecris>
-uint64_t ParcoursUTF8(const char* octets, uint64_t n, char16_t* sortie) {
+inline unsigned DecodeNonASCII(const unsigned char*& p, const unsigned char* fin, char16_t* o) {
+  const unsigned char b = *p;
+  if (b >= 0xC2 && b <= 0xDF && fin - p >= 2 && (p[1] & 0xC0) == 0x80) {
+    if constexpr (Ecris) *o = static_cast<char16_t>(((b & 0x1F) << 6) | (p[1] & 0x3F));
+    p += 2;
+    return 1;
+  }
+  return DecodeSequenceUTF8<Ecris>(p, fin, o);
+}
+
+// Decodes n bytes; with Ecris, writes the units into `sortie`, which has room for `place` units
+// (at least the count). Runs of ASCII go 16 or 8 bytes at a time: a block is widened and stored
+// whole, and the walk then advances past its ASCII prefix only, so a block that holds an accent
+// still moves most of its bytes in one store. Such stores may write past the units kept, hence
+// the room they check for.
+template <bool Ecris>
+uint64_t ParcoursUTF8(const char* octets, uint64_t n, char16_t* sortie, uint64_t place) {
   const unsigned char* p = reinterpret_cast<const unsigned char*>(octets);
   const unsigned char* const fin = p + n;
   uint64_t unites = 0;
-  while (p < fin) {
+  auto aDeLaPlace = [&](uint64_t k) { return !Ecris || place - unites >= k; };
+  for (;;) {
 #if defined(__SSE2__)
     const __m128i zero = _mm_setzero_si128();
-    while (fin - p >= 16) {
+    if (fin - p >= 16 && aDeLaPlace(16)) {
       const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
-      if (_mm_movemask_epi8(v) != 0) break;
+      const unsigned masque = static_cast<unsigned>(_mm_movemask_epi8(v));
       if constexpr (Ecris) {
         _mm_storeu_si128(reinterpret_cast<__m128i*>(sortie + unites), _mm_unpacklo_epi8(v, zero));
         _mm_storeu_si128(reinterpret_cast<__m128i*>(sortie + unites + 8), _mm_unpackhi_epi8(v, zero));
       }
-      p += 16;
-      unites += 16;
-    }
-    if (p == fin) break;
+      if (masque == 0) {
+        p += 16;
+        unites += 16;
+        continue;
+      }
+      const unsigned ascii = static_cast<unsigned>(std::countr_zero(masque));
+      p += ascii;
+      unites += ascii;
+    } else if (fin - p >= 8 && aDeLaPlace(8)) {
+      const __m128i v = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p));
+      const unsigned masque = static_cast<unsigned>(_mm_movemask_epi8(v)) & 0xFF;
+      if constexpr (Ecris)
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(sortie + unites), _mm_unpacklo_epi8(v, zero));
+      if (masque == 0) {
+        p += 8;
+        unites += 8;
+        continue;
+      }
+      const unsigned ascii = static_cast<unsigned>(std::countr_zero(masque));
+      p += ascii;
+      unites += ascii;
+    } else
 #endif
-    if (*p < 0x80) {
-      if constexpr (Ecris) sortie[unites] = *p;
-      ++p;
-      ++unites;
-    } else {
-      unites += DecodeSequenceUTF8<Ecris>(p, fin, Ecris ? sortie + unites : nullptr);
+    {
+      // The tail, byte by byte.
+      while (p < fin) {
+        if (*p < 0x80) {
+          if constexpr (Ecris) sortie[unites] = *p;
+          ++p;
+          ++unites;
+        } else {
+          unites += DecodeNonASCII<Ecris>(p, fin, Ecris ? sortie + unites : nullptr);
+        }
+      }
+      return unites;
     }
+    // A block stopped at a byte that is not ASCII.
+    unites += DecodeNonASCII<Ecris>(p, fin, Ecris ? sortie + unites : nullptr);
   }
-  return unites;
 }
 
 // ---- UTF-8 encoding
@@ -141,16 +191,23 @@ inline void EcrisCaractereUTF8(const char16_t* u, unsigned taille, unsigned char
 }
 
 #if defined(__SSE2__)
-// True when the 16 units at u are all ASCII; their bytes are then stored at o.
-inline bool CopieSeizeASCII(const char16_t* u, unsigned char* o) {
+// Bit k set when unit k of the 16 at u is not ASCII.
+inline unsigned MasqueNonASCII(__m128i a, __m128i b) {
+  const __m128i haut = _mm_set1_epi16(static_cast<short>(0xFF80));
+  const __m128i zero = _mm_setzero_si128();
+  const __m128i ascii = _mm_packs_epi16(_mm_cmpeq_epi16(_mm_and_si128(a, haut), zero),
+                                        _mm_cmpeq_epi16(_mm_and_si128(b, haut), zero));
+  return ~static_cast<unsigned>(_mm_movemask_epi8(ascii)) & 0xFFFF;
+}
+
+// Stores the low bytes of the 16 units at u into o and returns how many of them, from the
+// start, are ASCII (only those bytes are meaningful).
+inline unsigned PrefixeASCIISeize(const char16_t* u, unsigned char* o) {
   const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(u));
   const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(u + 8));
-  const __m128i haut = _mm_set1_epi16(static_cast<short>(0xFF80));
-  if (_mm_movemask_epi8(_mm_cmpeq_epi16(_mm_and_si128(_mm_or_si128(a, b), haut),
-                                        _mm_setzero_si128())) != 0xFFFF)
-    return false;
   _mm_storeu_si128(reinterpret_cast<__m128i*>(o), _mm_packus_epi16(a, b));
-  return true;
+  const unsigned masque = MasqueNonASCII(a, b);
+  return masque == 0 ? 16 : static_cast<unsigned>(std::countr_zero(masque));
 }
 #endif
 
@@ -169,38 +226,19 @@ uint64_t ConvertisseurChaineN::LongueurOctets(const char* octets) const {
 uint64_t ConvertisseurChaineN::CompteNonRepresentables(const char16_t*, uint64_t) const { return 0; }
 
 const ConvertisseurChaineN& ConvertisseurChaineN::ConvertisseurPourCodage(int codage) {
-  // Function-local statics: each converter is built once, on first use, under the compiler's
-  // thread-safe initialisation guard, and lives until the process ends.
-  switch (codage) {
-    case ChaineN::kCodageLatin9: {
-      static const ConvertisseurChaineNLatin9 c;
-      return c;
-    }
-    case ChaineN::kCodageWinLatin1: {
-      static const ConvertisseurChaineNWinLatin1 c;
-      return c;
-    }
-    case ChaineN::kCodageDOS: {
-      static const ConvertisseurChaineNDOS c;
-      return c;
-    }
-    case ChaineN::kCodageUTF8: {
-      static const ConvertisseurChaineNUTF8 c;
-      return c;
-    }
-    case ChaineN::kCodageUTF16LE: {
-      static const ConvertisseurChaineNUTF16LE c;
-      return c;
-    }
-    case ChaineN::kCodageUTF16BE: {
-      static const ConvertisseurChaineNUTF16BE c;
-      return c;
-    }
-    default: {
-      static const ConvertisseurChaineNMacRoman c;
-      return c;
-    }
-  }
+  // Built once, on first use, under the compiler's thread-safe initialisation guard, and kept
+  // until the process ends; afterwards a lookup is one index.
+  static const ConvertisseurChaineNMacRoman macRoman;
+  static const ConvertisseurChaineNLatin9 latin9;
+  static const ConvertisseurChaineNWinLatin1 winLatin1;
+  static const ConvertisseurChaineNDOS dos;
+  static const ConvertisseurChaineNUTF8 utf8;
+  static const ConvertisseurChaineNUTF16LE utf16le;
+  static const ConvertisseurChaineNUTF16BE utf16be;
+  static const ConvertisseurChaineN* const kParCodage[] = {&macRoman, &latin9, &winLatin1, &dos,
+                                                           &utf8,     &utf16le, &utf16be};
+  const unsigned indice = static_cast<unsigned>(codage);
+  return *kParCodage[indice < std::size(kParCodage) ? indice : 0u];
 }
 
 void ConvertisseurChaineN::LibereConvertisseurPourCodage(int) {}
@@ -244,7 +282,8 @@ unsigned ConvertisseurChaineNCodageUnOctet::DecodeCaractere(const char* octets, 
 
 uint64_t ConvertisseurChaineNCodageUnOctet::CompteUnites(const char*, uint64_t n) const { return n; }
 
-uint64_t ConvertisseurChaineNCodageUnOctet::Decode(const char* octets, uint64_t n, char16_t* sortie) const {
+uint64_t ConvertisseurChaineNCodageUnOctet::Decode(const char* octets, uint64_t n, char16_t* sortie,
+                                                   uint64_t) const {
   for (uint64_t i = 0; i < n; ++i) sortie[i] = table_[static_cast<unsigned char>(octets[i])];
   return n;
 }
@@ -295,22 +334,28 @@ unsigned ConvertisseurChaineNUTF8::DecodeCaractere(const char* octets, uint64_t 
 }
 
 uint64_t ConvertisseurChaineNUTF8::CompteUnites(const char* octets, uint64_t n) const {
-  return ParcoursUTF8<false>(octets, n, nullptr);
+  return ParcoursUTF8<false>(octets, n, nullptr, 0);
 }
 
-uint64_t ConvertisseurChaineNUTF8::Decode(const char* octets, uint64_t n, char16_t* sortie) const {
-  return ParcoursUTF8<true>(octets, n, sortie);
+uint64_t ConvertisseurChaineNUTF8::Decode(const char* octets, uint64_t n, char16_t* sortie,
+                                          uint64_t place) const {
+  return ParcoursUTF8<true>(octets, n, sortie, place);
 }
 
 uint64_t ConvertisseurChaineNUTF8::TailleEncodee(const char16_t* u, uint64_t n) const {
   uint64_t taille = 0;
   for (uint64_t i = 0; i < n;) {
-    const char16_t c = u[i];
-    if (c < 0x80) {
-      ++taille;
-      ++i;
-      continue;
+#if defined(__SSE2__)
+    if (n - i >= 16) {
+      const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(u + i));
+      const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(u + i + 8));
+      const unsigned masque = MasqueNonASCII(a, b);
+      const unsigned ascii = masque == 0 ? 16 : static_cast<unsigned>(std::countr_zero(masque));
+      taille += ascii;
+      i += ascii;
+      if (ascii == 16) continue;
     }
+#endif
     unsigned lues;
     taille += TailleCaractereUTF8(u + i, n - i, &lues);
     i += lues;
@@ -326,11 +371,13 @@ uint64_t ConvertisseurChaineNUTF8::Encode(const char16_t* u, uint64_t n, char* s
   uint64_t i = 0;
   while (i < n) {
 #if defined(__SSE2__)
-    while (n - i >= 16 && fin - o >= 16 && CopieSeizeASCII(u + i, o)) {
-      i += 16;
-      o += 16;
+    if (n - i >= 16 && fin - o >= 16) {
+      // Stores 16 bytes and keeps those of the ASCII prefix.
+      const unsigned ascii = PrefixeASCIISeize(u + i, o);
+      i += ascii;
+      o += ascii;
+      if (ascii == 16) continue;
     }
-    if (i == n) break;
 #endif
     const char16_t c = u[i];
     if (c < 0x80) {
@@ -371,14 +418,15 @@ unsigned ConvertisseurChaineNUTF16::DecodeCaractere(const char* octets, uint64_t
     *ecrites = 0;
     return 1;
   }
-  Decode(octets, 2, sortie);
+  Decode(octets, 2, sortie, 1);
   *ecrites = 1;
   return 2;
 }
 
 uint64_t ConvertisseurChaineNUTF16::CompteUnites(const char*, uint64_t n) const { return n / 2; }
 
-uint64_t ConvertisseurChaineNUTF16::Decode(const char* octets, uint64_t n, char16_t* sortie) const {
+uint64_t ConvertisseurChaineNUTF16::Decode(const char* octets, uint64_t n, char16_t* sortie,
+                                           uint64_t) const {
   const uint64_t unites = n / 2;
   std::memcpy(sortie, octets, unites * 2);
   if (grosBoutiste_ != (std::endian::native == std::endian::big))

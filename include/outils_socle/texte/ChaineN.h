@@ -93,7 +93,10 @@ public:
   bool empty() const { return EstVide(); }
 
   // ---- Size and units
-  uint64_t Longueur() const;
+  // Both kinds of buffer start with the length.
+  uint64_t Longueur() const {
+    return tampon_ == 0 ? 0 : *reinterpret_cast<const uint64_t*>(tampon_ & ~uintptr_t{1});
+  }
   uint64_t size() const { return Longueur(); }
   // Units of room, terminator included; a borrowed string reports its length.
   uint64_t Capacite() const;
@@ -102,7 +105,11 @@ public:
   // True when both strings read the same buffer (a copy not yet changed).
   bool PartageTampon(const ChaineN& autre) const { return tampon_ != 0 && tampon_ == autre.tampon_; }
   // The units; never null. Not always zero-terminated (a borrowed count); see PreteUniCString.
-  const char16_t* DonneUnites() const;
+  const char16_t* DonneUnites() const {
+    if (tampon_ == 0) return u"";
+    if (EstEmpruntee()) return *reinterpret_cast<const char16_t* const*>((tampon_ & ~uintptr_t{1}) + 16);
+    return reinterpret_cast<const char16_t*>(tampon_ + 24);
+  }
   const char16_t* begin() const { return DonneUnites(); }
   const char16_t* end() const { return DonneUnites() + Longueur(); }
 

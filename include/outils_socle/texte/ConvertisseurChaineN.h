@@ -44,8 +44,9 @@ public:
 
   // Whole strings: the hot paths, one sizing pass and one writing pass.
   virtual uint64_t CompteUnites(const char* octets, uint64_t n) const = 0;
-  // Writes the units (at most n) and returns how many.
-  virtual uint64_t Decode(const char* octets, uint64_t n, char16_t* sortie) const = 0;
+  // Writes the units and returns how many. `sortie` has room for `place` units, at least the
+  // count; extra room lets the fast paths store whole blocks. n units of room always suffice.
+  virtual uint64_t Decode(const char* octets, uint64_t n, char16_t* sortie, uint64_t place) const = 0;
   virtual uint64_t TailleEncodee(const char16_t* unites, uint64_t n) const = 0;
   // Writes at most `taille` bytes, never half a character, and returns the bytes written.
   virtual uint64_t Encode(const char16_t* unites, uint64_t n, char* sortie,
@@ -71,7 +72,7 @@ public:
   unsigned DecodeCaractere(const char* octets, uint64_t n, char16_t* sortie,
                            unsigned* ecrites) const override;
   uint64_t CompteUnites(const char* octets, uint64_t n) const override;
-  uint64_t Decode(const char* octets, uint64_t n, char16_t* sortie) const override;
+  uint64_t Decode(const char* octets, uint64_t n, char16_t* sortie, uint64_t place) const override;
   uint64_t TailleEncodee(const char16_t* unites, uint64_t n) const override;
   uint64_t Encode(const char16_t* unites, uint64_t n, char* sortie, uint64_t taille) const override;
   uint64_t CompteNonRepresentables(const char16_t* unites, uint64_t n) const override;
@@ -113,7 +114,7 @@ public:
   unsigned DecodeCaractere(const char* octets, uint64_t n, char16_t* sortie,
                            unsigned* ecrites) const override;
   uint64_t CompteUnites(const char* octets, uint64_t n) const override;
-  uint64_t Decode(const char* octets, uint64_t n, char16_t* sortie) const override;
+  uint64_t Decode(const char* octets, uint64_t n, char16_t* sortie, uint64_t place) const override;
   uint64_t TailleEncodee(const char16_t* unites, uint64_t n) const override;
   uint64_t Encode(const char16_t* unites, uint64_t n, char* sortie, uint64_t taille) const override;
 };
@@ -130,7 +131,7 @@ public:
   unsigned DecodeCaractere(const char* octets, uint64_t n, char16_t* sortie,
                            unsigned* ecrites) const override;
   uint64_t CompteUnites(const char* octets, uint64_t n) const override;
-  uint64_t Decode(const char* octets, uint64_t n, char16_t* sortie) const override;
+  uint64_t Decode(const char* octets, uint64_t n, char16_t* sortie, uint64_t place) const override;
   uint64_t TailleEncodee(const char16_t* unites, uint64_t n) const override;
   uint64_t Encode(const char16_t* unites, uint64_t n, char* sortie, uint64_t taille) const override;
 
