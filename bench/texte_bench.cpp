@@ -25,8 +25,8 @@ namespace {
 using sdd::ChaineN;
 
 struct Corpus {
-  std::string texte;                 // the whole list, UTF-8
-  std::vector<std::string> mots;     // one entry per line, UTF-8
+  std::string texte;              // the whole list, UTF-8
+  std::vector<std::string> mots;  // one entry per line, UTF-8
   std::u16string texte16;
   std::vector<std::u16string> mots16;
   std::vector<ChaineN> motsN;

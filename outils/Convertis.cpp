@@ -26,15 +26,15 @@ struct NomCodage {
 
 // The first name of each encoding is the one shown to users.
 const NomCodage kNoms[] = {
-    {"UTF-8", C::kCodageUTF8},        {"UTF8", C::kCodageUTF8},
-    {"UTF-16LE", C::kCodageUTF16LE},  {"UTF16LE", C::kCodageUTF16LE},
-    {"UTF-16BE", C::kCodageUTF16BE},  {"UTF16BE", C::kCodageUTF16BE},
-    {"MacRoman", C::kCodageMacRoman}, {"Macintosh", C::kCodageMacRoman},
-    {"Mac", C::kCodageMacRoman},      {"Latin-9", C::kCodageLatin9},
-    {"Latin9", C::kCodageLatin9},     {"ISO-8859-15", C::kCodageLatin9},
-    {"CP1252", C::kCodageWinLatin1},  {"Windows-1252", C::kCodageWinLatin1},
+    {"UTF-8", C::kCodageUTF8},          {"UTF8", C::kCodageUTF8},
+    {"UTF-16LE", C::kCodageUTF16LE},    {"UTF16LE", C::kCodageUTF16LE},
+    {"UTF-16BE", C::kCodageUTF16BE},    {"UTF16BE", C::kCodageUTF16BE},
+    {"MacRoman", C::kCodageMacRoman},   {"Macintosh", C::kCodageMacRoman},
+    {"Mac", C::kCodageMacRoman},        {"Latin-9", C::kCodageLatin9},
+    {"Latin9", C::kCodageLatin9},       {"ISO-8859-15", C::kCodageLatin9},
+    {"CP1252", C::kCodageWinLatin1},    {"Windows-1252", C::kCodageWinLatin1},
     {"WinLatin1", C::kCodageWinLatin1}, {"CP850", C::kCodageDOS},
-    {"IBM850", C::kCodageDOS},        {"DOS", C::kCodageDOS},
+    {"IBM850", C::kCodageDOS},          {"DOS", C::kCodageDOS},
 };
 
 bool MemeNom(const std::string& a, const char* b) {
@@ -161,7 +161,8 @@ int Convertis(const std::vector<std::string>& arguments) {
     }
   }
   if (remplaces > 0)
-    std::cerr << "outils-socle: " << remplaces << (remplaces > 1 ? " caractères remplacés" : " caractère remplacé")
+    std::cerr << "outils-socle: " << remplaces
+              << (remplaces > 1 ? " caractères remplacés" : " caractère remplacé")
               << " par « ? » (absents de " << NomDuCodage(vers) << ")\n";
   return 0;
 }

@@ -61,7 +61,7 @@ int Demo(const std::vector<std::string>& arguments) {
               static_cast<long>(mots), utf8.size(), static_cast<unsigned long long>(texte.Longueur()));
   std::printf("%-10s %12s  %-13s %10s  %12s\n", "Codage", "Octets", "Aller-retour", "Remplacés",
               "Débit (Mo/s)");
-  const C::Codage codages[] = {C::kCodageMacRoman, C::kCodageLatin9, C::kCodageWinLatin1, C::kCodageDOS,
+  const C::Codage codages[] = {C::kCodageMacRoman, C::kCodageLatin9,  C::kCodageWinLatin1, C::kCodageDOS,
                                C::kCodageUTF8,     C::kCodageUTF16LE, C::kCodageUTF16BE};
   bool toutExact = true;
   for (C::Codage codage : codages) {

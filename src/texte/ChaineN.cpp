@@ -28,8 +28,6 @@ struct ChaineN::_TamponEmprunte {
   const char16_t* unites;
 };
 
-
-
 namespace {
 
 std::atomic_ref<uint64_t> Compte(uint64_t& compte) { return std::atomic_ref<uint64_t>(compte); }
@@ -107,8 +105,7 @@ void ChaineN::Assure(uint64_t n) {
   while (c < n) c = 2 * c + 1;
   const uint64_t stockee = CapaciteArrondie(c);
 
-  if (tampon_ != 0 && !EstEmpruntee() &&
-      Compte(Possede()->compte).load(std::memory_order_acquire) == 1) {
+  if (tampon_ != 0 && !EstEmpruntee() && Compte(Possede()->compte).load(std::memory_order_acquire) == 1) {
     auto* t = static_cast<_TamponPossede*>(AlloueBloc(Possede(), stockee));
     t->capacite = stockee;
     tampon_ = reinterpret_cast<uintptr_t>(t);
@@ -158,7 +155,8 @@ void ChaineN::MetsLongueur(uint64_t n) {
 
 // ---- Construction
 
-ChaineN::ChaineN(const char16_t* unites, bool copie) : ChaineN(unites, unites ? LongueurUnites(unites) : 0, copie) {}
+ChaineN::ChaineN(const char16_t* unites, bool copie)
+    : ChaineN(unites, unites ? LongueurUnites(unites) : 0, copie) {}
 
 ChaineN::ChaineN(const char16_t* unites, uint64_t n, bool copie) : tampon_(0) {
   if (n == 0) return;
@@ -171,15 +169,15 @@ ChaineN::ChaineN(const char16_t* unites, uint64_t n, bool copie) : tampon_(0) {
 }
 
 ChaineN::ChaineN(const char16_t* unites, int n, bool copie)
-    : ChaineN(unites, n >= 0 ? static_cast<uint64_t>(n) : (LanceIndexHorsBorne(static_cast<uint64_t>(n), 0, 0), 0), copie) {}
+    : ChaineN(unites,
+              n >= 0 ? static_cast<uint64_t>(n) : (LanceIndexHorsBorne(static_cast<uint64_t>(n), 0, 0), 0),
+              copie) {}
 
 ChaineN::ChaineN(const char16_t& c) : tampon_(0) { AjouteFin(c); }
 
 ChaineN::ChaineN(const char* octets, Codage codage) : tampon_(0) { AjouteFin(octets, codage); }
 
-ChaineN::ChaineN(const char* octets, Codage codage, uint64_t n) : tampon_(0) {
-  AjouteFin(octets, codage, n);
-}
+ChaineN::ChaineN(const char* octets, Codage codage, uint64_t n) : tampon_(0) { AjouteFin(octets, codage, n); }
 
 ChaineN::ChaineN(const std::string& octets, Codage codage) : tampon_(0) {
   AjouteFin(octets.data(), codage, octets.size());
@@ -200,6 +198,16 @@ ChaineN& ChaineN::Mets(const char16_t* unites, uint64_t n) { return Remplace(0, 
 ChaineN& ChaineN::Mets(char16_t c) { return Remplace(0, Longueur(), &c, 1); }
 ChaineN& ChaineN::Mets(const char* octets, Codage codage) { return Vide().AjouteFin(octets, codage); }
 ChaineN& ChaineN::Mets(const char* octets, Codage codage, uint64_t n) {
+  // Reusing a buffer of our own, the common case in loops, decodes straight into it.
+  if (octets != nullptr && tampon_ != 0 && !EstEmpruntee()) {
+    _TamponPossede* t = Possede();
+    if (t->capacite > n && Compte(t->compte).load(std::memory_order_acquire) == 1) {
+      const uint64_t ecrites =
+          ConvertisseurChaineN::ConvertisseurPourCodage(codage).Decode(octets, n, t->Unites(), t->capacite);
+      MetsLongueur(ecrites);
+      return *this;
+    }
+  }
   return Vide().AjouteFin(octets, codage, n);
 }
 
@@ -390,7 +398,9 @@ std::unique_ptr<char[]> ChaineN::CreeCString(Codage codage, uint64_t* longueur) 
   return bloc;
 }
 
-std::unique_ptr<char[]> ChaineN::CreeUTF8(uint64_t* longueur) const { return CreeCString(kCodageUTF8, longueur); }
+std::unique_ptr<char[]> ChaineN::CreeUTF8(uint64_t* longueur) const {
+  return CreeCString(kCodageUTF8, longueur);
+}
 
 std::string ChaineN::Encode(Codage codage) const {
   const ConvertisseurChaineN& convertisseur = ConvertisseurChaineN::ConvertisseurPourCodage(codage);
@@ -400,7 +410,8 @@ std::string ChaineN::Encode(Codage codage) const {
 }
 
 uint64_t ChaineN::CompteNonRepresentables(Codage codage) const {
-  return ConvertisseurChaineN::ConvertisseurPourCodage(codage).CompteNonRepresentables(DonneUnites(), Longueur());
+  return ConvertisseurChaineN::ConvertisseurPourCodage(codage).CompteNonRepresentables(DonneUnites(),
+                                                                                       Longueur());
 }
 
 // ---- Removal and extraction

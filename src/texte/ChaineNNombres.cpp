@@ -36,8 +36,7 @@ ChaineN Cadre(const char16_t* chiffres, uint64_t n, bool negatif, uint64_t large
   return texte;
 }
 
-ChaineN DepuisEntier(uint64_t magnitude, bool negatif, int base, uint64_t largeur, bool zeros,
-                     bool aGauche) {
+ChaineN DepuisEntier(uint64_t magnitude, bool negatif, int base, uint64_t largeur, bool zeros, bool aGauche) {
   VerifieBase(base);
   char16_t zone[kZoneTravail];
   int i = kZoneTravail;

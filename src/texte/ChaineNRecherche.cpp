@@ -25,8 +25,7 @@ int64_t Position(size_t p) { return p == Vue::npos ? -1 : static_cast<int64_t>(p
 bool EstCarMot(char16_t c) { return u_isalnum(c) != 0; }
 
 bool Correspond(const char16_t* u, uint64_t position, const ChaineN& motif, ChaineN::Malgray m) {
-  return UniCarPtrEgalOption(u, position, motif.Longueur(), motif.DonneUnites(), 0,
-                             motif.Longueur(), m);
+  return UniCarPtrEgalOption(u, position, motif.Longueur(), motif.DonneUnites(), 0, motif.Longueur(), m);
 }
 
 bool EstDans(char16_t c, const ChaineN& ensemble, ChaineN::Malgray m) {
@@ -137,7 +136,8 @@ bool ChaineN::ContientRegex(const ChaineN& expression, int64_t* position, int64_
       QRegularExpression::UseUnicodePropertiesOption);
   if (!regex.isValid()) LanceErreurSyntaxe();
   // The subject is read in place: no copy of this string's units.
-  const QString sujet = QString::fromRawData(reinterpret_cast<const QChar*>(DonneUnites()), static_cast<int>(Longueur()));
+  const QString sujet =
+      QString::fromRawData(reinterpret_cast<const QChar*>(DonneUnites()), static_cast<int>(Longueur()));
   const QRegularExpressionMatch resultat = regex.match(sujet);
   if (position) *position = resultat.hasMatch() ? resultat.capturedStart() : -1;
   if (longueur) *longueur = resultat.hasMatch() ? resultat.capturedLength() : -1;
@@ -279,13 +279,16 @@ ChaineN& ChaineN::RemplaceEnLot(const ListeT<ChaineN>& anciens, const ListeT<Cha
   return RemplaceLot(anciens.Donnees(), nouveaux.Donnees(), anciens.Taille());
 }
 
-ChaineN& ChaineN::RemplaceEnLotChainePlusCourte(const ListeT<ChaineN>& anciens, const ListeT<ChaineN>& nouveaux) {
+ChaineN& ChaineN::RemplaceEnLotChainePlusCourte(const ListeT<ChaineN>& anciens,
+                                                const ListeT<ChaineN>& nouveaux) {
   VerifieLots(anciens, nouveaux);
-  if (PlusLongue(anciens.Donnees(), nouveaux.Donnees(), anciens.Taille())) throw exceptions::OperationInvalide();
+  if (PlusLongue(anciens.Donnees(), nouveaux.Donnees(), anciens.Taille()))
+    throw exceptions::OperationInvalide();
   return RemplaceLotPlusCourte(anciens.Donnees(), nouveaux.Donnees(), anciens.Taille());
 }
 
-ChaineN& ChaineN::RemplaceEnLotChainePlusLongue(const ListeT<ChaineN>& anciens, const ListeT<ChaineN>& nouveaux) {
+ChaineN& ChaineN::RemplaceEnLotChainePlusLongue(const ListeT<ChaineN>& anciens,
+                                                const ListeT<ChaineN>& nouveaux) {
   VerifieLots(anciens, nouveaux);
   return RemplaceLotPlusLongue(anciens.Donnees(), nouveaux.Donnees(), anciens.Taille());
 }
@@ -331,11 +334,18 @@ ChaineN& ChaineN::RemplaceRCParBlancs() {
 
 bool ChaineN::EstBlanc(char16_t c) {
   switch (c) {
-    case u' ': case u'\t': case u'\n': case u'\v': case u'\f': case u'\r':
-    case 0x00A0: case 0x1680: case 0x202F: case 0x205F: case 0x3000:
-      return true;
-    default:
-      return c >= 0x2000 && c <= 0x200A;
+    case u' ':
+    case u'\t':
+    case u'\n':
+    case u'\v':
+    case u'\f':
+    case u'\r':
+    case 0x00A0:
+    case 0x1680:
+    case 0x202F:
+    case 0x205F:
+    case 0x3000: return true;
+    default: return c >= 0x2000 && c <= 0x200A;
   }
 }
 
@@ -370,24 +380,23 @@ ChaineN& ChaineN::ConsolideBlancsMemeTypes() {
 }
 
 ChaineN& ChaineN::NormaliseApostrophe() {
-  static const ListeT<ChaineN> anciens{ChaineN(u"\u2019"), ChaineN(u"\u2018"), ChaineN(u"`"), ChaineN(u"\u00B4")};
+  static const ListeT<ChaineN> anciens{ChaineN(u"\u2019"), ChaineN(u"\u2018"), ChaineN(u"`"),
+                                       ChaineN(u"\u00B4")};
   static const ListeT<ChaineN> nouveaux{ChaineN(u"'"), ChaineN(u"'"), ChaineN(u"'"), ChaineN(u"'")};
   return RemplaceLotPlusCourte(anciens.Donnees(), nouveaux.Donnees(), anciens.Taille());
 }
 
 ChaineN& ChaineN::ConvertisCarsTypographiques() {
   static const ListeT<ChaineN> anciens{
-      ChaineN(u"\u2019"), ChaineN(u"\u2018"), ChaineN(u"\u201C"), ChaineN(u"\u201D"),
+      ChaineN(u"\u2019"),       ChaineN(u"\u2018"),       ChaineN(u"\u201C"),       ChaineN(u"\u201D"),
       ChaineN(u"\u00AB\u00A0"), ChaineN(u"\u00A0\u00BB"), ChaineN(u"\u00AB\u202F"), ChaineN(u"\u202F\u00BB"),
-      ChaineN(u"\u00AB "), ChaineN(u" \u00BB"), ChaineN(u"\u00AB"), ChaineN(u"\u00BB"),
-      ChaineN(u"\u2010"), ChaineN(u"\u2011"), ChaineN(u"\u2013"), ChaineN(u"\u2014"),
-      ChaineN(u"\u2212"), ChaineN(u"\u2026")};
+      ChaineN(u"\u00AB "),      ChaineN(u" \u00BB"),      ChaineN(u"\u00AB"),       ChaineN(u"\u00BB"),
+      ChaineN(u"\u2010"),       ChaineN(u"\u2011"),       ChaineN(u"\u2013"),       ChaineN(u"\u2014"),
+      ChaineN(u"\u2212"),       ChaineN(u"\u2026")};
   static const ListeT<ChaineN> nouveaux{
-      ChaineN(u"'"), ChaineN(u"'"), ChaineN(u"\""), ChaineN(u"\""),
-      ChaineN(u"\""), ChaineN(u"\""), ChaineN(u"\""), ChaineN(u"\""),
-      ChaineN(u"\""), ChaineN(u"\""), ChaineN(u"\""), ChaineN(u"\""),
-      ChaineN(u"-"), ChaineN(u"-"), ChaineN(u"-"), ChaineN(u"-"),
-      ChaineN(u"-"), ChaineN(u"...")};
+      ChaineN(u"'"),  ChaineN(u"'"),  ChaineN(u"\""), ChaineN(u"\""), ChaineN(u"\""), ChaineN(u"\""),
+      ChaineN(u"\""), ChaineN(u"\""), ChaineN(u"\""), ChaineN(u"\""), ChaineN(u"\""), ChaineN(u"\""),
+      ChaineN(u"-"),  ChaineN(u"-"),  ChaineN(u"-"),  ChaineN(u"-"),  ChaineN(u"-"),  ChaineN(u"...")};
   RemplaceEnLot(anciens, nouveaux);
   return NormaliseBlanc();
 }

@@ -167,9 +167,7 @@ inline unsigned TailleCaractereUTF8(const char16_t* u, uint64_t n, unsigned* lue
 inline void EcrisCaractereUTF8(const char16_t* u, unsigned taille, unsigned char* o) {
   const char16_t c = u[0];
   switch (taille) {
-    case 1:
-      o[0] = static_cast<unsigned char>(c);
-      break;
+    case 1: o[0] = static_cast<unsigned char>(c); break;
     case 2:
       o[0] = static_cast<unsigned char>(0xC0 | (c >> 6));
       o[1] = static_cast<unsigned char>(0x80 | (c & 0x3F));
@@ -219,26 +217,32 @@ char16_t Echange16(char16_t u) { return static_cast<char16_t>((u >> 8) | (u << 8
 
 ConvertisseurChaineN::~ConvertisseurChaineN() = default;
 
-uint64_t ConvertisseurChaineN::LongueurOctets(const char* octets) const {
-  return std::strlen(octets);
-}
+uint64_t ConvertisseurChaineN::LongueurOctets(const char* octets) const { return std::strlen(octets); }
 
 uint64_t ConvertisseurChaineN::CompteNonRepresentables(const char16_t*, uint64_t) const { return 0; }
 
+namespace {
+
+struct Convertisseurs {
+  ConvertisseurChaineNMacRoman macRoman;
+  ConvertisseurChaineNLatin9 latin9;
+  ConvertisseurChaineNWinLatin1 winLatin1;
+  ConvertisseurChaineNDOS dos;
+  ConvertisseurChaineNUTF8 utf8;
+  ConvertisseurChaineNUTF16LE utf16le;
+  ConvertisseurChaineNUTF16BE utf16be;
+  const ConvertisseurChaineN* parCodage[7] = {&macRoman, &latin9,  &winLatin1, &dos,
+                                              &utf8,     &utf16le, &utf16be};
+};
+
+}  // namespace
+
 const ConvertisseurChaineN& ConvertisseurChaineN::ConvertisseurPourCodage(int codage) {
-  // Built once, on first use, under the compiler's thread-safe initialisation guard, and kept
-  // until the process ends; afterwards a lookup is one index.
-  static const ConvertisseurChaineNMacRoman macRoman;
-  static const ConvertisseurChaineNLatin9 latin9;
-  static const ConvertisseurChaineNWinLatin1 winLatin1;
-  static const ConvertisseurChaineNDOS dos;
-  static const ConvertisseurChaineNUTF8 utf8;
-  static const ConvertisseurChaineNUTF16LE utf16le;
-  static const ConvertisseurChaineNUTF16BE utf16be;
-  static const ConvertisseurChaineN* const kParCodage[] = {&macRoman, &latin9, &winLatin1, &dos,
-                                                           &utf8,     &utf16le, &utf16be};
+  // Built once, on first use, under the compiler's thread-safe initialisation guard (a single
+  // guard for all seven), and kept until the process ends.
+  static const Convertisseurs tous;
   const unsigned indice = static_cast<unsigned>(codage);
-  return *kParCodage[indice < std::size(kParCodage) ? indice : 0u];
+  return *tous.parCodage[indice < std::size(tous.parCodage) ? indice : 0u];
 }
 
 void ConvertisseurChaineN::LibereConvertisseurPourCodage(int) {}
@@ -273,8 +277,8 @@ unsigned ConvertisseurChaineNCodageUnOctet::EncodeCaractere(const char16_t* u, u
   return 1;
 }
 
-unsigned ConvertisseurChaineNCodageUnOctet::DecodeCaractere(const char* octets, uint64_t,
-                                                            char16_t* sortie, unsigned* ecrites) const {
+unsigned ConvertisseurChaineNCodageUnOctet::DecodeCaractere(const char* octets, uint64_t, char16_t* sortie,
+                                                            unsigned* ecrites) const {
   *sortie = table_[static_cast<unsigned char>(octets[0])];
   *ecrites = 1;
   return 1;
@@ -309,8 +313,7 @@ ConvertisseurChaineNLatin9::ConvertisseurChaineNLatin9()
     : ConvertisseurChaineNCodageUnOctet(detail::kTableLatin9) {}
 ConvertisseurChaineNWinLatin1::ConvertisseurChaineNWinLatin1()
     : ConvertisseurChaineNCodageUnOctet(detail::kTableWinLatin1) {}
-ConvertisseurChaineNDOS::ConvertisseurChaineNDOS()
-    : ConvertisseurChaineNCodageUnOctet(detail::kTableDOS) {}
+ConvertisseurChaineNDOS::ConvertisseurChaineNDOS() : ConvertisseurChaineNCodageUnOctet(detail::kTableDOS) {}
 
 // ---- UTF-8
 
@@ -425,8 +428,7 @@ unsigned ConvertisseurChaineNUTF16::DecodeCaractere(const char* octets, uint64_t
 
 uint64_t ConvertisseurChaineNUTF16::CompteUnites(const char*, uint64_t n) const { return n / 2; }
 
-uint64_t ConvertisseurChaineNUTF16::Decode(const char* octets, uint64_t n, char16_t* sortie,
-                                           uint64_t) const {
+uint64_t ConvertisseurChaineNUTF16::Decode(const char* octets, uint64_t n, char16_t* sortie, uint64_t) const {
   const uint64_t unites = n / 2;
   std::memcpy(sortie, octets, unites * 2);
   if (grosBoutiste_ != (std::endian::native == std::endian::big))

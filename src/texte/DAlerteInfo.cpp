@@ -45,8 +45,8 @@ const char* EtiquetteJournal(DAlerteInfo::eTypeDialogue type) {
 
 DAlerteInfo::DAlerteInfo() : typeDialogue_(eInconnu), titreParDefaut_(true) {}
 
-DAlerteInfo::DAlerteInfo(eTypeDialogue type, const UniChaine& message,
-                         const UniChaine& explication, const UniChaine& titre)
+DAlerteInfo::DAlerteInfo(eTypeDialogue type, const UniChaine& message, const UniChaine& explication,
+                         const UniChaine& titre)
     : typeDialogue_(type),
       message_(message),
       explication_(explication),
@@ -57,8 +57,7 @@ DAlerteInfo::DAlerteInfo(eTypeDialogue type, const UniChaine& message,
   } else if (!avecDecoration) {
     titreFenetre_ = "Prismale";
   } else {
-    titreFenetre_ = DonneDecoration() + " (" +
-                    UniChaine(QCoreApplication::applicationName()) + ")";
+    titreFenetre_ = DonneDecoration() + " (" + UniChaine(QCoreApplication::applicationName()) + ")";
   }
   message_ = NormaliseTypographie(message_);
   explication_ = NormaliseTypographie(explication_);
@@ -85,15 +84,12 @@ DAlerteInfo::~DAlerteInfo() = default;
 UniChaine DAlerteInfo::DonneExplication() const { return explication_; }
 
 bool DAlerteInfo::EstNULL() const {
-  return typeDialogue_ == eInconnu && message_.EstVide() && explication_.EstVide() &&
-         titreFenetre_.EstVide();
+  return typeDialogue_ == eInconnu && message_.EstVide() && explication_.EstVide() && titreFenetre_.EstVide();
 }
 
 bool DAlerteInfo::EstTitreParDefaut() const { return titreParDefaut_ && !avecDecoration; }
 
-UniChaine DAlerteInfo::DonneChainePourStdException() const {
-  return message_ + " " + DonneExplication();
-}
+UniChaine DAlerteInfo::DonneChainePourStdException() const { return message_ + " " + DonneExplication(); }
 
 UniChaine DAlerteInfo::DonneMessagePourJournalisation() const {
   return UniChaine(EtiquetteJournal(typeDialogue_)) + "\t" + message_ + "\t" + explication_ + "\t";
@@ -113,9 +109,8 @@ UniChaine& DAlerteInfo::DonneDecoration() {
 // ---- DAlerteInfoErreur, DAlerteInfoAssertionQt
 
 DAlerteInfoErreur::DAlerteInfoErreur(eTypeDialogue type, const UniChaine& message,
-                                     const UniChaine& explication, int codeErreur,
-                                     const UniChaine& titre, int codeSecondaire,
-                                     int codeTertiaire)
+                                     const UniChaine& explication, int codeErreur, const UniChaine& titre,
+                                     int codeSecondaire, int codeTertiaire)
     : DAlerteInfo(type, message, explication, titre),
       codeErreur_(codeErreur),
       codeSecondaire_(codeSecondaire),
@@ -124,9 +119,9 @@ DAlerteInfoErreur::DAlerteInfoErreur(eTypeDialogue type, const UniChaine& messag
 UniChaine DAlerteInfoErreur::DonneExplication() const {
   UniChaine texte = DAlerteInfo::DonneExplication();
   if (codeErreur_ != -1) {
-    UniChaine code = sdd::Traduis(
-        "Code Erreur: {1};",
-        "Pour message d'erreur général avec des numéros d'erreurs. Point-virgule à la fin.");
+    UniChaine code =
+        sdd::Traduis("Code Erreur: {1};",
+                     "Pour message d'erreur général avec des numéros d'erreurs. Point-virgule à la fin.");
     code.Remplace("{1}", std::to_string(codeErreur_));
     texte += "\n\n " + code;
   }
@@ -199,11 +194,11 @@ UniChaine MessageErreurFichier(int n) {
   return Traduis(kTextes[n]);
 }
 
-DAlerteInfo CreeAlerteErreurFichier(int message, int explication, int codeErreur,
-                                    int codeSecondaire, int codeTertiaire) {
+DAlerteInfo CreeAlerteErreurFichier(int message, int explication, int codeErreur, int codeSecondaire,
+                                    int codeTertiaire) {
   DAlerteInfoErreur erreur(DAlerteInfo::eAlerte, MessageErreurFichier(message),
-                           MessageErreurFichier(explication), codeErreur, UniChaine(),
-                           codeSecondaire, codeTertiaire);
+                           MessageErreurFichier(explication), codeErreur, UniChaine(), codeSecondaire,
+                           codeTertiaire);
   return DAlerteInfo(erreur);
 }
 

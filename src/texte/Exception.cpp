@@ -21,9 +21,8 @@ ErreurSyntaxe::ErreurSyntaxe() : Exception("L'opération est invalide", UniChain
 ErreurSyntaxe::~ErreurSyntaxe() = default;
 
 IndexHorsBorne::IndexHorsBorne(uint64_t index, uint64_t min, uint64_t max)
-    : Exception("L'index est hors limite",
-                "index=" + std::to_string(index) + " min=" + std::to_string(min) +
-                    " max=" + std::to_string(max)) {}
+    : Exception("L'index est hors limite", "index=" + std::to_string(index) + " min=" + std::to_string(min) +
+                                               " max=" + std::to_string(max)) {}
 IndexHorsBorne::~IndexHorsBorne() = default;
 
 LiberationObjetImpossible::LiberationObjetImpossible()
@@ -37,8 +36,7 @@ MemoireInsuffisante::~MemoireInsuffisante() = default;
 OperationInvalide::OperationInvalide() : Exception("L'opération est invalide", UniChaine()) {}
 OperationInvalide::~OperationInvalide() = default;
 
-OuvertureEchouee::OuvertureEchouee(const UniChaine& detail)
-    : Exception("Ouverture échouée", detail) {}
+OuvertureEchouee::OuvertureEchouee(const UniChaine& detail) : Exception("Ouverture échouée", detail) {}
 OuvertureEchouee::~OuvertureEchouee() = default;
 
 PointeurInvalide::PointeurInvalide() : Exception("Violation d'accès à la mémoire.", UniChaine()) {}
@@ -48,12 +46,10 @@ TableNonValide::TableNonValide(const UniChaine& detail) : Exception("Table non v
 TableNonValide::~TableNonValide() = default;
 
 ValeurIndefinieIterateur::ValeurIndefinieIterateur()
-    : Exception("Impossible d'accéder à la valeur dans l'itérateur",
-                "L'itérateur doit être à la fin.") {}
+    : Exception("Impossible d'accéder à la valeur dans l'itérateur", "L'itérateur doit être à la fin.") {}
 ValeurIndefinieIterateur::~ValeurIndefinieIterateur() = default;
 
-ExceptionModulePrismale::ExceptionModulePrismale(const UniChaine& message,
-                                                 const UniChaine& explication)
+ExceptionModulePrismale::ExceptionModulePrismale(const UniChaine& message, const UniChaine& explication)
     : Exception(message, explication) {}
 ExceptionModulePrismale::~ExceptionModulePrismale() = default;
 

@@ -20,8 +20,7 @@ QTextCodec* CodecPour(int codage) {
 QString DepuisOctets(const char* octets, int codage, int n) {
   if (octets == nullptr) return QString();
   switch (codage) {
-    case UniChaine::kCodageUTF8:
-      return QString::fromUtf8(octets, n);
+    case UniChaine::kCodageUTF8: return QString::fromUtf8(octets, n);
     case UniChaine::kCodageUTF16: {
       int unites = 0;
       if (n < 0) {
@@ -33,25 +32,23 @@ QString DepuisOctets(const char* octets, int codage, int n) {
       std::memcpy(s.data(), octets, static_cast<size_t>(unites) * 2);
       return s;
     }
-    default:
-      return CodecPour(codage)->toUnicode(octets, n < 0 ? static_cast<int>(std::strlen(octets)) : n);
+    default: return CodecPour(codage)->toUnicode(octets, n < 0 ? static_cast<int>(std::strlen(octets)) : n);
   }
 }
 
 QByteArray VersOctets(const QString& texte, int codage) {
   switch (codage) {
-    case UniChaine::kCodageUTF8:
-      return texte.toUtf8();
+    case UniChaine::kCodageUTF8: return texte.toUtf8();
     case UniChaine::kCodageUTF16:
       return QByteArray(reinterpret_cast<const char*>(texte.utf16()), texte.size() * 2);
-    default:
-      return CodecPour(codage)->fromUnicode(texte);
+    default: return CodecPour(codage)->fromUnicode(texte);
   }
 }
 
 }  // namespace
 
-UniChaine::UniChaine(const UniChaine& autre) : Objet(autre), texte_(autre.texte_), etiquette_(autre.etiquette_) {}
+UniChaine::UniChaine(const UniChaine& autre)
+    : Objet(autre), texte_(autre.texte_), etiquette_(autre.etiquette_) {}
 
 UniChaine::UniChaine(UniChaine&& autre) noexcept
     : texte_(std::move(autre.texte_)), etiquette_(autre.etiquette_) {}
@@ -94,7 +91,8 @@ const char* UniChaine::NomCodec(int codage) {
 }
 
 sdd::ChaineN UniChaine::DonneChaineN() const {
-  return sdd::ChaineN(reinterpret_cast<const char16_t*>(texte_.utf16()), static_cast<uint64_t>(texte_.size()), true);
+  return sdd::ChaineN(reinterpret_cast<const char16_t*>(texte_.utf16()), static_cast<uint64_t>(texte_.size()),
+                      true);
 }
 
 std::string UniChaine::DonneStdString() const { return texte_.toStdString(); }
@@ -103,9 +101,7 @@ std::u16string UniChaine::DonneU16String() const { return texte_.toStdU16String(
 
 std::wstring UniChaine::DonneWString() const { return texte_.toStdWString(); }
 
-std::string UniChaine::Encode(Codage codage) const {
-  return VersOctets(texte_, codage).toStdString();
-}
+std::string UniChaine::Encode(Codage codage) const { return VersOctets(texte_, codage).toStdString(); }
 
 const char* UniChaine::PreteCString(Codage codage, int* longueur) const {
   const QByteArray octets = VersOctets(texte_, codage);
@@ -125,7 +121,8 @@ const char16_t* UniChaine::PreteUniCString() const {
 }
 
 char16_t UniChaine::operator[](int i) const {
-  if (i < 0 || i >= texte_.size()) sdd::LanceIndexHorsBorne(static_cast<uint64_t>(i), 0, static_cast<uint64_t>(texte_.size()));
+  if (i < 0 || i >= texte_.size())
+    sdd::LanceIndexHorsBorne(static_cast<uint64_t>(i), 0, static_cast<uint64_t>(texte_.size()));
   return texte_.at(i).unicode();
 }
 
@@ -135,7 +132,9 @@ UniChaine UniChaine::SousChaine(int debut, int n) const {
   return UniChaine(texte_.mid(debut, n));
 }
 
-int UniChaine::Trouve(const UniChaine& motif, int depuis) const { return texte_.indexOf(motif.texte_, depuis); }
+int UniChaine::Trouve(const UniChaine& motif, int depuis) const {
+  return texte_.indexOf(motif.texte_, depuis);
+}
 
 UniChaine& UniChaine::Remplace(const UniChaine& ancien, const UniChaine& nouveau) {
   if (!ancien.EstVide()) texte_.replace(ancien.texte_, nouveau.texte_);

@@ -191,11 +191,36 @@ TEST(ListeT, ModeleAleatoireContreStdVector) {
     const ChaineN x = ChaineN::DepuisNombre(static_cast<int>(rng() % 50));
     const uint64_t n = modele.size();
     switch (rng() % 5) {
-      case 0: l.Ajoute(x); modele.push_back(x); break;
-      case 1: { const uint64_t p = n ? rng() % (n + 1) : 0; l.Insere(p, x); modele.insert(modele.begin() + static_cast<long>(p), x); break; }
-      case 2: if (n) { const uint64_t p = rng() % n; l.Enleve(p); modele.erase(modele.begin() + static_cast<long>(p)); } break;
-      case 3: if (n) { const uint64_t p = rng() % n; l[p] = x; modele[p] = x; } break;
-      case 4: if (etape % 50 == 0) { l.TriQ(); std::sort(modele.begin(), modele.end()); } break;
+      case 0:
+        l.Ajoute(x);
+        modele.push_back(x);
+        break;
+      case 1: {
+        const uint64_t p = n ? rng() % (n + 1) : 0;
+        l.Insere(p, x);
+        modele.insert(modele.begin() + static_cast<long>(p), x);
+        break;
+      }
+      case 2:
+        if (n) {
+          const uint64_t p = rng() % n;
+          l.Enleve(p);
+          modele.erase(modele.begin() + static_cast<long>(p));
+        }
+        break;
+      case 3:
+        if (n) {
+          const uint64_t p = rng() % n;
+          l[p] = x;
+          modele[p] = x;
+        }
+        break;
+      case 4:
+        if (etape % 50 == 0) {
+          l.TriQ();
+          std::sort(modele.begin(), modele.end());
+        }
+        break;
     }
     ASSERT_EQ(std::vector<ChaineN>(l.begin(), l.end()), modele) << "seed " << graine << " step " << etape;
   }

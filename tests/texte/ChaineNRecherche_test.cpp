@@ -41,7 +41,7 @@ TEST(ChaineNRecherche, MotsEntiers) {
   EXPECT_EQ(trouves[0], std::make_pair(uint64_t{2}, uint64_t{5}));
   EXPECT_EQ(trouves[1], std::make_pair(uint64_t{19}, uint64_t{5}));
   EXPECT_EQ(trouves[2], std::make_pair(uint64_t{30}, uint64_t{5}));
-  EXPECT_TRUE(s.CommenceMotEntier(ChaineN("arb"), 9));   // start of "arbres"; the end is free
+  EXPECT_TRUE(s.CommenceMotEntier(ChaineN("arb"), 9));  // start of "arbres"; the end is free
   EXPECT_FALSE(s.CommenceMotEntier(ChaineN("rbre"), 3));
   EXPECT_TRUE(ChaineN("arbre vert").CommenceParMotEntier(ChaineN("arbre")));
   EXPECT_FALSE(ChaineN("arbres").CommenceParMotEntier(ChaineN("arbre")));

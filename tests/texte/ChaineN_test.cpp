@@ -183,7 +183,8 @@ TEST(ChaineN, EnlevementsEtExtractions) {
 
 TEST(ChaineN, InverseGardeLesPairesDeSubstituts) {
   EXPECT_EQ(Utf8(ChaineN("abc").Inverse()), "cba");
-  EXPECT_EQ(ChaineN(u"a\xD83D\xDE00z").Inverse(), ChaineN(u"z\xD83D\xDE00" u"a"));
+  EXPECT_EQ(ChaineN(u"a\xD83D\xDE00z").Inverse(), ChaineN(u"z\xD83D\xDE00"
+                                                          u"a"));
 }
 
 TEST(ChaineN, ComparaisonsUniteParUnite) {
@@ -211,13 +212,35 @@ TEST(ChaineN, ModeleAleatoireContreStdU16String) {
     const uint64_t pos = n ? rng() % (n + 1) : 0;
     const char16_t c = static_cast<char16_t>(u'a' + rng() % 26);
     switch (rng() % 7) {
-      case 0: s.AjouteFin(c); modele += c; break;
-      case 1: s.AjouteDebut(c); modele.insert(modele.begin(), c); break;
-      case 2: s.EnleveIntervalle(pos, 3); modele.erase(pos, 3); break;
-      case 3: s.AjouteFin(s.SousChaine(pos, 5)); modele += modele.substr(pos, 5); break;
-      case 4: if (n) { s.MetsCarAIndex(pos % n, c); modele[pos % n] = c; } break;
+      case 0:
+        s.AjouteFin(c);
+        modele += c;
+        break;
+      case 1:
+        s.AjouteDebut(c);
+        modele.insert(modele.begin(), c);
+        break;
+      case 2:
+        s.EnleveIntervalle(pos, 3);
+        modele.erase(pos, 3);
+        break;
+      case 3:
+        s.AjouteFin(s.SousChaine(pos, 5));
+        modele += modele.substr(pos, 5);
+        break;
+      case 4:
+        if (n) {
+          s.MetsCarAIndex(pos % n, c);
+          modele[pos % n] = c;
+        }
+        break;
       case 5: instantanes.emplace_back(s, modele); break;
-      case 6: if (n > 40) { s.EnleveFin(20); modele.resize(n - 20); } break;
+      case 6:
+        if (n > 40) {
+          s.EnleveFin(20);
+          modele.resize(n - 20);
+        }
+        break;
     }
     ASSERT_EQ(std::u16string(s.begin(), s.end()), modele) << "seed " << graine << " step " << etape;
   }

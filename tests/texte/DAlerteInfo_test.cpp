@@ -11,7 +11,7 @@ namespace {
 
 // Decoration is process-wide: each test starts and ends with it off.
 class DAlerteInfoTest : public ::testing::Test {
-protected:
+ protected:
   void SetUp() override { DAlerteInfo::MetsDecorationTitreDialogue(false); }
   void TearDown() override {
     DAlerteInfo::MetsDecorationTitreDialogue(false);
@@ -60,8 +60,7 @@ TEST_F(DAlerteInfoTest, LaCopieFigeLesCodesDansLExplication) {
   const DAlerteInfo copie(e);
   EXPECT_EQ(copie.DonneExplication().DonneStdString(), "x\n\n Code Erreur: 12;");
   // Now stored, the codes reach the log line too.
-  EXPECT_EQ(copie.DonneMessagePourJournalisation().DonneStdString(),
-            "(ALERTE)\tm\tx\n\n Code Erreur: 12;\t");
+  EXPECT_EQ(copie.DonneMessagePourJournalisation().DonneStdString(), "(ALERTE)\tm\tx\n\n Code Erreur: 12;\t");
 
   const ExceptionCode ex(e);
   EXPECT_STREQ(ex.what(), "m x\n\n Code Erreur: 12;");
@@ -89,9 +88,9 @@ TEST_F(DAlerteInfoTest, EstNULL) {
 
 TEST_F(DAlerteInfoTest, EtiquettesDuJournal) {
   const std::pair<int, const char*> attendues[] = {
-      {0, "(Inconnu)"}, {1, "(Question)"}, {2, "(Information)"}, {3, "(Attention)"},
-      {4, "(ALERTE)"},  {5, "(Autre)"},    {6, "(Attention)"},   {7, "(Autre)"},
-      {8, "(IconeMaison)"}, {9, "(Autre)"}, {-1, "(Autre)"}};
+      {0, "(Inconnu)"},     {1, "(Question)"}, {2, "(Information)"}, {3, "(Attention)"},
+      {4, "(ALERTE)"},      {5, "(Autre)"},    {6, "(Attention)"},   {7, "(Autre)"},
+      {8, "(IconeMaison)"}, {9, "(Autre)"},    {-1, "(Autre)"}};
   for (const auto& [type, etiquette] : attendues) {
     const DAlerteInfo a(static_cast<DAlerteInfo::eTypeDialogue>(type), "m", "e", "t");
     EXPECT_EQ(a.DonneMessagePourJournalisation().DonneStdString(), std::string(etiquette) + "\tm\te\t")
@@ -106,7 +105,7 @@ TEST_F(DAlerteInfoTest, AssertionQtPrendLeTitreParDefaut) {
 }
 
 class PresentateurEssai : public DAlerteDeleguay {
-public:
+ public:
   int DAlerte(const DAlerteInfo& info) override {
     vu = info.DonneMessage().DonneStdString();
     return 3;

@@ -23,14 +23,14 @@ class ListeC {
     _Noeud* suivant;
   };
 
-public:
+ public:
   using value_type = T;
   using Comparateur = bool (*)(const T&, const T&);
 
   // A forward iterator over the nodes, for range-for and the standard algorithms.
   template <typename Elem>
   class __IterateurStdBase {
-  public:
+   public:
     using iterator_category = std::forward_iterator_tag;
     using value_type = T;
     using difference_type = std::ptrdiff_t;
@@ -54,7 +54,7 @@ public:
       return a.noeud_ == b.noeud_;
     }
 
-  private:
+   private:
     friend class ListeC;
     _Noeud* noeud_ = nullptr;
   };
@@ -66,7 +66,7 @@ public:
   // A cursor in the library's own style: `for (auto it = l.Iter(); !it.EstFini(); it.Suivant())`.
   template <typename Elem>
   class __IterateurBase {
-  public:
+   public:
     explicit __IterateurBase(_Noeud* noeud) : noeud_(noeud) {}
     bool EstFini() const { return noeud_ == nullptr; }
     void Suivant() { noeud_ = noeud_->suivant; }
@@ -76,7 +76,7 @@ public:
     }
     Elem& operator*() const { return Valeur(); }
 
-  private:
+   private:
     _Noeud* noeud_;
   };
   using __Iterateur = __IterateurBase<T>;
@@ -204,10 +204,14 @@ public:
 
   // Bubble sort by relinking. Two neighbours are swapped when the first is >= the second (or when
   // the comparator says so); equal neighbours are swapped too, on purpose.
-  void TriB() { TriBulles([](const T& a, const T& b) { return !(a < b); }); }
+  void TriB() {
+    TriBulles([](const T& a, const T& b) { return !(a < b); });
+  }
   void TriB(Comparateur doitEchanger) { TriBulles(doitEchanger); }
   // Merge sort by relinking, ascending by <, or by `avant` (true when a goes before b).
-  void TriQ() { TriFusion([](const T& a, const T& b) { return a < b; }); }
+  void TriQ() {
+    TriFusion([](const T& a, const T& b) { return a < b; });
+  }
   void TriQ(Comparateur avant) { TriFusion(avant); }
 
   __Iterateur Iter() { return __Iterateur(premier_); }
@@ -218,7 +222,7 @@ public:
   __IterateurStdConst begin() const { return __IterateurStdConst(premier_); }
   __IterateurStdConst end() const { return __IterateurStdConst(); }
 
-private:
+ private:
   T& Lie(_Noeud* noeud) {
     (dernier_ ? dernier_->suivant : premier_) = noeud;
     dernier_ = noeud;
@@ -272,9 +276,9 @@ private:
         reste = Coupe(droite, largeur);
         while (gauche != nullptr || droite != nullptr) {
           // Taking from the left on ties keeps the sort stable.
-          _Noeud*& pris =
-              (droite == nullptr || (gauche != nullptr && !avant(droite->valeur, gauche->valeur)))
-                  ? gauche : droite;
+          _Noeud*& pris = (droite == nullptr || (gauche != nullptr && !avant(droite->valeur, gauche->valeur)))
+                              ? gauche
+                              : droite;
           *queue = pris;
           queue = &pris->suivant;
           dernier_ = pris;

@@ -26,7 +26,7 @@ namespace sdd {
 //    library's ranges; fin is clipped to the count, debut beyond the count throws.
 template <typename T, int Facteur = 2, int Increment = 1, typename TailleT = uint64_t>
 class ListeT {
-public:
+ public:
   using value_type = T;
   using size_type = TailleT;
   using __IterateurStd = T*;
@@ -37,7 +37,7 @@ public:
   // A cursor in the library's own style: `for (auto it = l.Iter(); !it.EstFini(); it.Suivant())`.
   template <typename Elem>
   class __IterateurBase {
-  public:
+   public:
     __IterateurBase(Elem* debut, TailleT n) : courant_(debut), fin_(debut + n), debut_(debut) {}
     bool EstFini() const { return courant_ == fin_; }
     void Suivant() { ++courant_; }
@@ -50,7 +50,7 @@ public:
     Elem& operator*() const { return Valeur(); }
     Elem* operator->() const { return &Valeur(); }
 
-  private:
+   private:
     Elem* courant_;
     Elem* fin_;
     Elem* debut_;
@@ -246,7 +246,7 @@ public:
   T* Donnees() { return tableau_; }
   const T* Donnees() const { return tableau_; }
 
-protected:
+ protected:
   void Init(TailleT n) {
     T* nouveau = n ? new T[n]() : nullptr;
     delete[] tableau_;
@@ -258,7 +258,7 @@ protected:
   void Agrandir() { Realloue(CapaciteSuivante(), false); }
   void AgrandirParMove() { Realloue(CapaciteSuivante(), true); }
 
-private:
+ private:
   static constexpr TailleT kCapaciteMax =
       static_cast<TailleT>(std::numeric_limits<std::ptrdiff_t>::max() / sizeof(T));
 

@@ -13,7 +13,7 @@ namespace sdd {
 // objects is asked for explicitly with VideEtTueObjets(), which calls each object's Libere(),
 // deletes it (null entries are skipped) and leaves the list empty.
 class OUTILS_SOCLE_EXPORT ListeTDePtr : public Objet, public ListeT<Objet*, 2, 1, uint64_t> {
-public:
+ public:
   ListeTDePtr() = default;
   explicit ListeTDePtr(uint64_t capacite) : ListeT(capacite) {}
   ~ListeTDePtr() override;
@@ -22,7 +22,7 @@ public:
 };
 
 class OUTILS_SOCLE_EXPORT ListeCDePtr : public Objet, public ListeC<Objet*> {
-public:
+ public:
   ListeCDePtr() = default;
   ~ListeCDePtr() override;
 

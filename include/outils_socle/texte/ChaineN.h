@@ -33,14 +33,14 @@ namespace sdd {
 // outside the string; counts that run past the end are clipped. Searches answer a position, or
 // -1 when absent.
 class OUTILS_SOCLE_EXPORT ChaineN {
-public:
+ public:
   enum Codage {
-    kCodageMacRoman = 0,  // Mac OS Roman, euro sign at 0xDB; also any value outside 0..6
-    kCodageLatin9 = 1,    // ISO 8859-15
-    kCodageWinLatin1 = 2, // Windows-1252; its five unassigned bytes decode to "?"
-    kCodageDOS = 3,       // code page 850
+    kCodageMacRoman = 0,   // Mac OS Roman, euro sign at 0xDB; also any value outside 0..6
+    kCodageLatin9 = 1,     // ISO 8859-15
+    kCodageWinLatin1 = 2,  // Windows-1252; its five unassigned bytes decode to "?"
+    kCodageDOS = 3,        // code page 850
     kCodageUTF8 = 4,
-    kCodageUTF16LE = 5,   // the native order of the units
+    kCodageUTF16LE = 5,  // the native order of the units
     kCodageUTF16BE = 6,
   };
 
@@ -152,12 +152,10 @@ public:
   // most taille minus the terminator are written (never half a character), then the terminator;
   // a buffer too small for the terminator gets a zero first byte. `longueur` receives the bytes
   // written without the terminator.
-  const char* PreteCString(Codage codage = kCodageWinLatin1, uint64_t taille = 0,
-                           char* tampon = nullptr, uint64_t* longueur = nullptr) const;
-  const char* PreteUTF8(uint64_t taille = 0, char* tampon = nullptr,
-                        uint64_t* longueur = nullptr) const;
-  const char* PreteMacRoman(uint64_t taille = 0, char* tampon = nullptr,
-                            uint64_t* longueur = nullptr) const;
+  const char* PreteCString(Codage codage = kCodageWinLatin1, uint64_t taille = 0, char* tampon = nullptr,
+                           uint64_t* longueur = nullptr) const;
+  const char* PreteUTF8(uint64_t taille = 0, char* tampon = nullptr, uint64_t* longueur = nullptr) const;
+  const char* PreteMacRoman(uint64_t taille = 0, char* tampon = nullptr, uint64_t* longueur = nullptr) const;
   // The units, zero-terminated (copied into the lending buffer for a borrowed count).
   const char16_t* PreteUniCString() const;
   // A new zero-terminated block that the caller owns.
@@ -173,16 +171,16 @@ public:
   // digits or after them (aGauche). A base outside 2..16 throws IndexHorsBorne(base, 2, 16).
   static ChaineN DepuisNombre(int valeur, int base = 10, uint64_t largeur = 0, bool zeros = false,
                               bool aGauche = false);
-  static ChaineN DepuisNombre(unsigned int valeur, int base = 10, uint64_t largeur = 0,
-                              bool zeros = false, bool aGauche = false);
-  static ChaineN DepuisNombre(int64_t valeur, int base = 10, uint64_t largeur = 0,
-                              bool zeros = false, bool aGauche = false);
-  static ChaineN DepuisNombre(uint64_t valeur, int base = 10, uint64_t largeur = 0,
-                              bool zeros = false, bool aGauche = false);
+  static ChaineN DepuisNombre(unsigned int valeur, int base = 10, uint64_t largeur = 0, bool zeros = false,
+                              bool aGauche = false);
+  static ChaineN DepuisNombre(int64_t valeur, int base = 10, uint64_t largeur = 0, bool zeros = false,
+                              bool aGauche = false);
+  static ChaineN DepuisNombre(uint64_t valeur, int base = 10, uint64_t largeur = 0, bool zeros = false,
+                              bool aGauche = false);
   // Base 10 gives the shortest text that reads back to the same double; other bases give the
   // integer part and up to 16 fractional digits.
-  static ChaineN DepuisNombre(double valeur, int base = 10, uint64_t largeur = 0,
-                              bool zeros = false, bool aGauche = false);
+  static ChaineN DepuisNombre(double valeur, int base = 10, uint64_t largeur = 0, bool zeros = false,
+                              bool aGauche = false);
   // Decimal, like the C library's atoi: leading blanks and a sign, up to the first non-digit;
   // 0 without a number; saturates at the limits of int.
   int DonneEntier() const;
@@ -196,7 +194,7 @@ public:
   ChaineN& EnleveFin(uint64_t n);               // the last n units
   ChaineN& EnleveDepuisFin(uint64_t position);  // everything from `position` to the end
   ChaineN& EnleveIntervalle(uint64_t debut, uint64_t n);
-  ChaineN& EnleveCarNonAlpha();                 // keeps letters only
+  ChaineN& EnleveCarNonAlpha();  // keeps letters only
 
   // ---- Extraction
   ChaineN SousChaine(uint64_t debut, uint64_t n = kJusquALaFin) const;
@@ -210,8 +208,7 @@ public:
   int64_t Contient(char16_t c, uint64_t depuis = 0, Malgray m = kMalgrayRien) const;
   bool ContientALaPos(const ChaineN& motif, uint64_t position, Malgray m = kMalgrayRien) const;
   // The first position at or after `depuis` whose unit is one of `ensemble`.
-  int64_t ContientUnCarDe(const ChaineN& ensemble, uint64_t depuis = 0,
-                          Malgray m = kMalgrayRien) const;
+  int64_t ContientUnCarDe(const ChaineN& ensemble, uint64_t depuis = 0, Malgray m = kMalgrayRien) const;
   int64_t TrouveDernier(const ChaineN& motif, Malgray m = kMalgrayRien) const;
   int64_t TrouveDernier(char16_t c) const;
   // The last position at or before `depuis` whose unit is one of `ensemble`.
@@ -225,8 +222,7 @@ public:
   bool CommenceParMotEntier(const ChaineN& motif, Malgray m = kMalgrayRien) const;
   // The string ends with `motif` as a whole word.
   bool TermineMotEntier(const ChaineN& motif, Malgray m = kMalgrayRien) const;
-  int64_t ContientMotEntier(const ChaineN& motif, uint64_t depuis = 0,
-                            Malgray m = kMalgrayRien) const;
+  int64_t ContientMotEntier(const ChaineN& motif, uint64_t depuis = 0, Malgray m = kMalgrayRien) const;
   // Every whole-word occurrence, as (position, length) pairs, left to right.
   ListeC<std::pair<uint64_t, uint64_t>> RechercheMotEntier(const ChaineN& motif,
                                                            Malgray m = kMalgrayRien) const;
@@ -246,11 +242,9 @@ public:
   ChaineN& RemplaceEnLot(const ListeT<ChaineN>& anciens, const ListeT<ChaineN>& nouveaux);
   // The same when no replacement is longer than what it replaces: done in place, without
   // allocation when the buffer is not shared. A longer replacement throws OperationInvalide.
-  ChaineN& RemplaceEnLotChainePlusCourte(const ListeT<ChaineN>& anciens,
-                                         const ListeT<ChaineN>& nouveaux);
+  ChaineN& RemplaceEnLotChainePlusCourte(const ListeT<ChaineN>& anciens, const ListeT<ChaineN>& nouveaux);
   // The same when replacements may be longer: sizes the result first, then writes it once.
-  ChaineN& RemplaceEnLotChainePlusLongue(const ListeT<ChaineN>& anciens,
-                                         const ListeT<ChaineN>& nouveaux);
+  ChaineN& RemplaceEnLotChainePlusLongue(const ListeT<ChaineN>& anciens, const ListeT<ChaineN>& nouveaux);
   // Removes every occurrence of the anciens.
   ChaineN& RemplaceEnLotChaineVide(const ListeT<ChaineN>& anciens);
   // CR and LF become spaces.
@@ -259,11 +253,11 @@ public:
   // ---- Blanks and typography. Blanks are the space, tab, line breaks, the no-break spaces and
   // the typographic spaces U+2000 to U+200A, U+202F, U+205F and U+3000.
   static bool EstBlanc(char16_t c);
-  ChaineN& NettoieBlancs();               // removes leading and trailing blanks
-  ChaineN& NormaliseBlanc();              // every blank becomes a space
-  ChaineN& ConsolideBlancs();             // a run of blanks becomes one space
-  ChaineN& ConsolideBlancsMemeTypes();    // a run of one blank becomes one of it
-  ChaineN& NormaliseApostrophe();         // ’ ‘ ` ´ become '
+  ChaineN& NettoieBlancs();             // removes leading and trailing blanks
+  ChaineN& NormaliseBlanc();            // every blank becomes a space
+  ChaineN& ConsolideBlancs();           // a run of blanks becomes one space
+  ChaineN& ConsolideBlancsMemeTypes();  // a run of one blank becomes one of it
+  ChaineN& NormaliseApostrophe();       // ’ ‘ ` ´ become '
   // Typographic characters to plain text: curly quotes, guillemets (« » and the space inside
   // them become "), dashes and
   // the minus sign (become -), the ellipsis (becomes ...), and blanks (become spaces).
@@ -289,11 +283,11 @@ public:
   static unsigned char DonneCarMacRomanPourUniCar(char16_t c);  // "?" when absent
   static char16_t DonneUniCarPourCarMacRoman(unsigned char c);
 
-protected:
+ protected:
   // Room for n units, terminator included; see the class comment for the growth rule.
   void Assure(uint64_t n);
 
-private:
+ private:
   struct _TamponPossede;
   struct _TamponEmprunte;
 

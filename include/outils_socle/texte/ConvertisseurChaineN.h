@@ -17,7 +17,7 @@ namespace sdd {
 // decode. Decoding never fails (malformed UTF-8 gives U+FFFD) and encoding never fails (a unit
 // the encoding lacks is written as "?").
 class OUTILS_SOCLE_EXPORT ConvertisseurChaineN {
-public:
+ public:
   virtual ~ConvertisseurChaineN();
 
   // The converter of `codage`; a value outside 0..6 gives the Mac OS Roman one.
@@ -49,15 +49,14 @@ public:
   virtual uint64_t Decode(const char* octets, uint64_t n, char16_t* sortie, uint64_t place) const = 0;
   virtual uint64_t TailleEncodee(const char16_t* unites, uint64_t n) const = 0;
   // Writes at most `taille` bytes, never half a character, and returns the bytes written.
-  virtual uint64_t Encode(const char16_t* unites, uint64_t n, char* sortie,
-                          uint64_t taille) const = 0;
+  virtual uint64_t Encode(const char16_t* unites, uint64_t n, char* sortie, uint64_t taille) const = 0;
   virtual uint64_t CompteNonRepresentables(const char16_t* unites, uint64_t n) const;
 };
 
 // The four single-byte encodings share this table-driven converter. Bytes 0x00–0x7F are ASCII
 // in all four. Encoding writes the first byte, from 0 upward, whose table entry is the unit.
 class OUTILS_SOCLE_EXPORT ConvertisseurChaineNCodageUnOctet : public ConvertisseurChaineN {
-public:
+ public:
   explicit ConvertisseurChaineNCodageUnOctet(const char16_t (&table)[256]);
   ~ConvertisseurChaineNCodageUnOctet() override;
 
@@ -67,8 +66,7 @@ public:
 
   unsigned TailleTerminateur() const override { return 1; }
   unsigned OctetsMaxParUnite() const override { return 1; }
-  unsigned EncodeCaractere(const char16_t* unites, uint64_t n, char* sortie,
-                           unsigned* lues) const override;
+  unsigned EncodeCaractere(const char16_t* unites, uint64_t n, char* sortie, unsigned* lues) const override;
   unsigned DecodeCaractere(const char* octets, uint64_t n, char16_t* sortie,
                            unsigned* ecrites) const override;
   uint64_t CompteUnites(const char* octets, uint64_t n) const override;
@@ -77,7 +75,7 @@ public:
   uint64_t Encode(const char16_t* unites, uint64_t n, char* sortie, uint64_t taille) const override;
   uint64_t CompteNonRepresentables(const char16_t* unites, uint64_t n) const override;
 
-private:
+ private:
   const char16_t* table_;
   // Reverse map for units >= 0x80, by 256-unit page; a zero byte means "absent" (bytes below
   // 0x80 never stand for such units).
@@ -85,19 +83,19 @@ private:
 };
 
 class OUTILS_SOCLE_EXPORT ConvertisseurChaineNMacRoman : public ConvertisseurChaineNCodageUnOctet {
-public:
+ public:
   ConvertisseurChaineNMacRoman();
 };
 class OUTILS_SOCLE_EXPORT ConvertisseurChaineNLatin9 : public ConvertisseurChaineNCodageUnOctet {
-public:
+ public:
   ConvertisseurChaineNLatin9();
 };
 class OUTILS_SOCLE_EXPORT ConvertisseurChaineNWinLatin1 : public ConvertisseurChaineNCodageUnOctet {
-public:
+ public:
   ConvertisseurChaineNWinLatin1();
 };
 class OUTILS_SOCLE_EXPORT ConvertisseurChaineNDOS : public ConvertisseurChaineNCodageUnOctet {
-public:
+ public:
   ConvertisseurChaineNDOS();
 };
 
@@ -106,11 +104,10 @@ public:
 // consumes the bytes valid up to the break. Encoding joins a surrogate with the unit after it
 // without checking that unit, and writes a lone surrogate as three bytes.
 class OUTILS_SOCLE_EXPORT ConvertisseurChaineNUTF8 : public ConvertisseurChaineN {
-public:
+ public:
   unsigned TailleTerminateur() const override { return 1; }
   unsigned OctetsMaxParUnite() const override { return 3; }
-  unsigned EncodeCaractere(const char16_t* unites, uint64_t n, char* sortie,
-                           unsigned* lues) const override;
+  unsigned EncodeCaractere(const char16_t* unites, uint64_t n, char* sortie, unsigned* lues) const override;
   unsigned DecodeCaractere(const char* octets, uint64_t n, char16_t* sortie,
                            unsigned* ecrites) const override;
   uint64_t CompteUnites(const char* octets, uint64_t n) const override;
@@ -121,13 +118,12 @@ public:
 
 // UTF-16 without byte-order mark; an odd last byte is ignored.
 class OUTILS_SOCLE_EXPORT ConvertisseurChaineNUTF16 : public ConvertisseurChaineN {
-public:
+ public:
   explicit ConvertisseurChaineNUTF16(bool grosBoutiste) : grosBoutiste_(grosBoutiste) {}
   unsigned TailleTerminateur() const override { return 2; }
   unsigned OctetsMaxParUnite() const override { return 2; }
   uint64_t LongueurOctets(const char* octets) const override;
-  unsigned EncodeCaractere(const char16_t* unites, uint64_t n, char* sortie,
-                           unsigned* lues) const override;
+  unsigned EncodeCaractere(const char16_t* unites, uint64_t n, char* sortie, unsigned* lues) const override;
   unsigned DecodeCaractere(const char* octets, uint64_t n, char16_t* sortie,
                            unsigned* ecrites) const override;
   uint64_t CompteUnites(const char* octets, uint64_t n) const override;
@@ -135,16 +131,16 @@ public:
   uint64_t TailleEncodee(const char16_t* unites, uint64_t n) const override;
   uint64_t Encode(const char16_t* unites, uint64_t n, char* sortie, uint64_t taille) const override;
 
-private:
+ private:
   bool grosBoutiste_;
 };
 
 class OUTILS_SOCLE_EXPORT ConvertisseurChaineNUTF16LE : public ConvertisseurChaineNUTF16 {
-public:
+ public:
   ConvertisseurChaineNUTF16LE() : ConvertisseurChaineNUTF16(false) {}
 };
 class OUTILS_SOCLE_EXPORT ConvertisseurChaineNUTF16BE : public ConvertisseurChaineNUTF16 {
-public:
+ public:
   ConvertisseurChaineNUTF16BE() : ConvertisseurChaineNUTF16(true) {}
 };
 

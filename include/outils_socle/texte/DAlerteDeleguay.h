@@ -7,7 +7,7 @@
 // this class, installs one instance with MetsDAlerteDeleguay and keeps it alive; the library
 // only borrows the pointer. Install it at start-up, before other threads may raise alerts.
 class OUTILS_SOCLE_EXPORT DAlerteDeleguay {
-public:
+ public:
   DAlerteDeleguay() = default;
   virtual ~DAlerteDeleguay();
 

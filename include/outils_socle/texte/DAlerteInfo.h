@@ -11,17 +11,17 @@
 // Construction normalises typography in the three texts: straight apostrophes become U+2019,
 // the ordinary spaces inside « » become no-break spaces, and CR LF or lone CR become LF.
 class OUTILS_SOCLE_EXPORT DAlerteInfo {
-public:
+ public:
   enum eTypeDialogue : int32_t {
     eInconnu = 0,
     eQuestion = 1,
     eInformation = 2,
     eAttention = 3,
-    eAlerte = 4,       // the only kind the library raises itself
-    eAutre = 5,        // logged as "(Autre)"
-    eAvertissement = 6,// a second warning kind, logged like eAttention
-    eAutreBis = 7,     // logged as "(Autre)"
-    eIconeMaison = 8,  // the application's own icon
+    eAlerte = 4,         // the only kind the library raises itself
+    eAutre = 5,          // logged as "(Autre)"
+    eAvertissement = 6,  // a second warning kind, logged like eAttention
+    eAutreBis = 7,       // logged as "(Autre)"
+    eIconeMaison = 8,    // the application's own icon
   };
 
   DAlerteInfo();
@@ -55,7 +55,7 @@ public:
   static void MetsDecorationTitreDialogue(bool avecDecoration);
   static void MetsDecorationTitreDialogueChaine(const UniChaine& decoration);
 
-private:
+ private:
   static UniChaine& DonneDecoration();
   void CopieDepuis(const DAlerteInfo& source);
 
@@ -69,18 +69,17 @@ private:
 // An alert with up to three error codes; -1 means absent. DonneExplication() appends the codes
 // that are present after the explanation.
 class OUTILS_SOCLE_EXPORT DAlerteInfoErreur : public DAlerteInfo {
-public:
+ public:
   // Mind the order: the title sits between the first and the second code.
   DAlerteInfoErreur(eTypeDialogue type, const UniChaine& message, const UniChaine& explication,
-                    int codeErreur, const UniChaine& titre, int codeSecondaire,
-                    int codeTertiaire);
+                    int codeErreur, const UniChaine& titre, int codeSecondaire, int codeTertiaire);
   UniChaine DonneExplication() const override;
 
   int DonneCodeErreur() const { return codeErreur_; }
   int DonneCodeSecondaire() const { return codeSecondaire_; }
   int DonneCodeTertiaire() const { return codeTertiaire_; }
 
-private:
+ private:
   int codeErreur_;
   int codeSecondaire_;
   int codeTertiaire_;
@@ -89,7 +88,6 @@ private:
 // The record used when the application framework reports a failed assertion; its title always
 // follows the default rule.
 class OUTILS_SOCLE_EXPORT DAlerteInfoAssertionQt : public DAlerteInfo {
-public:
-  DAlerteInfoAssertionQt(eTypeDialogue type, const UniChaine& message,
-                         const UniChaine& explication);
+ public:
+  DAlerteInfoAssertionQt(eTypeDialogue type, const UniChaine& message, const UniChaine& explication);
 };

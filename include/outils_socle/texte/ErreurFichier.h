@@ -21,9 +21,8 @@ OUTILS_SOCLE_EXPORT UniChaine MessageErreurFichier(int n);
 
 // An eAlerte record whose message and explanation are catalogue texts, with an empty (default)
 // title and the three codes frozen into the explanation.
-OUTILS_SOCLE_EXPORT DAlerteInfo CreeAlerteErreurFichier(int message, int explication,
-                                                       int codeErreur, int codeSecondaire,
-                                                       int codeTertiaire);
+OUTILS_SOCLE_EXPORT DAlerteInfo CreeAlerteErreurFichier(int message, int explication, int codeErreur,
+                                                        int codeSecondaire, int codeTertiaire);
 
 // The text of the running application for a built-in source text (identity when no translation
 // is installed). `commentaire` guides the translators.

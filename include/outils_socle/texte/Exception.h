@@ -11,7 +11,7 @@
 namespace sdd::exceptions {
 
 class OUTILS_SOCLE_EXPORT Exception {
-public:
+ public:
   Exception(const UniChaine& message, const UniChaine& explication);
   Exception(const Exception&) = default;
   Exception& operator=(const Exception&) = default;
@@ -22,83 +22,83 @@ public:
   // message + " : " + explication
   UniChaine MessageComplet() const;
 
-private:
+ private:
   UniChaine message_;      // fixed by the class
   UniChaine explication_;  // the detail of this occurrence
 };
 
 // Each subclass only fixes the texts; copying and moving copy both texts.
-#define OUTILS_SOCLE_EXCEPTION_COPIABLE(Classe)            \
-  Classe(const Classe&) = default;                         \
-  Classe(Classe&& autre) noexcept : Classe(autre) {}       \
-  Classe& operator=(const Classe&) = default;              \
+#define OUTILS_SOCLE_EXCEPTION_COPIABLE(Classe)      \
+  Classe(const Classe&) = default;                   \
+  Classe(Classe&& autre) noexcept : Classe(autre) {} \
+  Classe& operator=(const Classe&) = default;        \
   ~Classe() override
 
 class OUTILS_SOCLE_EXPORT ErreurDeserialisation : public Exception {
-public:
+ public:
   explicit ErreurDeserialisation(const UniChaine& detail);
   OUTILS_SOCLE_EXCEPTION_COPIABLE(ErreurDeserialisation);
 };
 
 // Shares its message with OperationInvalide.
 class OUTILS_SOCLE_EXPORT ErreurSyntaxe : public Exception {
-public:
+ public:
   ErreurSyntaxe();
   OUTILS_SOCLE_EXCEPTION_COPIABLE(ErreurSyntaxe);
 };
 
 // The three numbers are written in plain decimal: "index=5 min=0 max=3".
 class OUTILS_SOCLE_EXPORT IndexHorsBorne : public Exception {
-public:
+ public:
   IndexHorsBorne(uint64_t index, uint64_t min, uint64_t max);
   OUTILS_SOCLE_EXCEPTION_COPIABLE(IndexHorsBorne);
 };
 
 class OUTILS_SOCLE_EXPORT LiberationObjetImpossible : public Exception {
-public:
+ public:
   LiberationObjetImpossible();
   OUTILS_SOCLE_EXCEPTION_COPIABLE(LiberationObjetImpossible);
 };
 
 class OUTILS_SOCLE_EXPORT MemoireInsuffisante : public Exception {
-public:
+ public:
   explicit MemoireInsuffisante(const UniChaine& detail);
   OUTILS_SOCLE_EXCEPTION_COPIABLE(MemoireInsuffisante);
 };
 
 class OUTILS_SOCLE_EXPORT OperationInvalide : public Exception {
-public:
+ public:
   OperationInvalide();
   OUTILS_SOCLE_EXCEPTION_COPIABLE(OperationInvalide);
 };
 
 class OUTILS_SOCLE_EXPORT OuvertureEchouee : public Exception {
-public:
+ public:
   explicit OuvertureEchouee(const UniChaine& detail);
   OUTILS_SOCLE_EXCEPTION_COPIABLE(OuvertureEchouee);
 };
 
 class OUTILS_SOCLE_EXPORT PointeurInvalide : public Exception {
-public:
+ public:
   PointeurInvalide();
   OUTILS_SOCLE_EXCEPTION_COPIABLE(PointeurInvalide);
 };
 
 class OUTILS_SOCLE_EXPORT TableNonValide : public Exception {
-public:
+ public:
   explicit TableNonValide(const UniChaine& detail);
   OUTILS_SOCLE_EXCEPTION_COPIABLE(TableNonValide);
 };
 
 class OUTILS_SOCLE_EXPORT ValeurIndefinieIterateur : public Exception {
-public:
+ public:
   ValeurIndefinieIterateur();
   OUTILS_SOCLE_EXCEPTION_COPIABLE(ValeurIndefinieIterateur);
 };
 
 // Carries texts chosen by the thrower.
 class OUTILS_SOCLE_EXPORT ExceptionModulePrismale : public Exception {
-public:
+ public:
   ExceptionModulePrismale(const UniChaine& message, const UniChaine& explication);
   OUTILS_SOCLE_EXCEPTION_COPIABLE(ExceptionModulePrismale);
 };

@@ -9,7 +9,7 @@ namespace sdd {
 // resources needing an orderly release (a thread to stop, a file to flush) does it there, while the
 // object is still whole. By default it does nothing.
 class OUTILS_SOCLE_EXPORT Objet {
-public:
+ public:
   Objet() = default;
   Objet(const Objet&) = default;
   Objet& operator=(const Objet&) = default;

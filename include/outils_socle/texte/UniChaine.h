@@ -21,16 +21,16 @@ class ChaineN;
 // Lent pointers belong to the string: they stay valid until the next lending call on the same
 // object, a change of its text, or its destruction. One object is for one thread at a time.
 class OUTILS_SOCLE_EXPORT UniChaine : public sdd::Objet {
-public:
+ public:
   // Numbered independently of sdd::ChaineN::Codage. Each value names a codec of the platform's
   // codec registry; an unknown value, or a codec the platform lacks, means windows-1252.
   enum Codage {
-    kCodageMacintosh = 0,   // "Macintosh"
-    kCodageISO8859_15 = 1,  // "ISO 8859-15"
-    kCodageWindows1252 = 2, // "windows-1252"
+    kCodageMacintosh = 0,    // "Macintosh"
+    kCodageISO8859_15 = 1,   // "ISO 8859-15"
+    kCodageWindows1252 = 2,  // "windows-1252"
     kCodageUTF8 = 3,
-    kCodageUTF16 = 4,       // native byte order, no byte-order mark
-    kCodageCP850 = 5,       // "CP850"
+    kCodageUTF16 = 4,  // native byte order, no byte-order mark
+    kCodageCP850 = 5,  // "CP850"
   };
 
   UniChaine() = default;
@@ -40,13 +40,13 @@ public:
   UniChaine& operator=(UniChaine&& autre) noexcept;
   ~UniChaine() override;
 
-  UniChaine(const QString& texte);               // NOLINT(google-explicit-constructor)
-  UniChaine(const char* utf8);                   // NOLINT(google-explicit-constructor)
-  UniChaine(const std::string& utf8);            // NOLINT(google-explicit-constructor)
-  UniChaine(const std::u16string& texte);        // NOLINT(google-explicit-constructor)
-  UniChaine(const std::wstring& texte);          // NOLINT(google-explicit-constructor)
-  UniChaine(const char16_t* texte);              // NOLINT(google-explicit-constructor)
-  UniChaine(const sdd::ChaineN& texte);          // NOLINT(google-explicit-constructor)
+  UniChaine(const QString& texte);         // NOLINT(google-explicit-constructor)
+  UniChaine(const char* utf8);             // NOLINT(google-explicit-constructor)
+  UniChaine(const std::string& utf8);      // NOLINT(google-explicit-constructor)
+  UniChaine(const std::u16string& texte);  // NOLINT(google-explicit-constructor)
+  UniChaine(const std::wstring& texte);    // NOLINT(google-explicit-constructor)
+  UniChaine(const char16_t* texte);        // NOLINT(google-explicit-constructor)
+  UniChaine(const sdd::ChaineN& texte);    // NOLINT(google-explicit-constructor)
   // Bytes in the given encoding; n < 0 means "up to the first zero byte".
   UniChaine(const char* octets, Codage codage, int n = -1);
 
@@ -90,7 +90,7 @@ public:
                  : (c > 0 ? std::strong_ordering::greater : std::strong_ordering::equal);
   }
 
-private:
+ private:
   QString texte_;
   mutable std::unique_ptr<char[]> pret_;  // the last lent bytes
   unsigned char etiquette_ = 255;
@@ -98,7 +98,7 @@ private:
 
 // A file-system path: built, converted and compared exactly like a UniChaine.
 class OUTILS_SOCLE_EXPORT UniChemin : public UniChaine {
-public:
+ public:
   using UniChaine::UniChaine;
   UniChemin() = default;
   UniChemin(const UniChaine& texte) : UniChaine(texte) {}  // NOLINT(google-explicit-constructor)

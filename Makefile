@@ -1,0 +1,54 @@
+# Entry points for people: each target does its own setup, so a fresh clone needs only one.
+#   make demo        set up, build, and run the demonstration on the French word list
+#   make check       set up, build, and run every test with ctest
+#   make check-asan  the same tests built with AddressSanitizer and UndefinedBehaviorSanitizer
+#   make check-tsan  the tests built with ThreadSanitizer
+#   make bench       run the benchmarks (ours beside ICU, Qt and the standard library)
+#   make format      check the formatting with clang-format
+
+JOBS ?= $(shell nproc)
+CMAKE_FLAGS ?=
+LAUNCHER := $(shell command -v ccache >/dev/null 2>&1 && echo -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+
+.PHONY: setup build demo check check-asan check-tsan bench format clean
+
+setup:
+	@bash scripts/setup.sh
+
+build/CMakeCache.txt: | setup
+	cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo $(LAUNCHER) $(CMAKE_FLAGS)
+
+build: setup build/CMakeCache.txt
+	cmake --build build -j $(JOBS)
+
+demo: build
+	./build/outils/outils-socle demo
+
+check: build
+	cd build && ctest -j $(JOBS) --output-on-failure
+
+build-asan/CMakeCache.txt: | setup
+	cmake -S . -B build-asan -DCMAKE_BUILD_TYPE=Debug -DOUTILS_SOCLE_SANITIZE=address,undefined \
+	  -DOUTILS_SOCLE_BENCH=OFF $(LAUNCHER) $(CMAKE_FLAGS)
+
+check-asan: setup build-asan/CMakeCache.txt
+	cmake --build build-asan -j $(JOBS)
+	cd build-asan && ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 \
+	  ctest -j $(JOBS) --output-on-failure -LE installation
+
+build-tsan/CMakeCache.txt: | setup
+	cmake -S . -B build-tsan -DCMAKE_BUILD_TYPE=Debug -DOUTILS_SOCLE_SANITIZE=thread \
+	  -DOUTILS_SOCLE_BENCH=OFF $(LAUNCHER) $(CMAKE_FLAGS)
+
+check-tsan: setup build-tsan/CMakeCache.txt
+	cmake --build build-tsan -j $(JOBS)
+	cd build-tsan && TSAN_OPTIONS=halt_on_error=1 ctest -j $(JOBS) --output-on-failure -LE installation
+
+bench: build
+	./build/bench/bench_texte
+
+format:
+	clang-format --dry-run --Werror $$(git ls-files 'include/*.h' 'src/*.cpp' 'src/*.h' ':!src/texte/TablesUnOctet.cpp' 'tests/*.cpp' 'tests/*.h' 'bench/*.cpp' 'outils/*.cpp' 'outils/*.h')
+
+clean:
+	rm -rf build build-asan build-tsan
