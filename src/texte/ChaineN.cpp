@@ -32,11 +32,13 @@ namespace {
 
 std::atomic_ref<uint64_t> Compte(uint64_t& compte) { return std::atomic_ref<uint64_t>(compte); }
 
+// Beyond this, 2c + 1 and the block size would overflow.
+constexpr uint64_t kCapaciteMax = (UINT64_MAX - 24) / 8;
+
 // The block holds 24 + 2c bytes, rounded up to a multiple of 4; the rounding adds one unit.
 uint64_t CapaciteArrondie(uint64_t c) { return (2 * c) % 4 != 0 ? c + 1 : c; }
 
 void* AlloueBloc(void* ancien, uint64_t capacite) {
-  if (capacite > (UINT64_MAX - 24) / 2) throw std::bad_alloc();
   void* bloc = std::realloc(ancien, 24 + 2 * capacite);
   if (bloc == nullptr) throw std::bad_alloc();
   return bloc;
@@ -101,6 +103,7 @@ void ChaineN::Assure(uint64_t n) {
   static_assert(sizeof(_TamponPossede) == 24);
   const uint64_t capacite = Capacite();
   if (n == 0 || (tampon_ != 0 && capacite >= n)) return;
+  if (n > kCapaciteMax) throw std::bad_alloc();
   uint64_t c = capacite;
   while (c < n) c = 2 * c + 1;
   const uint64_t stockee = CapaciteArrondie(c);
@@ -335,6 +338,7 @@ ChaineN ChaineN::AjouteDebut(const char* octets, Codage codage, uint64_t n) cons
 }
 
 ChaineN& ChaineN::Agrandis(uint64_t n, char16_t c) {
+  if (n >= kCapaciteMax) throw std::bad_alloc();
   const uint64_t longueur = Longueur();
   if (n == longueur) return *this;
   if (n == 0) return Vide();

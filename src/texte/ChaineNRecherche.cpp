@@ -48,7 +48,11 @@ int64_t ChaineN::Contient(const ChaineN& motif, uint64_t depuis, Malgray m) cons
 }
 
 int64_t ChaineN::Contient(char16_t c, uint64_t depuis, Malgray m) const {
-  return Contient(ChaineN(&c, 1, false), depuis, m);
+  if (m == kMalgrayRien) return Position(VueDe(*this).find(c, depuis));
+  const char16_t* u = DonneUnites();
+  for (uint64_t i = depuis; i < Longueur(); ++i)
+    if (UniCarEgalOption(u[i], c, m)) return static_cast<int64_t>(i);
+  return -1;
 }
 
 bool ChaineN::ContientALaPos(const ChaineN& motif, uint64_t position, Malgray m) const {

@@ -86,6 +86,13 @@ TEST(ChaineN, CroissanceGeometriqueEtArrondiDuBloc) {
   for (uint64_t c : capacites) EXPECT_EQ(c % 2, 0u);
 }
 
+TEST(ChaineN, UneTailleImpossibleEchoueProprement) {
+  ChaineN s("abc");
+  EXPECT_THROW(s.Agrandis(UINT64_MAX / 2), std::bad_alloc);
+  EXPECT_THROW(s.Agrandis(UINT64_MAX), std::bad_alloc);
+  EXPECT_EQ(Utf8(s), "abc");  // nothing lost
+}
+
 TEST(ChaineN, VideGardeLeTamponSeulementSiNonPartage) {
   ChaineN s("abcdef");
   const uint64_t capacite = s.Capacite();

@@ -194,7 +194,7 @@ class OUTILS_SOCLE_EXPORT ChaineN {
   ChaineN& EnleveFin(uint64_t n);               // the last n units
   ChaineN& EnleveDepuisFin(uint64_t position);  // everything from `position` to the end
   ChaineN& EnleveIntervalle(uint64_t debut, uint64_t n);
-  ChaineN& EnleveCarNonAlpha();  // keeps letters only
+  ChaineN& EnleveCarNonAlpha();  // keeps the letters (of the Basic Multilingual Plane)
 
   // ---- Extraction
   ChaineN SousChaine(uint64_t debut, uint64_t n = kJusquALaFin) const;
