@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <iterator>
@@ -84,6 +85,11 @@ bool LisFichier(const std::string& chemin, std::string& contenu) {
   if (chemin == "-") {
     contenu.assign(std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>());
     return true;
+  }
+  std::error_code ec;
+  if (std::filesystem::is_directory(chemin, ec)) {
+    Erreur("« " + chemin + " » est un dossier, pas un fichier");
+    return false;
   }
   std::ifstream f(chemin, std::ios::binary);
   if (!f) {

@@ -253,7 +253,10 @@ ChaineN& ChaineN::InsereOctets(uint64_t position, const char* octets, Codage cod
   uint64_t besoin = n;
   if (n > 4096 && Capacite() < longueur + n + 1) besoin = convertisseur.CompteUnites(octets, n);
   char16_t* u = Modifiable(longueur + besoin + 1);
-  const uint64_t ecrites = convertisseur.Decode(octets, n, u + longueur, Possede()->capacite - longueur);
+  const uint64_t capacite = Possede()->capacite;
+  const uint64_t ecrites = convertisseur.Decode(octets, n, u + longueur, capacite - longueur);
+  // A converter that wrote past its room has corrupted memory: stop here rather than go on.
+  if (longueur + ecrites >= capacite) LanceIndexHorsBorne(longueur + ecrites, 0, capacite);
   MetsLongueur(longueur + ecrites);
   return *this;
 }
