@@ -37,6 +37,12 @@ TEST(ListeT, CroissanceParesseusePuisDoublement) {
   EXPECT_EQ(lente.Capacite(), 6u);
 }
 
+TEST(ListeT, UneCapaciteIrrealisableEchoueALaPremiereInsertion) {
+  Liste l(UINT64_MAX);  // only recorded
+  EXPECT_THROW(l.Ajoute(1), std::bad_alloc);
+  EXPECT_TRUE(l.EstVide());
+}
+
 TEST(ListeT, InsereGardeUneCaseDAvance) {
   Liste l{1, 2};
   l.Insere(5, 9);
