@@ -273,16 +273,7 @@ ChaineN& ChaineN::AjouteFin(const char16_t* unites) {
   return unites ? Insere(Longueur(), unites, LongueurUnites(unites)) : *this;
 }
 ChaineN& ChaineN::AjouteFin(const char16_t* unites, uint64_t n) { return Insere(Longueur(), unites, n); }
-ChaineN& ChaineN::AjouteFin(char16_t c) {
-  if (tampon_ != 0 && !EstEmpruntee()) {
-    _TamponPossede* t = Possede();
-    if (t->capacite >= t->longueur + 2 && Compte(t->compte).load(std::memory_order_acquire) == 1) {
-      char16_t* u = t->Unites();
-      u[t->longueur] = c;
-      u[++t->longueur] = 0;
-      return *this;
-    }
-  }
+ChaineN& ChaineN::AjouteFinLent(char16_t c) {
   const uint64_t longueur = Longueur();
   Modifiable(longueur + 2)[longueur] = c;
   MetsLongueur(longueur + 1);

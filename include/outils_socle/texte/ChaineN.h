@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <compare>
 #include <cstdarg>
 #include <cstddef>
@@ -117,7 +118,20 @@ class OUTILS_SOCLE_EXPORT ChaineN {
   ChaineN& AjouteFin(const ChaineN& autre);
   ChaineN& AjouteFin(const char16_t* unites);
   ChaineN& AjouteFin(const char16_t* unites, uint64_t n);
-  ChaineN& AjouteFin(char16_t c);
+  // Inline for loops that build a string unit by unit: an owned buffer, held alone, with room.
+  ChaineN& AjouteFin(char16_t c) {
+    if (tampon_ != 0 && !EstEmpruntee()) {
+      uint64_t* entete = reinterpret_cast<uint64_t*>(tampon_);  // length, capacity, count
+      if (entete[1] >= entete[0] + 2 &&
+          std::atomic_ref<uint64_t>(entete[2]).load(std::memory_order_acquire) == 1) {
+        char16_t* unites = reinterpret_cast<char16_t*>(tampon_ + 24);
+        unites[entete[0]] = c;
+        unites[++entete[0]] = 0;
+        return *this;
+      }
+    }
+    return AjouteFinLent(c);
+  }
   ChaineN& AjouteFin(const char* octets, Codage codage);
   ChaineN& AjouteFin(const char* octets, Codage codage, uint64_t n);
   ChaineN AjouteFin(const ChaineN& autre) const;
@@ -299,6 +313,7 @@ class OUTILS_SOCLE_EXPORT ChaineN {
   void Relache() noexcept;
   ChaineN& Insere(uint64_t position, const char16_t* unites, uint64_t n);
   ChaineN& InsereOctets(uint64_t position, const char* octets, Codage codage, uint64_t n);
+  ChaineN& AjouteFinLent(char16_t c);
   ChaineN& Remplace(uint64_t position, uint64_t n, const char16_t* unites, uint64_t m);
   ChaineN& RemplaceLot(const ChaineN* anciens, const ChaineN* nouveaux, uint64_t nombre);
   ChaineN& RemplaceLotPlusCourte(const ChaineN* anciens, const ChaineN* nouveaux, uint64_t nombre);
