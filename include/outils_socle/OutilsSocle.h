@@ -5,6 +5,10 @@
 #include <outils_socle/conteneurs/ListeC.h>
 #include <outils_socle/conteneurs/ListeT.h>
 #include <outils_socle/conteneurs/ListesDePtr.h>
+#include <outils_socle/flux/Fichier.h>
+#include <outils_socle/flux/Flux.h>
+#include <outils_socle/flux/Serialiseur.h>
+#include <outils_socle/flux/TamponMemoire.h>
 #include <outils_socle/texte/ChaineN.h>
 #include <outils_socle/texte/ConvertisseurChaineN.h>
 #include <outils_socle/texte/DAlerteDeleguay.h>

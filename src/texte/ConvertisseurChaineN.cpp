@@ -11,6 +11,8 @@
 #include <emmintrin.h>
 #endif
 
+#include <outils_socle/flux/Flux.h>
+
 #include "texte/TablesUnOctet.h"
 
 namespace sdd {
@@ -221,6 +223,22 @@ uint64_t ConvertisseurChaineN::LongueurOctets(const char* octets) const { return
 
 uint64_t ConvertisseurChaineN::CompteNonRepresentables(const char16_t*, uint64_t) const { return 0; }
 
+bool ConvertisseurChaineN::DecodeCaractere(FluxEntree& entree, char16_t* sortie, unsigned* ecrites) const {
+  if (entree.EstALaFin() || !entree.EstEnBonEtat()) return false;
+  const uint64_t debut = entree.DonnePosition();
+  char octets[4];
+  octets[0] = static_cast<char>(entree.Donne());
+  const unsigned attendus = OctetsAttendus(static_cast<uint8_t>(octets[0]));
+  unsigned lus = 1;
+  while (lus < attendus && !entree.EstALaFin() && entree.EstEnBonEtat())
+    octets[lus++] = static_cast<char>(entree.Donne());
+  if (!entree.EstEnBonEtat()) return false;
+  if (lus < attendus && TailleTerminateur() == 2) return false;  // half a UTF-16 unit
+  const unsigned consommes = DecodeCaractere(octets, lus, sortie, ecrites);
+  if (consommes < lus) entree.Positionne(debut + consommes);  // the byte that broke the sequence
+  return true;
+}
+
 namespace {
 
 struct Convertisseurs {
@@ -316,6 +334,13 @@ ConvertisseurChaineNWinLatin1::ConvertisseurChaineNWinLatin1()
 ConvertisseurChaineNDOS::ConvertisseurChaineNDOS() : ConvertisseurChaineNCodageUnOctet(detail::kTableDOS) {}
 
 // ---- UTF-8
+
+unsigned ConvertisseurChaineNUTF8::OctetsAttendus(uint8_t premier) const {
+  if (premier >= 0xC2 && premier <= 0xDF) return 2;
+  if (premier >= 0xE0 && premier <= 0xEF) return 3;
+  if (premier >= 0xF0 && premier <= 0xF4) return 4;
+  return 1;
+}
 
 unsigned ConvertisseurChaineNUTF8::EncodeCaractere(const char16_t* u, uint64_t n, char* sortie,
                                                    unsigned* lues) const {

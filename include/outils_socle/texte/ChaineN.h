@@ -16,6 +16,9 @@
 
 namespace sdd {
 
+class FluxEntree;
+class FluxSortie;
+
 // The library's string of UTF-16 code units.
 //
 // Representation: one pointer to a shared buffer (null for the empty string) and one pointer to
@@ -179,6 +182,14 @@ class OUTILS_SOCLE_EXPORT ChaineN {
   std::string Encode(Codage codage = kCodageUTF8) const;
   // How many units `codage` cannot represent (each is written as "?").
   uint64_t CompteNonRepresentables(Codage codage) const;
+
+  // ---- Streams. The stream form is the encoded characters followed by the encoded terminator.
+  // Reads up to the terminator (not kept); a stream that ends or fails before it throws
+  // OperationInvalide.
+  ChaineN& Lis(FluxEntree& entree);  // UTF-8
+  ChaineN& Lis(FluxEntree& entree, Codage codage);
+  // Returns the position where the string starts.
+  uint64_t Ecris(FluxSortie& sortie, Codage codage = kCodageUTF8) const;
 
   // ---- Numbers
   // Digits in base 2..16 (upper case), padded to `largeur` with "0" or spaces, before the

@@ -9,6 +9,8 @@
 
 namespace sdd {
 
+class FluxEntree;
+
 // Converts between UTF-16 units and the bytes of one encoding. There is one converter per
 // encoding, created on first use and kept until the process ends; converters hold no state after
 // construction, so all threads share them.
@@ -42,6 +44,12 @@ class OUTILS_SOCLE_EXPORT ConvertisseurChaineN {
   virtual unsigned DecodeCaractere(const char* octets, uint64_t n, char16_t* sortie,
                                    unsigned* ecrites) const = 0;
 
+  // One character from a stream: false when the stream ends or fails before a whole character.
+  // Bytes after a broken UTF-8 sequence are left in the stream (it is repositioned).
+  bool DecodeCaractere(FluxEntree& entree, char16_t* sortie, unsigned* ecrites) const;
+  // The bytes a character starting with `premier` takes at most.
+  virtual unsigned OctetsAttendus(uint8_t premier) const = 0;
+
   // Whole strings: the hot paths, one sizing pass and one writing pass.
   virtual uint64_t CompteUnites(const char* octets, uint64_t n) const = 0;
   // Writes the units and returns how many. `sortie` has room for `place` units, at least the
@@ -66,6 +74,7 @@ class OUTILS_SOCLE_EXPORT ConvertisseurChaineNCodageUnOctet : public Convertisse
 
   unsigned TailleTerminateur() const override { return 1; }
   unsigned OctetsMaxParUnite() const override { return 1; }
+  unsigned OctetsAttendus(uint8_t) const override { return 1; }
   unsigned EncodeCaractere(const char16_t* unites, uint64_t n, char* sortie, unsigned* lues) const override;
   unsigned DecodeCaractere(const char* octets, uint64_t n, char16_t* sortie,
                            unsigned* ecrites) const override;
@@ -107,6 +116,7 @@ class OUTILS_SOCLE_EXPORT ConvertisseurChaineNUTF8 : public ConvertisseurChaineN
  public:
   unsigned TailleTerminateur() const override { return 1; }
   unsigned OctetsMaxParUnite() const override { return 3; }
+  unsigned OctetsAttendus(uint8_t premier) const override;
   unsigned EncodeCaractere(const char16_t* unites, uint64_t n, char* sortie, unsigned* lues) const override;
   unsigned DecodeCaractere(const char* octets, uint64_t n, char16_t* sortie,
                            unsigned* ecrites) const override;
@@ -122,6 +132,7 @@ class OUTILS_SOCLE_EXPORT ConvertisseurChaineNUTF16 : public ConvertisseurChaine
   explicit ConvertisseurChaineNUTF16(bool grosBoutiste) : grosBoutiste_(grosBoutiste) {}
   unsigned TailleTerminateur() const override { return 2; }
   unsigned OctetsMaxParUnite() const override { return 2; }
+  unsigned OctetsAttendus(uint8_t) const override { return 2; }
   uint64_t LongueurOctets(const char* octets) const override;
   unsigned EncodeCaractere(const char16_t* unites, uint64_t n, char* sortie, unsigned* lues) const override;
   unsigned DecodeCaractere(const char* octets, uint64_t n, char16_t* sortie,

@@ -1,0 +1,87 @@
+#include "plateforme/Plateforme.h"
+
+#include <fcntl.h>
+#include <sched.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+namespace sdd::plateforme {
+
+int OuvreFichier(const std::string& chemin, eAcces acces) {
+  int drapeaux = O_CLOEXEC;
+  switch (acces) {
+    case eAcces::eLecture: drapeaux |= O_RDONLY; break;
+    case eAcces::eEcriture: drapeaux |= O_WRONLY | O_CREAT | O_TRUNC; break;
+    case eAcces::eLectureEcriture: drapeaux |= O_RDWR | O_CREAT; break;
+    case eAcces::eCreation: drapeaux |= O_RDWR | O_CREAT | O_TRUNC; break;
+  }
+  int fd;
+  do {
+    fd = ::open(chemin.c_str(), drapeaux, 0666);
+  } while (fd < 0 && errno == EINTR);
+  if (fd < 0) return -1;
+  struct stat etat;
+  if (::fstat(fd, &etat) == 0 && S_ISDIR(etat.st_mode)) {  // a directory is no file for us
+    ::close(fd);
+    errno = EISDIR;
+    return -1;
+  }
+  return fd;
+}
+
+bool FermeFichier(int fd) { return ::close(fd) == 0; }
+
+int64_t LisFichier(int fd, void* destination, uint64_t n) {
+  for (;;) {
+    const ssize_t lus = ::read(fd, destination, n);
+    if (lus >= 0) return lus;
+    if (errno != EINTR) return -1;
+  }
+}
+
+bool EcrisFichier(int fd, const void* octets, uint64_t n) {
+  const char* p = static_cast<const char*>(octets);
+  while (n > 0) {
+    const ssize_t ecrits = ::write(fd, p, n);
+    if (ecrits < 0) {
+      if (errno == EINTR) continue;
+      return false;
+    }
+    p += ecrits;
+    n -= static_cast<uint64_t>(ecrits);
+  }
+  return true;
+}
+
+int64_t PositionneFichier(int fd, int64_t decalage, int origine) {
+  const int quoi = origine == 0 ? SEEK_SET : origine == 1 ? SEEK_CUR : SEEK_END;
+  return ::lseek(fd, decalage, quoi);
+}
+
+int64_t TailleFichier(int fd) {
+  struct stat etat;
+  if (::fstat(fd, &etat) != 0) return -1;
+  return etat.st_size;
+}
+
+bool EstUnDossier(const std::string& chemin) {
+  struct stat etat;
+  return ::stat(chemin.c_str(), &etat) == 0 && S_ISDIR(etat.st_mode);
+}
+
+std::string DerniereErreur() { return std::strerror(errno); }
+
+void* ProjetteFichier(int fd, uint64_t taille) {
+  void* adresse = ::mmap(nullptr, taille, PROT_READ | PROT_WRITE, MAP_PRIVATE, fd, 0);
+  return adresse == MAP_FAILED ? nullptr : adresse;
+}
+
+void LibereProjection(void* adresse, uint64_t taille) { ::munmap(adresse, taille); }
+
+void CedeLaMain() { ::sched_yield(); }
+
+}  // namespace sdd::plateforme

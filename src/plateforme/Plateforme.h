@@ -1,0 +1,42 @@
+#pragma once
+
+// The one place that speaks to the operating system (POSIX here): files, mapped memory and the
+// scheduler. Everything else in the library goes through these functions. Failures are reported
+// by return values with errno left as the system set it; callers turn them into the library's
+// exceptions.
+
+#include <cstdint>
+#include <string>
+
+namespace sdd::plateforme {
+
+enum class eAcces {
+  eLecture,          // read only; the file must exist
+  eEcriture,         // write only; created if missing, emptied
+  eLectureEcriture,  // read and write; created if missing, kept
+  eCreation,         // read and write; created if missing, emptied
+};
+
+// A descriptor, or -1.
+int OuvreFichier(const std::string& cheminUtf8, eAcces acces);
+bool FermeFichier(int descripteur);
+// Bytes read (0 at the end), or -1.
+int64_t LisFichier(int descripteur, void* destination, uint64_t n);
+// Writes all n bytes, retrying partial writes; false on failure.
+bool EcrisFichier(int descripteur, const void* octets, uint64_t n);
+// The new position, or -1. `origine` 0 = start, 1 = current, 2 = end.
+int64_t PositionneFichier(int descripteur, int64_t decalage, int origine);
+// The file's size in bytes, or -1.
+int64_t TailleFichier(int descripteur);
+bool EstUnDossier(const std::string& cheminUtf8);
+// Last system error as text.
+std::string DerniereErreur();
+
+// Maps `taille` bytes of the file privately (writes stay in memory); null on failure.
+void* ProjetteFichier(int descripteur, uint64_t taille);
+void LibereProjection(void* adresse, uint64_t taille);
+
+// Gives the rest of the time slice to other threads.
+void CedeLaMain();
+
+}  // namespace sdd::plateforme
