@@ -69,11 +69,13 @@ void Fichier::VerifieOuvert() const {
 char* Fichier::DonneToutLeTexte(int64_t* longueur) {
   VerifieOuvert();
   const int64_t taille = plateforme::TailleFichier(descripteur_);
-  if (taille < 0 || plateforme::PositionneFichier(descripteur_, 0, 0) < 0) LanceAlerteFichier(eErreurFichierLecture);
+  if (taille < 0 || plateforme::PositionneFichier(descripteur_, 0, 0) < 0)
+    LanceAlerteFichier(eErreurFichierLecture);
   std::unique_ptr<char[]> texte(new char[static_cast<uint64_t>(taille) + 1]);
   int64_t lus = 0;
   while (lus < taille) {
-    const int64_t n = plateforme::LisFichier(descripteur_, texte.get() + lus, static_cast<uint64_t>(taille - lus));
+    const int64_t n =
+        plateforme::LisFichier(descripteur_, texte.get() + lus, static_cast<uint64_t>(taille - lus));
     if (n < 0) LanceAlerteFichier(eErreurFichierLecture);
     if (n == 0) break;  // the file shrank meanwhile
     lus += n;

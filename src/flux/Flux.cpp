@@ -71,6 +71,8 @@ FluxSortie& FluxSortie::MetsChaineN(const ChaineN& chaine, int codage) {
   return *this;
 }
 
-uint64_t FluxSortie::MetsFluxEntree(FluxEntree& entree, uint64_t n) { return entree.DonneFluxSortie(*this, n); }
+uint64_t FluxSortie::MetsFluxEntree(FluxEntree& entree, uint64_t n) {
+  return entree.DonneFluxSortie(*this, n);
+}
 
 }  // namespace sdd

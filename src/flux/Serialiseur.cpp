@@ -60,7 +60,8 @@ const uint8_t* SerialiseurVarElias::LisDepuisLent(const uint8_t* p, const uint8_
   if (p >= fin) throw exceptions::ErreurDeserialisation("VarElias : valeur tronquée");
   if (*p == 0) throw exceptions::ErreurDeserialisation("VarElias : valeur 0");
   const unsigned k = static_cast<unsigned>(std::countl_zero(*p)) + 1;
-  if (static_cast<uint64_t>(fin - p) < k) throw exceptions::ErreurDeserialisation("VarElias : valeur tronquée");
+  if (static_cast<uint64_t>(fin - p) < k)
+    throw exceptions::ErreurDeserialisation("VarElias : valeur tronquée");
   uint64_t r = *p & (0xFFu >> k);
   for (unsigned i = 1; i < k; ++i) r = (r << 8) | p[i];
   *valeur = r + kDebuts[k];
@@ -84,7 +85,8 @@ uint64_t LisLongueur(FluxEntree& entree) {
   SerialiseurVarElias::Lis(entree, &n);
   const uint64_t position = entree.DonnePosition(), taille = entree.Taille();
   if (position > taille || n > taille - position)
-    throw exceptions::ErreurDeserialisation("Chaîne plus longue que le flux : " + std::to_string(n) + " octets");
+    throw exceptions::ErreurDeserialisation("Chaîne plus longue que le flux : " + std::to_string(n) +
+                                            " octets");
   return n;
 }
 
@@ -162,7 +164,8 @@ template <typename Accumulateur>
 Accumulateur LisPetitBoutiste(FluxEntree& entree, unsigned n) {
   if (n > sizeof(Accumulateur)) LanceIndexHorsBorne(n, 0, sizeof(Accumulateur) + 1);
   Accumulateur valeur = 0;
-  for (unsigned i = 0; i < n; ++i) valeur += static_cast<Accumulateur>(static_cast<Accumulateur>(entree.Donne()) << (8 * i));
+  for (unsigned i = 0; i < n; ++i)
+    valeur += static_cast<Accumulateur>(static_cast<Accumulateur>(entree.Donne()) << (8 * i));
   return valeur;
 }
 

@@ -38,7 +38,8 @@ TamponMemoire::TamponMemoire(char* octets, int64_t taille, bool possede)
       octets_(reinterpret_cast<uint8_t*>(octets)),
       prete_(!possede) {}
 
-TamponMemoire::TamponMemoire(const UniChemin& chemin) : position_(0), taille_(0), capacite_(0), octets_(nullptr), prete_(false) {
+TamponMemoire::TamponMemoire(const UniChemin& chemin)
+    : position_(0), taille_(0), capacite_(0), octets_(nullptr), prete_(false) {
   Fichier fichier(chemin, Fichier::eLecture);
   int64_t longueur = 0;
   octets_ = reinterpret_cast<uint8_t*>(fichier.DonneToutLeTexte(&longueur));
@@ -46,7 +47,11 @@ TamponMemoire::TamponMemoire(const UniChemin& chemin) : position_(0), taille_(0)
 }
 
 TamponMemoire::TamponMemoire(const TamponMemoire& autre)
-    : position_(autre.position_), taille_(autre.taille_), capacite_(autre.capacite_), octets_(autre.octets_), prete_(autre.prete_) {
+    : position_(autre.position_),
+      taille_(autre.taille_),
+      capacite_(autre.capacite_),
+      octets_(autre.octets_),
+      prete_(autre.prete_) {
   if (!prete_) {
     octets_ = new uint8_t[capacite_];
     if (capacite_ > 0) std::memcpy(octets_, autre.octets_, capacite_);
@@ -322,8 +327,8 @@ std::string DecompresseUTF8(FluxEntree& entree) {
   if (entree.Donne(c, reinterpret_cast<uint8_t*>(compresse.data())) != c) throw -1;
   std::string texte(l, '\0');
   uLongf obtenu = static_cast<uLongf>(l);
-  if (uncompress(reinterpret_cast<Bytef*>(texte.data()), &obtenu, reinterpret_cast<const Bytef*>(compresse.data()),
-                 static_cast<uLong>(c)) != Z_OK)
+  if (uncompress(reinterpret_cast<Bytef*>(texte.data()), &obtenu,
+                 reinterpret_cast<const Bytef*>(compresse.data()), static_cast<uLong>(c)) != Z_OK)
     throw -1;
   texte.resize(obtenu);
   return texte;

@@ -35,7 +35,8 @@ ChaineN& ChaineN::Lis(FluxEntree& entree, Codage codage) {
     const uint64_t position = memoire->DonnePosition(), taille = memoire->Taille();
     if (position >= taille) throw exceptions::OperationInvalide();
     const uint8_t* debut = static_cast<const uint8_t*>(memoire->Ptr());
-    const int64_t n = LongueurAvantTerminateur(debut, debut + (taille - position), convertisseur.TailleTerminateur());
+    const int64_t n =
+        LongueurAvantTerminateur(debut, debut + (taille - position), convertisseur.TailleTerminateur());
     if (n < 0) {
       memoire->PositionneALaFin();
       throw exceptions::OperationInvalide();

@@ -16,7 +16,7 @@ namespace sdd {
 // leaves the stream out of good state (EstEnBonEtat() false) and Donne() answers 0.
 // One object, one thread at a time.
 class OUTILS_SOCLE_EXPORT Fichier : public FluxEntree, public FluxSortie {
-public:
+ public:
   enum eMode {
     eLecture,          // read only; the file must exist
     eEcriture,         // write only; created if missing, emptied
@@ -59,12 +59,12 @@ public:
   uint64_t Mets(const uint8_t* octets, uint64_t n) override;
   void Mets(uint8_t octet) override { Mets(&octet, 1); }
 
-protected:
+ protected:
   // Writes straight to the file; throws the writing alert on failure.
   void EcrisDirect(const uint8_t* octets, uint64_t n);
   void VerifieOuvert() const;
 
-private:
+ private:
   int descripteur_ = -1;
   bool bonEtat_ = true;
   UniChemin chemin_;
@@ -74,7 +74,7 @@ private:
 // positioning, by Vidange(), by Ferme() and by the destructor. Only Vidange() and Ferme() report
 // a failed write (the destructor cannot throw): call Ferme() when the outcome matters.
 class OUTILS_SOCLE_EXPORT FichierAvecTampon : public Fichier {
-public:
+ public:
   static constexpr uint64_t kTailleTamponDefaut = 64 * 1024;
 
   FichierAvecTampon();
@@ -96,7 +96,7 @@ public:
   uint64_t Mets(const uint8_t* octets, uint64_t n) override;
   void Mets(uint8_t octet) override;
 
-private:
+ private:
   std::unique_ptr<uint8_t[]> tampon_;
   uint64_t capacite_;
   uint64_t rempli_ = 0;
@@ -107,7 +107,7 @@ private:
 // Ptr() changes only this process's private copy, never the file. A file that cannot be opened
 // or mapped throws OuvertureEchouee with the path and the system's reason.
 class OUTILS_SOCLE_EXPORT FichierMMap : public FluxEntreeMemoire {
-public:
+ public:
   explicit FichierMMap(const UniChemin& chemin);
   FichierMMap(const FichierMMap&) = delete;
   FichierMMap& operator=(const FichierMMap&) = delete;
@@ -131,7 +131,7 @@ public:
 
   const uint8_t* Octets() const { return octets_; }
 
-private:
+ private:
   uint8_t* octets_;
   uint64_t taille_ = 0;
   uint64_t position_ = 0;

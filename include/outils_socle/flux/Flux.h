@@ -17,7 +17,7 @@ class TamponMemoire;
 // Streams carry bytes only: multi-byte numbers are laid out by the serialisers. No stream takes
 // a lock: one stream, one thread at a time.
 class OUTILS_SOCLE_EXPORT Flux {
-public:
+ public:
   virtual ~Flux();
   virtual bool EstALaFin() const = 0;  // the read position is at or past the end
   virtual uint64_t DonnePosition() const = 0;
@@ -28,7 +28,7 @@ public:
 };
 
 class OUTILS_SOCLE_EXPORT FluxEntree : public virtual Flux {
-public:
+ public:
   // Reads up to n bytes and returns how many were read.
   virtual uint64_t Donne(uint64_t n, uint8_t* destination) = 0;
   // Reads one byte; the caller checks EstALaFin() first.
@@ -47,7 +47,7 @@ public:
 };
 
 class OUTILS_SOCLE_EXPORT FluxSortie : public virtual Flux {
-public:
+ public:
   // Writes n bytes and returns n.
   virtual uint64_t Mets(const uint8_t* octets, uint64_t n) = 0;
   virtual void Mets(uint8_t octet) = 0;
@@ -63,7 +63,7 @@ public:
 // An input stream whose bytes lie in addressable memory. Readers that keep pointers obtained
 // from Ptr() or PtrEtAvance() need the stream alive and unchanged while they use them.
 class OUTILS_SOCLE_EXPORT FluxEntreeMemoire : public virtual FluxEntree {
-public:
+ public:
   // The address of the byte at the position, then the position moves n bytes on. No bound test:
   // the caller checks against Taille().
   virtual void* PtrEtAvance(uint64_t n) = 0;

@@ -46,17 +46,28 @@ struct SerialiseurFixe {
 
 }  // namespace detail
 
-template <> struct Serialiseur<char> : detail::SerialiseurFixe<char> {};
-template <> struct Serialiseur<unsigned char> : detail::SerialiseurFixe<unsigned char> {};
-template <> struct Serialiseur<short> : detail::SerialiseurFixe<short> {};
-template <> struct Serialiseur<unsigned short> : detail::SerialiseurFixe<unsigned short> {};
-template <> struct Serialiseur<char16_t> : detail::SerialiseurFixe<char16_t> {};
-template <> struct Serialiseur<int> : detail::SerialiseurFixe<int> {};
-template <> struct Serialiseur<unsigned int> : detail::SerialiseurFixe<unsigned int> {};
-template <> struct Serialiseur<float> : detail::SerialiseurFixe<float> {};
-template <> struct Serialiseur<double> : detail::SerialiseurFixe<double> {};
-template <> struct Serialiseur<int64_t> : detail::SerialiseurFixe<int64_t> {};
-template <> struct Serialiseur<uint64_t> : detail::SerialiseurFixe<uint64_t> {};
+template <>
+struct Serialiseur<char> : detail::SerialiseurFixe<char> {};
+template <>
+struct Serialiseur<unsigned char> : detail::SerialiseurFixe<unsigned char> {};
+template <>
+struct Serialiseur<short> : detail::SerialiseurFixe<short> {};
+template <>
+struct Serialiseur<unsigned short> : detail::SerialiseurFixe<unsigned short> {};
+template <>
+struct Serialiseur<char16_t> : detail::SerialiseurFixe<char16_t> {};
+template <>
+struct Serialiseur<int> : detail::SerialiseurFixe<int> {};
+template <>
+struct Serialiseur<unsigned int> : detail::SerialiseurFixe<unsigned int> {};
+template <>
+struct Serialiseur<float> : detail::SerialiseurFixe<float> {};
+template <>
+struct Serialiseur<double> : detail::SerialiseurFixe<double> {};
+template <>
+struct Serialiseur<int64_t> : detail::SerialiseurFixe<int64_t> {};
+template <>
+struct Serialiseur<uint64_t> : detail::SerialiseurFixe<uint64_t> {};
 
 // VarElias length, then the bytes up to the terminating zero (not written). Lis returns a new
 // array (delete[]) of length + 1 bytes whose last byte is the terminator.
@@ -98,7 +109,7 @@ struct OUTILS_SOCLE_EXPORT Serialiseur<UniChemin> {
 // value coded on k bytes: 0, 0x80, 0x4080, 0x204080, ... Every value below 0x102040810204080 has
 // exactly one encoding; 0 is 80, 127 is FF, 128 is 40 00, 300 is 40 AC.
 class OUTILS_SOCLE_EXPORT SerialiseurVarElias {
-public:
+ public:
   // The first value with no encoding.
   static constexpr uint64_t kValeurMax = 0x102040810204080ull;
 
@@ -130,7 +141,7 @@ public:
     return LisDepuisLent(p, fin, valeur);
   }
 
-private:
+ private:
   static const uint8_t* LisDepuisLent(const uint8_t* p, const uint8_t* fin, uint64_t* valeur);
   // B[k]: the first value coded on k bytes (B[9] = kValeurMax).
   static constexpr uint64_t kDebuts[10] = {0,
@@ -147,14 +158,14 @@ private:
 
 // The three low bytes, little-endian; the high byte is dropped on writing and zero on reading.
 class OUTILS_SOCLE_EXPORT SerialiseurTroisOctets {
-public:
+ public:
   static uint64_t Ecris(FluxSortie& sortie, const unsigned int& valeur);
   static void Lis(FluxEntree& entree, unsigned int* valeur);
 };
 
 // The five low bytes, little-endian (values up to 2^40 − 1).
 class OUTILS_SOCLE_EXPORT SerialiseurCinqOctets {
-public:
+ public:
   static uint64_t Ecris(FluxSortie& sortie, const uint64_t& valeur);
   static void Lis(FluxEntree& entree, uint64_t* valeur);
 };
@@ -163,7 +174,7 @@ public:
 // accumulate in 32 bits (nbOctets <= 4), the uint64_t one in 64 bits (nbOctets <= 8); a larger
 // count throws IndexHorsBorne.
 class OUTILS_SOCLE_EXPORT SerialiseNombreSurNbOctets {
-public:
+ public:
   static uint64_t Ecris(FluxSortie& sortie, uint64_t valeur, unsigned char nbOctets);
   static void Lis(FluxEntree& entree, unsigned char* valeur, unsigned char nbOctets);
   static void Lis(FluxEntree& entree, unsigned int* valeur, unsigned char nbOctets);

@@ -34,7 +34,7 @@ class ChaineN;
 // Reads are not bound-checked against the size (callers test EstALaFin()), but never leave the
 // allocated array. No locks: one buffer, one thread at a time.
 class OUTILS_SOCLE_EXPORT TamponMemoire : public FluxEntreeMemoire, public FluxSortie {
-public:
+ public:
   TamponMemoire();  // capacity 256
   explicit TamponMemoire(uint64_t capacite);
   // Wraps `taille` bytes (size = capacity = taille). With `possede` the buffer takes the array
@@ -128,11 +128,11 @@ public:
   static ChaineN DecompresseChaineN(FluxEntree& entree);
   static UniChaine DecompresseUniChaine(FluxEntree& entree);
 
-protected:
+ protected:
   void Agrandir();            // doubles the capacity
   void Agrandir(uint64_t n);  // capacity := n, contents kept
 
-private:
+ private:
   // Doubles until `position` fits below the capacity.
   void AgrandirPour(uint64_t position);
   // Makes room for a terminator at the position (PreteOctets on a full buffer).
