@@ -46,6 +46,7 @@ check-tsan: setup build-tsan/CMakeCache.txt
 
 bench: build
 	./build/bench/bench_texte
+	./build/bench/bench_flux
 
 format:
 	clang-format --dry-run --Werror $$(git ls-files 'include/*.h' 'src/*.cpp' 'src/*.h' ':!src/texte/TablesUnOctet.cpp' 'tests/*.cpp' 'tests/*.h' 'bench/*.cpp' 'outils/*.cpp' 'outils/*.h')

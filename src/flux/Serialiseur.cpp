@@ -12,18 +12,20 @@ namespace sdd {
 // ---- SerialiseurVarElias
 
 uint64_t SerialiseurVarElias::NbBitsRequis(const uint64_t& valeur) {
-  unsigned k = 1;
-  while (k < 8 && valeur >= kDebuts[k + 1]) ++k;
-  return k;
+  // Seven comparisons, no loop: the compiler makes them branch-free.
+  return 1 + (valeur >= kDebuts[2]) + (valeur >= kDebuts[3]) + (valeur >= kDebuts[4]) +
+         (valeur >= kDebuts[5]) + (valeur >= kDebuts[6]) + (valeur >= kDebuts[7]) + (valeur >= kDebuts[8]);
 }
 
 uint8_t* SerialiseurVarElias::EcrisVers(uint8_t* p, uint64_t valeur) {
   if (valeur >= kValeurMax) LanceIndexHorsBorne(valeur, 0, kValeurMax);
   const unsigned k = static_cast<unsigned>(NbBitsRequis(valeur));
-  const uint64_t r = valeur - kDebuts[k];
-  // The marker bit sits just above the 7k bits of r; the k bytes go out high byte first.
-  const uint64_t code = r | (uint64_t{1} << (7 * k));
-  for (unsigned i = 0; i < k; ++i) p[i] = static_cast<uint8_t>(code >> (8 * (k - 1 - i)));
+  // The marker bit sits just above the 7k bits of v − B[k]; the k bytes go out high byte first,
+  // as one 8-byte big-endian store of which the first k bytes count.
+  const uint64_t code = (valeur - kDebuts[k]) | (uint64_t{1} << (7 * k));
+  uint64_t mot = code << (64 - 8 * k);
+  if constexpr (std::endian::native == std::endian::little) mot = __builtin_bswap64(mot);
+  std::memcpy(p, &mot, 8);
   return p + k;
 }
 

@@ -124,6 +124,7 @@ void TamponMemoire::AssureTerminateur() const {
 void TamponMemoire::DepassementLecture() const { LanceIndexHorsBorne(position_, 0, capacite_); }
 
 void TamponMemoire::MetsPosition(uint64_t position) {
+  FigeTaille();
   if (position >= capacite_) {
     // × 1.3 in double precision; tiny positions, where that would not pass them, take one more.
     uint64_t capacite = static_cast<uint64_t>(std::floor(static_cast<double>(position) * 1.3));
@@ -142,6 +143,7 @@ void TamponMemoire::Vide() { position_ = taille_ = 0; }
 // ---- Reading
 
 uint64_t TamponMemoire::Donne(uint64_t n, uint8_t* destination) {
+  FigeTaille();
   if (position_ >= taille_) return 0;
   const uint64_t disponibles = taille_ - position_;
   const uint64_t lus = n < disponibles ? n : disponibles;
@@ -151,6 +153,7 @@ uint64_t TamponMemoire::Donne(uint64_t n, uint8_t* destination) {
 }
 
 void* TamponMemoire::PtrEtAvance(uint64_t n) {
+  FigeTaille();
   void* adresse = octets_ + position_;
   position_ += n;
   return adresse;
@@ -160,13 +163,13 @@ void* TamponMemoire::Ptr() { return octets_ + position_; }
 
 TamponMemoire* TamponMemoire::TamponEnPretantDonnees() {
   auto* pret = new TamponMemoire(reinterpret_cast<char*>(octets_), static_cast<int64_t>(capacite_), false);
-  pret->taille_ = taille_;
+  pret->taille_ = Taille();
   return pret;
 }
 
 TamponMemoire TamponMemoire::NouveauTamponEnPretantDonnees() {
   TamponMemoire pret(reinterpret_cast<char*>(octets_), static_cast<int64_t>(capacite_), false);
-  pret.taille_ = taille_;
+  pret.taille_ = Taille();
   return pret;
 }
 
@@ -185,10 +188,12 @@ std::unique_ptr<char[]> TamponMemoire::CopieOctets() const {
 }
 
 bool TamponMemoire::operator==(const TamponMemoire& autre) const {
-  return taille_ == autre.taille_ && (taille_ == 0 || std::memcmp(octets_, autre.octets_, taille_) == 0);
+  const uint64_t taille = Taille();
+  return taille == autre.Taille() && (taille == 0 || std::memcmp(octets_, autre.octets_, taille) == 0);
 }
 
 bool TamponMemoire::DonneLigne(TamponMemoire& ligne) {
+  FigeTaille();
   ligne.Vide();
   if (EstALaFin()) return false;
   while (!EstALaFin()) {
@@ -205,6 +210,7 @@ bool TamponMemoire::DonneLigne(TamponMemoire& ligne) {
 }
 
 bool TamponMemoire::DonneLigne(char* destination, int64_t taille) {
+  FigeTaille();
   if (EstALaFin()) return false;
   int64_t n = 0;
   while (n + 1 < taille && !EstALaFin()) {
@@ -272,18 +278,22 @@ std::string TexteReel(Reel valeur) {
 }  // namespace
 
 TamponMemoire& TamponMemoire::operator<<(int valeur) {
+  FigeTaille();
   InsereEntier(*this, position_, valeur, 12);
   return *this;
 }
 TamponMemoire& TamponMemoire::operator<<(unsigned int valeur) {
+  FigeTaille();
   InsereEntier(*this, position_, valeur, 11);
   return *this;
 }
 TamponMemoire& TamponMemoire::operator<<(int64_t valeur) {
+  FigeTaille();
   InsereEntier(*this, position_, valeur, 22);
   return *this;
 }
 TamponMemoire& TamponMemoire::operator<<(uint64_t valeur) {
+  FigeTaille();
   InsereEntier(*this, position_, valeur, 21);
   return *this;
 }

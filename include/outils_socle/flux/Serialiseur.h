@@ -123,9 +123,9 @@ class OUTILS_SOCLE_EXPORT SerialiseurVarElias {
   // Despite the name, the number of bytes (1 to 8) Ecris uses for the value.
   static uint64_t NbBitsRequis(const uint64_t& valeur);
 
-  // In-memory forms, for readers of structures held in place. EcrisVers writes at most 8 bytes
-  // and returns the end; LisDepuis reads from [p, fin) and returns the end of the value, throwing
-  // ErreurDeserialisation for a zero first byte or a value cut by `fin`.
+  // In-memory forms, for readers of structures held in place. EcrisVers needs 8 bytes of room
+  // (it stores a whole word) and returns the end of the value; LisDepuis reads from [p, fin) and returns the
+  // end of the value, throwing ErreurDeserialisation for a zero first byte or a value cut by `fin`.
   static uint8_t* EcrisVers(uint8_t* p, uint64_t valeur);
   static const uint8_t* LisDepuis(const uint8_t* p, const uint8_t* fin, uint64_t* valeur) {
     if (fin - p >= 8 && *p != 0) {

@@ -52,20 +52,21 @@ class OUTILS_SOCLE_EXPORT TamponMemoire : public FluxEntreeMemoire, public FluxS
   ~TamponMemoire() override;
 
   // ---- Flux
-  bool EstALaFin() const override { return position_ >= taille_; }
+  bool EstALaFin() const override { return position_ >= Taille(); }
   uint64_t DonnePosition() const override { return position_; }
   void PositionneAuDebut() override { MetsPosition(0); }
   void Positionne(uint64_t position) override { MetsPosition(position); }
-  void PositionneALaFin() override { MetsPosition(taille_); }
+  void PositionneALaFin() override { MetsPosition(Taille()); }
 
   // ---- FluxEntree
   uint64_t Donne(uint64_t n, uint8_t* destination) override;
   // The byte at the position; past the allocated array it throws IndexHorsBorne.
   uint8_t Donne() final {
+    FigeTaille();
     if (position_ >= capacite_) DepassementLecture();
     return octets_[position_++];
   }
-  uint64_t Taille() const override { return taille_; }
+  uint64_t Taille() const override { return taille_ == kTailleSuitPosition ? position_ : taille_; }
   using FluxEntree::DonneLigne;
 
   // ---- FluxEntreeMemoire
@@ -92,15 +93,22 @@ class OUTILS_SOCLE_EXPORT TamponMemoire : public FluxEntreeMemoire, public FluxS
   // ---- FluxSortie
   uint64_t Mets(const uint8_t* octets, uint64_t n) override;
   void Mets(uint8_t octet) final {
-    if (static_cast<int64_t>(position_ + 1) >= static_cast<int64_t>(capacite_)) AgrandirPour(position_ + 1);
-    octets_[position_++] = octet;
-    taille_ = position_;
+    // Fields are read into locals once: the byte store may alias them. The size is not stored
+    // on each byte but marked as following the position, so an append costs two stores, like a
+    // vector's.
+    const uint64_t position = position_;
+    if (static_cast<int64_t>(position + 1) >= static_cast<int64_t>(capacite_)) AgrandirPour(position + 1);
+    octets_[position] = octet;
+    position_ = position + 1;
+    if (taille_ != kTailleSuitPosition) taille_ = kTailleSuitPosition;
   }
 
   uint64_t TailleTampon() const { return capacite_; }
   bool EstPretant() const { return prete_; }
   void MetsPosition(uint64_t position);
-  void MetsTaille(uint64_t taille) { taille_ = taille; }  // no check: a reader's choice
+  void MetsTaille(uint64_t taille) {
+    taille_ = taille == kTailleSuitPosition ? taille - 1 : taille;
+  }  // no check
   // Capacity of exactly n bytes when it is smaller.
   void Reserve(int64_t n);
   // Same size and same first Taille() bytes.
@@ -133,6 +141,12 @@ class OUTILS_SOCLE_EXPORT TamponMemoire : public FluxEntreeMemoire, public FluxS
   void Agrandir(uint64_t n);  // capacity := n, contents kept
 
  private:
+  // `taille_` holds this after a write: the size is then the position, until the position moves
+  // by other means, when FigeTaille() records it.
+  static constexpr uint64_t kTailleSuitPosition = UINT64_MAX;
+  void FigeTaille() {
+    if (taille_ == kTailleSuitPosition) taille_ = position_;
+  }
   // Doubles until `position` fits below the capacity.
   void AgrandirPour(uint64_t position);
   // Makes room for a terminator at the position (PreteOctets on a full buffer).
