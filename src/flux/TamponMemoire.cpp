@@ -56,6 +56,7 @@ TamponMemoire::TamponMemoire(const TamponMemoire& autre)
     octets_ = new uint8_t[capacite_];
     if (capacite_ > 0) std::memcpy(octets_, autre.octets_, capacite_);
   }
+  MetsLimite();
 }
 
 TamponMemoire::TamponMemoire(TamponMemoire&& autre) noexcept
@@ -63,8 +64,9 @@ TamponMemoire::TamponMemoire(TamponMemoire&& autre) noexcept
       taille_(autre.taille_),
       capacite_(autre.capacite_),
       octets_(std::exchange(autre.octets_, nullptr)),
-      prete_(autre.prete_) {
-  autre.position_ = autre.taille_ = autre.capacite_ = 0;
+      prete_(autre.prete_),
+      limite_(autre.limite_) {
+  autre.position_ = autre.taille_ = autre.capacite_ = autre.limite_ = 0;
 }
 
 TamponMemoire& TamponMemoire::operator=(const TamponMemoire& autre) {
@@ -80,7 +82,8 @@ TamponMemoire& TamponMemoire::operator=(TamponMemoire&& autre) noexcept {
     capacite_ = autre.capacite_;
     octets_ = std::exchange(autre.octets_, nullptr);
     prete_ = autre.prete_;
-    autre.position_ = autre.taille_ = autre.capacite_ = 0;
+    limite_ = autre.limite_;
+    autre.position_ = autre.taille_ = autre.capacite_ = autre.limite_ = 0;
   }
   return *this;
 }
@@ -105,6 +108,14 @@ void TamponMemoire::Agrandir(uint64_t n) {
   octets_ = nouveau;
   capacite_ = n;
   prete_ = false;  // the new array is ours, whoever owned the old one
+  MetsLimite();
+}
+
+void TamponMemoire::PrepareEcriture(uint64_t positionSuivante) {
+  if (static_cast<int64_t>(positionSuivante) >= static_cast<int64_t>(capacite_))
+    AgrandirPour(positionSuivante);
+  taille_ = kTailleSuitPosition;
+  MetsLimite();
 }
 
 void TamponMemoire::AgrandirPour(uint64_t position) {
@@ -138,7 +149,10 @@ void TamponMemoire::Reserve(int64_t n) {
   if (static_cast<int64_t>(capacite_) < n) Agrandir(static_cast<uint64_t>(n));
 }
 
-void TamponMemoire::Vide() { position_ = taille_ = 0; }
+void TamponMemoire::Vide() {
+  position_ = taille_ = 0;
+  limite_ = 0;
+}
 
 // ---- Reading
 
@@ -232,7 +246,9 @@ uint64_t TamponMemoire::Mets(const uint8_t* octets, uint64_t n) {
   const uint64_t fin = position_ + n;
   if (fin >= capacite_) AgrandirPour(fin);
   if (n > 0) std::memcpy(octets_ + position_, octets, n);
-  position_ = taille_ = fin;
+  position_ = fin;
+  taille_ = kTailleSuitPosition;
+  MetsLimite();
   return n;
 }
 

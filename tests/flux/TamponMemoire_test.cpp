@@ -8,7 +8,9 @@
 #include <zlib.h>
 
 #include <cstring>
+#include <random>
 #include <string>
+#include <vector>
 
 #include "commun/Exceptions.h"
 #include "commun/Octets.h"
@@ -259,6 +261,99 @@ TEST(TamponMemoire, ChaineCompresseeTronqueeOuCorrompue) {
   absurde.Mets("abc", 3);
   absurde.PositionneAuDebut();
   EXPECT_THROW(TamponMemoire::DecompresseChaineN(absurde), int);
+}
+
+}  // namespace
+}  // namespace sdd
+
+namespace sdd {
+namespace {
+
+// The buffer's rules written plainly: every write sets the size to the new position, integer
+// insertion moves the position only, reads and positioning leave the size alone.
+struct ModeleTampon {
+  std::vector<uint8_t> octets = std::vector<uint8_t>(1 << 16, 0);
+  uint64_t position = 0, taille = 0;
+  void Ecris(const uint8_t* p, uint64_t n) {
+    std::memcpy(octets.data() + position, p, n);
+    position += n;
+    taille = position;
+  }
+};
+
+TEST(TamponMemoire, ModeleAleatoireDeLaTailleEtDeLaPosition) {
+  const unsigned graine = 77;
+  std::mt19937 rng(graine);
+  TamponMemoire t(8);
+  ModeleTampon m;
+  for (int etape = 0; etape < 20000; ++etape) {
+    const uint8_t octet = static_cast<uint8_t>(rng());
+    switch (rng() % 10) {
+      case 0:
+      case 1:
+        t.Mets(octet);
+        m.Ecris(&octet, 1);
+        break;
+      case 2: {
+        const uint8_t bloc[5] = {octet, 1, 2, 3, 4};
+        const uint64_t n = rng() % 6;
+        t.Mets(bloc, n);
+        m.Ecris(bloc, n);
+        break;
+      }
+      case 3: {
+        const uint64_t p = m.taille ? rng() % (m.taille + 3) : 0;
+        t.Positionne(p);
+        m.position = p;
+        break;
+      }
+      case 4:
+        if (m.position < m.taille) {
+          ASSERT_EQ(t.Donne(), m.octets[m.position]) << "seed " << graine << " step " << etape;
+          ++m.position;
+        }
+        break;
+      case 5: {
+        uint8_t dest[4];
+        const uint64_t lus = t.Donne(4, dest);
+        const uint64_t attendus = m.position < m.taille ? std::min<uint64_t>(4, m.taille - m.position) : 0;
+        ASSERT_EQ(lus, attendus) << "seed " << graine << " step " << etape;
+        m.position += lus;
+        break;
+      }
+      case 6: {
+        const int v = static_cast<int>(rng() % 1000);
+        t << v;
+        const std::string texte = std::to_string(v);
+        std::memcpy(m.octets.data() + m.position, texte.data(), texte.size());
+        m.position += texte.size();
+        break;
+      }
+      case 7:
+        if (m.position > 40000) {
+          t.Vide();
+          m.position = m.taille = 0;
+        }
+        break;
+      case 8:
+        if (rng() % 8 == 0) {
+          const TamponMemoire copie(t);
+          ASSERT_EQ(copie.Taille(), m.taille);
+          ASSERT_EQ(copie.DonnePosition(), m.position);
+        }
+        break;
+      case 9:
+        if (rng() % 4 == 0) {
+          t.MetsTaille(m.position);
+          m.taille = m.position;
+        }
+        break;
+    }
+    ASSERT_EQ(t.Taille(), m.taille) << "seed " << graine << " step " << etape;
+    ASSERT_EQ(t.DonnePosition(), m.position) << "seed " << graine << " step " << etape;
+    ASSERT_EQ(t.EstALaFin(), m.position >= m.taille) << "seed " << graine << " step " << etape;
+  }
+  ASSERT_EQ(OctetsDe(t), Octets(m.octets.begin(), m.octets.begin() + static_cast<long>(m.taille)));
 }
 
 }  // namespace

@@ -93,22 +93,23 @@ class OUTILS_SOCLE_EXPORT TamponMemoire : public FluxEntreeMemoire, public FluxS
   // ---- FluxSortie
   uint64_t Mets(const uint8_t* octets, uint64_t n) override;
   void Mets(uint8_t octet) final {
-    // Fields are read into locals once: the byte store may alias them. The size is not stored
-    // on each byte but marked as following the position, so an append costs two stores, like a
-    // vector's.
+    // One test against `limite_`, which is the capacity while the size follows the position
+    // and 0 otherwise, so that the first byte written after a move takes the slow path and marks
+    // the size as following. Fields are read before the byte store, which may alias them. An
+    // append thus costs two stores, like a vector's.
     const uint64_t position = position_;
-    if (static_cast<int64_t>(position + 1) >= static_cast<int64_t>(capacite_)) AgrandirPour(position + 1);
+    if (static_cast<int64_t>(position + 1) >= static_cast<int64_t>(limite_)) PrepareEcriture(position + 1);
     octets_[position] = octet;
     position_ = position + 1;
-    if (taille_ != kTailleSuitPosition) taille_ = kTailleSuitPosition;
   }
 
   uint64_t TailleTampon() const { return capacite_; }
   bool EstPretant() const { return prete_; }
   void MetsPosition(uint64_t position);
-  void MetsTaille(uint64_t taille) {
+  void MetsTaille(uint64_t taille) {  // no check: the reader's choice
     taille_ = taille == kTailleSuitPosition ? taille - 1 : taille;
-  }  // no check
+    limite_ = 0;
+  }
   // Capacity of exactly n bytes when it is smaller.
   void Reserve(int64_t n);
   // Same size and same first Taille() bytes.
@@ -145,8 +146,15 @@ class OUTILS_SOCLE_EXPORT TamponMemoire : public FluxEntreeMemoire, public FluxS
   // by other means, when FigeTaille() records it.
   static constexpr uint64_t kTailleSuitPosition = UINT64_MAX;
   void FigeTaille() {
-    if (taille_ == kTailleSuitPosition) taille_ = position_;
+    if (taille_ == kTailleSuitPosition) {
+      taille_ = position_;
+      limite_ = 0;
+    }
   }
+  // The byte write's slow path: grows when position + 1 >= capacity (signed, as the fast path
+  // compares), then marks the size as following the position.
+  void PrepareEcriture(uint64_t positionSuivante);
+  void MetsLimite() { limite_ = taille_ == kTailleSuitPosition ? capacite_ : 0; }
   // Doubles until `position` fits below the capacity.
   void AgrandirPour(uint64_t position);
   // Makes room for a terminator at the position (PreteOctets on a full buffer).
@@ -160,6 +168,8 @@ class OUTILS_SOCLE_EXPORT TamponMemoire : public FluxEntreeMemoire, public FluxS
   mutable uint64_t capacite_;
   mutable uint8_t* octets_;
   mutable bool prete_;  // the bytes are someone else's
+  // A cache for Mets(uint8_t): see there. Always MetsLimite() after changing taille_ or capacite_.
+  mutable uint64_t limite_ = 0;
 };
 
 }  // namespace sdd
