@@ -4,6 +4,8 @@
 #include <outils_socle/texte/ConvertisseurChaineN.h>
 #include <outils_socle/texte/Exception.h>
 
+#include "texte/Malgray.h"
+
 #include <atomic>
 #include <cstddef>
 #include <cstdlib>
@@ -470,11 +472,13 @@ ChaineN& ChaineN::Inverse() {
 // ---- Comparison
 
 bool ChaineN::Egal(const ChaineN& autre, Malgray m) const {
-  if (tampon_ == autre.tampon_) return true;
+  if (tampon_ == autre.tampon_ && tampon_ != 0) return true;
   return Egal(autre.DonneUnites(), autre.Longueur(), m);
 }
 
 bool ChaineN::Egal(const char16_t* unites, uint64_t n, Malgray m) const {
+  if (m & kMalgrayLigatures)
+    return detail::DeligatureEgalOption(DonneUnites(), Longueur(), unites, n, m, false) == 0;
   if (Longueur() != n) return false;
   if (m == kMalgrayRien) return std::memcmp(DonneUnites(), unites, n * 2) == 0;
   return UniCarPtrEgalOption(DonneUnites(), 0, n, unites, 0, n, m);

@@ -8,9 +8,12 @@
 #include <QRegularExpression>
 #include <QString>
 
-#include <unicode/uchar.h>
+#include <outils_socle/texte/UniCaractere.h>
 
 #include <string_view>
+
+#include "texte/ClassesCaracteres.h"
+#include "texte/Malgray.h"
 
 namespace sdd {
 
@@ -22,10 +25,9 @@ Vue VueDe(const ChaineN& s) { return Vue(s.DonneUnites(), s.Longueur()); }
 
 int64_t Position(size_t p) { return p == Vue::npos ? -1 : static_cast<int64_t>(p); }
 
-bool EstCarMot(char16_t c) { return u_isalnum(c) != 0; }
-
-bool Correspond(const char16_t* u, uint64_t position, const ChaineN& motif, ChaineN::Malgray m) {
-  return UniCarPtrEgalOption(u, position, motif.Longueur(), motif.DonneUnites(), 0, motif.Longueur(), m);
+// Letters and digits make words; anything else is a boundary.
+bool EstCarMot(char16_t c) {
+  return (UniCaractere::Classes(c) & (detail::classes::kLettre | detail::classes::kChiffre)) != 0;
 }
 
 bool EstDans(char16_t c, const ChaineN& ensemble, ChaineN::Malgray m) {
@@ -34,16 +36,58 @@ bool EstDans(char16_t c, const ChaineN& ensemble, ChaineN::Malgray m) {
   return false;
 }
 
+// The units of `s` from `position` that match the whole motif, or -1.
+int64_t LongueurA(const ChaineN& s, uint64_t position, const ChaineN& motif, ChaineN::Malgray m) {
+  return detail::CorrespondAvecOptions(s.DonneUnites(), s.Longueur(), position, motif, m);
+}
+
+struct Occurrence {
+  int64_t position = -1;
+  uint64_t longueur = 0;
+};
+
+// The first occurrence at or after `depuis` standing as a whole word: no letter or digit just
+// before it nor just after it.
+Occurrence TrouveMotEntier(const ChaineN& s, const ChaineN& motif, uint64_t depuis, ChaineN::Malgray m) {
+  const char16_t* u = s.DonneUnites();
+  const uint64_t n = s.Longueur();
+  if (motif.EstVide()) return {};
+  for (int64_t p = s.Contient(motif, depuis, m); p >= 0;
+       p = s.Contient(motif, static_cast<uint64_t>(p) + 1, m)) {
+    const uint64_t i = static_cast<uint64_t>(p);
+    const int64_t l = LongueurA(s, i, motif, m);
+    if (l <= 0) continue;
+    const uint64_t fin = i + static_cast<uint64_t>(l);
+    if ((i == 0 || !EstCarMot(u[i - 1])) && (fin == n || !EstCarMot(u[fin])))
+      return {p, static_cast<uint64_t>(l)};
+  }
+  return {};
+}
+
+// The start of an occurrence that ends exactly at the end of `s`, or -1.
+int64_t DebutDuSuffixe(const ChaineN& s, const ChaineN& motif, ChaineN::Malgray m) {
+  const uint64_t n = s.Longueur(), k = motif.Longueur();
+  if (!(m & ChaineN::kMalgrayLigatures)) {
+    if (k > n) return -1;
+    return LongueurA(s, n - k, motif, m) >= 0 ? static_cast<int64_t>(n - k) : -1;
+  }
+  // A ligature stands for two letters: the occurrence spans between k / 2 and 2k units.
+  const uint64_t plusLong = 2 * k < n ? 2 * k : n;
+  for (uint64_t l = (k + 1) / 2; l <= plusLong; ++l)
+    if (LongueurA(s, n - l, motif, m) == static_cast<int64_t>(l)) return static_cast<int64_t>(n - l);
+  return -1;
+}
+
 }  // namespace
 
 // ---- Search
 
 int64_t ChaineN::Contient(const ChaineN& motif, uint64_t depuis, Malgray m) const {
-  const uint64_t n = Longueur(), k = motif.Longueur();
-  if (depuis > n || k > n - depuis) return -1;
+  const uint64_t n = Longueur();
+  if (depuis > n) return -1;
   if (m == kMalgrayRien) return Position(VueDe(*this).find(VueDe(motif), depuis));
-  for (uint64_t i = depuis; i + k <= n; ++i)
-    if (Correspond(DonneUnites(), i, motif, m)) return static_cast<int64_t>(i);
+  for (uint64_t i = depuis; i <= n; ++i)
+    if (LongueurA(*this, i, motif, m) >= 0) return static_cast<int64_t>(i);
   return -1;
 }
 
@@ -56,9 +100,7 @@ int64_t ChaineN::Contient(char16_t c, uint64_t depuis, Malgray m) const {
 }
 
 bool ChaineN::ContientALaPos(const ChaineN& motif, uint64_t position, Malgray m) const {
-  const uint64_t n = Longueur();
-  if (position > n || motif.Longueur() > n - position) return false;
-  return Correspond(DonneUnites(), position, motif, m);
+  return LongueurA(*this, position, motif, m) >= 0;
 }
 
 int64_t ChaineN::ContientUnCarDe(const ChaineN& ensemble, uint64_t depuis, Malgray m) const {
@@ -69,11 +111,10 @@ int64_t ChaineN::ContientUnCarDe(const ChaineN& ensemble, uint64_t depuis, Malgr
 }
 
 int64_t ChaineN::TrouveDernier(const ChaineN& motif, Malgray m) const {
-  const uint64_t n = Longueur(), k = motif.Longueur();
-  if (k > n) return -1;
-  if (m == kMalgrayRien) return Position(VueDe(*this).rfind(VueDe(motif)));
-  for (uint64_t i = n - k + 1; i-- > 0;)
-    if (Correspond(DonneUnites(), i, motif, m)) return static_cast<int64_t>(i);
+  const uint64_t n = Longueur();
+  if (m == kMalgrayRien) return motif.Longueur() > n ? -1 : Position(VueDe(*this).rfind(VueDe(motif)));
+  for (uint64_t i = n + 1; i-- > 0;)
+    if (LongueurA(*this, i, motif, m) >= 0) return static_cast<int64_t>(i);
   return -1;
 }
 
@@ -92,8 +133,7 @@ int64_t ChaineN::TrouveUnCarDeVersLArriere(const ChaineN& ensemble, uint64_t dep
 bool ChaineN::CommencePar(const ChaineN& motif, Malgray m) const { return ContientALaPos(motif, 0, m); }
 
 bool ChaineN::TerminePar(const ChaineN& motif, Malgray m) const {
-  const uint64_t n = Longueur(), k = motif.Longueur();
-  return k <= n && ContientALaPos(motif, n - k, m);
+  return DebutDuSuffixe(*this, motif, m) >= 0;
 }
 
 bool ChaineN::CommenceMotEntier(const ChaineN& motif, uint64_t position, Malgray m) const {
@@ -102,34 +142,26 @@ bool ChaineN::CommenceMotEntier(const ChaineN& motif, uint64_t position, Malgray
 }
 
 bool ChaineN::CommenceParMotEntier(const ChaineN& motif, Malgray m) const {
-  const uint64_t k = motif.Longueur();
-  if (!ContientALaPos(motif, 0, m)) return false;
-  return k == Longueur() || !EstCarMot(DonneUnites()[k]);
+  const int64_t l = LongueurA(*this, 0, motif, m);
+  if (l < 0) return false;
+  return static_cast<uint64_t>(l) == Longueur() || !EstCarMot(DonneUnites()[l]);
 }
 
 bool ChaineN::TermineMotEntier(const ChaineN& motif, Malgray m) const {
-  const uint64_t n = Longueur(), k = motif.Longueur();
-  if (!TerminePar(motif, m)) return false;
-  return k == n || !EstCarMot(DonneUnites()[n - k - 1]);
+  const int64_t debut = DebutDuSuffixe(*this, motif, m);
+  if (debut < 0) return false;
+  return debut == 0 || !EstCarMot(DonneUnites()[debut - 1]);
 }
 
 int64_t ChaineN::ContientMotEntier(const ChaineN& motif, uint64_t depuis, Malgray m) const {
-  if (motif.EstVide()) return -1;
-  const uint64_t n = Longueur(), k = motif.Longueur();
-  const char16_t* u = DonneUnites();
-  for (int64_t p = Contient(motif, depuis, m); p >= 0; p = Contient(motif, static_cast<uint64_t>(p) + 1, m)) {
-    const uint64_t i = static_cast<uint64_t>(p);
-    if ((i == 0 || !EstCarMot(u[i - 1])) && (i + k == n || !EstCarMot(u[i + k]))) return p;
-  }
-  return -1;
+  return TrouveMotEntier(*this, motif, depuis, m).position;
 }
 
 ListeC<std::pair<uint64_t, uint64_t>> ChaineN::RechercheMotEntier(const ChaineN& motif, Malgray m) const {
   ListeC<std::pair<uint64_t, uint64_t>> trouves;
-  const uint64_t k = motif.Longueur();
-  for (int64_t p = ContientMotEntier(motif, 0, m); p >= 0;
-       p = ContientMotEntier(motif, static_cast<uint64_t>(p) + k, m))
-    trouves.Ajoute({static_cast<uint64_t>(p), k});
+  for (Occurrence o = TrouveMotEntier(*this, motif, 0, m); o.position >= 0;
+       o = TrouveMotEntier(*this, motif, static_cast<uint64_t>(o.position) + o.longueur, m))
+    trouves.Ajoute({static_cast<uint64_t>(o.position), o.longueur});
   return trouves;
 }
 
@@ -321,8 +353,7 @@ ChaineN& ChaineN::Filtre(Garde garde) {
 ChaineN& ChaineN::EnleveCarNonAlpha() {
   return Filtre([](const char16_t* u, uint64_t i) {
     const char16_t c = u[i];
-    if (c >= 0xD800 && c <= 0xDFFF) return false;
-    return u_isalpha(c) != 0;
+    return UniCaractere::EstLettre(c);
   });
 }
 

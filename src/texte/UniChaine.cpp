@@ -136,6 +136,26 @@ int UniChaine::Trouve(const UniChaine& motif, int depuis) const {
   return texte_.indexOf(motif.texte_, depuis);
 }
 
+namespace {
+
+// A ChaineN reading the QString's units in place.
+sdd::ChaineN Vue(const QString& texte) {
+  return sdd::ChaineN(reinterpret_cast<const char16_t*>(texte.utf16()), static_cast<uint64_t>(texte.size()),
+                      false);
+}
+
+}  // namespace
+
+bool UniChaine::Egal(const UniChaine& autre, Malgray m) const {
+  return Vue(texte_).Egal(Vue(autre.texte_), static_cast<sdd::ChaineN::Malgray>(m));
+}
+
+int UniChaine::Trouve(const UniChaine& motif, int depuis, Malgray m) const {
+  if (depuis < 0) depuis = 0;
+  return static_cast<int>(Vue(texte_).Contient(Vue(motif.texte_), static_cast<uint64_t>(depuis),
+                                               static_cast<sdd::ChaineN::Malgray>(m)));
+}
+
 UniChaine& UniChaine::Remplace(const UniChaine& ancien, const UniChaine& nouveau) {
   if (!ancien.EstVide()) texte_.replace(ancien.texte_, nouveau.texte_);
   return *this;

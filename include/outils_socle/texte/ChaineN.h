@@ -297,6 +297,23 @@ class OUTILS_SOCLE_EXPORT ChaineN {
   std::strong_ordering Compare(const ChaineN& autre) const;
   friend std::strong_ordering operator<=>(const ChaineN& a, const ChaineN& b) { return a.Compare(b); }
 
+  // ---- Ligatures and normal forms
+  // "oe", "Oe", "OE", "ae", "Ae" and "AE" become œ, Œ, Œ, æ, Æ, Æ: a mechanical rewrite, for
+  // text known to have lost its ligatures ("coefficient" would become "cœfficient").
+  ChaineN& Ligature();
+  // Œ, œ, Æ and æ become their letters.
+  ChaineN& Deligature();
+  // True when the string holds one of the four ligatures.
+  bool EstLigaturay() const;
+  // Each unit to its lower-case, accentless, variant-folded form: what comparisons under
+  // accents, case and variants see.
+  ChaineN& NormaliseVarianteMinusculiseSansAccent();
+  // Unicode canonical composition (NFC).
+  ChaineN& NormaliseNFC();
+  // Sorts by the collation of `locale` (ICU, tertiary strength). For French, accents weigh from
+  // the end of the word, as French dictionaries order them: cote, côte, coté, côté.
+  static void TriChaineNLocale(ListeT<ChaineN>& liste, const char* locale = "fr");
+
   // ---- Joining and escaping
   static ChaineN Joindre(const ListeT<ChaineN>& morceaux, const ChaineN& separateur = ChaineN());
   // UTF-8 bytes outside A-Z a-z 0-9 - . _ ~ become %XX.
@@ -344,8 +361,8 @@ constexpr ChaineN::Malgray operator|(ChaineN::Malgray a, ChaineN::Malgray b) {
 inline constexpr ChaineN::Codage kCodageDefautPlateforme = ChaineN::kCodageWinLatin1;
 inline constexpr ChaineN::Codage kCodageSystemeFichier = ChaineN::kCodageWinLatin1;
 
-// Equality of two units under the options. Until the character table lands, only
-// kMalgrayRien is honoured; every other option compares exactly.
+// Equality of two units under the options: accents are removed first, then case, then
+// variants are folded (kMalgrayLigatures plays no part for one unit).
 OUTILS_SOCLE_EXPORT bool UniCarEgalOption(char16_t a, char16_t b, ChaineN::Malgray m);
 // Two ranges unit by unit (equal lengths required).
 OUTILS_SOCLE_EXPORT bool UniCarPtrEgalOption(const char16_t* a, uint64_t debutA, uint64_t longueurA,

@@ -33,6 +33,15 @@ class OUTILS_SOCLE_EXPORT UniChaine : public sdd::Objet {
     kCodageCP850 = 5,  // "CP850"
   };
 
+  // The same options as sdd::ChaineN::Malgray, with the same values.
+  enum Malgray {
+    kMalgrayRien = 0,
+    kMalgrayLigatures = 1,
+    kMalgrayAccents = 2,
+    kMalgrayCasse = 4,
+    kMalgrayVariantes = 8,
+  };
+
   UniChaine() = default;
   UniChaine(const UniChaine& autre);
   UniChaine(UniChaine&& autre) noexcept;
@@ -73,6 +82,9 @@ class OUTILS_SOCLE_EXPORT UniChaine : public sdd::Objet {
   char16_t operator[](int i) const;
   UniChaine SousChaine(int debut, int n = -1) const;
   int Trouve(const UniChaine& motif, int depuis = 0) const;  // -1 when absent
+  // Comparison and search under the options, exactly as sdd::ChaineN does them.
+  bool Egal(const UniChaine& autre, Malgray m) const;
+  int Trouve(const UniChaine& motif, int depuis, Malgray m) const;
   UniChaine& Remplace(const UniChaine& ancien, const UniChaine& nouveau);
   UniChaine& AjouteFin(const UniChaine& autre);
   UniChaine& Vide();
@@ -95,6 +107,10 @@ class OUTILS_SOCLE_EXPORT UniChaine : public sdd::Objet {
   mutable std::unique_ptr<char[]> pret_;  // the last lent bytes
   unsigned char etiquette_ = 255;
 };
+
+constexpr UniChaine::Malgray operator|(UniChaine::Malgray a, UniChaine::Malgray b) {
+  return static_cast<UniChaine::Malgray>(static_cast<unsigned>(a) | static_cast<unsigned>(b));
+}
 
 // A file-system path: built, converted and compared exactly like a UniChaine.
 class OUTILS_SOCLE_EXPORT UniChemin : public UniChaine {
