@@ -11,6 +11,6 @@ asm(".section .rodata\n"
     ".hidden sdd_table_caracteres\n"
     ".type sdd_table_caracteres, @object\n"
     "sdd_table_caracteres:\n"
-    ".incbin " OUTILS_SOCLE_CHAINE_DE(OUTILS_SOCLE_TABLE_CARACTERES) "\n"
+    ".incbin \"" OUTILS_SOCLE_CHAINE_DE(OUTILS_SOCLE_TABLE_CARACTERES) "\"\n"
     ".size sdd_table_caracteres, .-sdd_table_caracteres\n"
     ".previous\n");
