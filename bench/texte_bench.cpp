@@ -5,14 +5,20 @@
 //   DecodeTexte  UTF-8 → UTF-16, the whole list as one text
 //   EncodeMots   UTF-16 → UTF-8, word by word, into a caller buffer where the API allows
 //   EncodeTexte  UTF-16 → UTF-8, the whole list as one text
+//   Egal         every pair of neighbouring words compared under the masks 0, 4, 6 and 15, beside
+//                ICU's u_strCaseCompare and, for mask 6, ICU collation at primary strength
+//   EgalMemeLongueur  each word against its upper-case accentless form (mask 6), which walks
+//                every unit, beside u_strCaseCompare on the same pairs
 // and for ChaineN alone:
 //   Copie        copying a long string (shared, O(1)) beside std::u16string's deep copy
 //   Ajouts       n single-unit appends (amortised growth), over a range of n
 #include <outils_socle/texte/ChaineN.h>
+#include <outils_socle/texte/UniCaractere.h>
 
 #include <QString>
 
 #include <benchmark/benchmark.h>
+#include <unicode/ucol.h>
 #include <unicode/ustring.h>
 
 #include <fstream>
@@ -32,6 +38,8 @@ struct Corpus {
   std::vector<ChaineN> motsN;
   ChaineN texteN;
   std::vector<QString> motsQ;
+  std::vector<ChaineN> motsMajN;  // each word in upper case without accents: "ÉLÈVE" for "élève"
+  std::vector<std::u16string> motsMaj16;
   QString texteQ;
 };
 
@@ -55,6 +63,11 @@ const Corpus& DonneCorpus() {
       c.motsN.emplace_back(m);
       c.mots16.emplace_back(c.motsN.back().begin(), c.motsN.back().end());
       c.motsQ.push_back(QString::fromStdString(m));
+      std::u16string majuscules;
+      for (char16_t u : c.mots16.back())
+        majuscules += sdd::UniCaractere::Majuscule(sdd::UniCaractere::SansAccent(u));
+      c.motsMaj16.push_back(majuscules);
+      c.motsMajN.emplace_back(majuscules.data(), static_cast<uint64_t>(majuscules.size()));
     }
     return c;
   }();
@@ -198,6 +211,86 @@ void EncodeTexte_Qt(benchmark::State& etat) {
   ParOctets(etat, c.texte.size());
 }
 
+// ---- Comparison under options
+
+template <int Masque>
+void Egal_ChaineN(benchmark::State& etat) {
+  const Corpus& c = DonneCorpus();
+  for (auto _ : etat) {
+    int egaux = 0;
+    for (size_t i = 1; i < c.motsN.size(); ++i)
+      egaux += c.motsN[i - 1].Egal(c.motsN[i], static_cast<ChaineN::Malgray>(Masque));
+    benchmark::DoNotOptimize(egaux);
+  }
+  etat.SetItemsProcessed(etat.iterations() * static_cast<int64_t>(c.motsN.size() - 1));
+}
+
+void Egal_ICUCasse(benchmark::State& etat) {
+  const Corpus& c = DonneCorpus();
+  for (auto _ : etat) {
+    int egaux = 0;
+    for (size_t i = 1; i < c.mots16.size(); ++i) {
+      UErrorCode erreur = U_ZERO_ERROR;
+      const auto& a = c.mots16[i - 1];
+      const auto& b = c.mots16[i];
+      egaux += u_strCaseCompare(reinterpret_cast<const UChar*>(a.data()), static_cast<int32_t>(a.size()),
+                                reinterpret_cast<const UChar*>(b.data()), static_cast<int32_t>(b.size()),
+                                U_FOLD_CASE_DEFAULT, &erreur) == 0;
+    }
+    benchmark::DoNotOptimize(egaux);
+  }
+  etat.SetItemsProcessed(etat.iterations() * static_cast<int64_t>(c.mots16.size() - 1));
+}
+
+void Egal_ICUCollationPrimaire(benchmark::State& etat) {
+  const Corpus& c = DonneCorpus();
+  UErrorCode erreur = U_ZERO_ERROR;
+  UCollator* collateur = ucol_open("fr", &erreur);
+  ucol_setStrength(collateur, UCOL_PRIMARY);
+  for (auto _ : etat) {
+    int egaux = 0;
+    for (size_t i = 1; i < c.mots16.size(); ++i) {
+      const auto& a = c.mots16[i - 1];
+      const auto& b = c.mots16[i];
+      egaux += ucol_strcoll(collateur, reinterpret_cast<const UChar*>(a.data()),
+                            static_cast<int32_t>(a.size()), reinterpret_cast<const UChar*>(b.data()),
+                            static_cast<int32_t>(b.size())) == UCOL_EQUAL;
+    }
+    benchmark::DoNotOptimize(egaux);
+  }
+  ucol_close(collateur);
+  etat.SetItemsProcessed(etat.iterations() * static_cast<int64_t>(c.mots16.size() - 1));
+}
+
+// Every word against its upper-case accentless form: equal lengths, so the whole word is walked.
+void EgalMemeLongueur_ChaineN(benchmark::State& etat) {
+  const Corpus& c = DonneCorpus();
+  for (auto _ : etat) {
+    int egaux = 0;
+    for (size_t i = 0; i < c.motsN.size(); ++i)
+      egaux += c.motsN[i].Egal(c.motsMajN[i], ChaineN::kMalgrayAccents | ChaineN::kMalgrayCasse);
+    benchmark::DoNotOptimize(egaux);
+  }
+  etat.SetItemsProcessed(etat.iterations() * static_cast<int64_t>(c.motsN.size()));
+}
+
+void EgalMemeLongueur_ICUCasse(benchmark::State& etat) {
+  const Corpus& c = DonneCorpus();
+  for (auto _ : etat) {
+    int egaux = 0;
+    for (size_t i = 0; i < c.mots16.size(); ++i) {
+      UErrorCode erreur = U_ZERO_ERROR;
+      const auto& a = c.mots16[i];
+      const auto& b = c.motsMaj16[i];
+      egaux += u_strCaseCompare(reinterpret_cast<const UChar*>(a.data()), static_cast<int32_t>(a.size()),
+                                reinterpret_cast<const UChar*>(b.data()), static_cast<int32_t>(b.size()),
+                                U_FOLD_CASE_DEFAULT, &erreur) == 0;
+    }
+    benchmark::DoNotOptimize(egaux);
+  }
+  etat.SetItemsProcessed(etat.iterations() * static_cast<int64_t>(c.mots16.size()));
+}
+
 // ---- Copies and appends
 
 void Copie_ChaineN(benchmark::State& etat) {
@@ -246,6 +339,14 @@ BENCHMARK(EncodeMots_Qt);
 BENCHMARK(EncodeTexte_ChaineN);
 BENCHMARK(EncodeTexte_ICU);
 BENCHMARK(EncodeTexte_Qt);
+BENCHMARK(Egal_ChaineN<0>)->Name("Egal_ChaineN/masque:0");
+BENCHMARK(Egal_ChaineN<4>)->Name("Egal_ChaineN/masque:4");
+BENCHMARK(Egal_ChaineN<6>)->Name("Egal_ChaineN/masque:6");
+BENCHMARK(Egal_ChaineN<15>)->Name("Egal_ChaineN/masque:15");
+BENCHMARK(Egal_ICUCasse);
+BENCHMARK(Egal_ICUCollationPrimaire);
+BENCHMARK(EgalMemeLongueur_ChaineN);
+BENCHMARK(EgalMemeLongueur_ICUCasse);
 BENCHMARK(Copie_ChaineN);
 BENCHMARK(Copie_U16String);
 BENCHMARK(Ajouts_ChaineN)->RangeMultiplier(16)->Range(16, 1 << 20);
