@@ -63,9 +63,11 @@ const Corpus& DonneCorpus() {
       c.motsN.emplace_back(m);
       c.mots16.emplace_back(c.motsN.back().begin(), c.motsN.back().end());
       c.motsQ.push_back(QString::fromStdString(m));
+    }
+    // Built after the others so that the words compared side by side stay close in memory.
+    for (const std::u16string& mot : c.mots16) {
       std::u16string majuscules;
-      for (char16_t u : c.mots16.back())
-        majuscules += sdd::UniCaractere::Majuscule(sdd::UniCaractere::SansAccent(u));
+      for (char16_t u : mot) majuscules += sdd::UniCaractere::Majuscule(sdd::UniCaractere::SansAccent(u));
       c.motsMaj16.push_back(majuscules);
       c.motsMajN.emplace_back(majuscules.data(), static_cast<uint64_t>(majuscules.size()));
     }

@@ -477,8 +477,14 @@ bool ChaineN::Egal(const ChaineN& autre, Malgray m) const {
 }
 
 bool ChaineN::Egal(const char16_t* unites, uint64_t n, Malgray m) const {
-  if (m & kMalgrayLigatures)
-    return detail::DeligatureEgalOption(DonneUnites(), Longueur(), unites, n, m, false) == 0;
+  if (m & kMalgrayLigatures) {
+    // A ligature stands for two letters, so lengths differ at most twofold; equal lengths usually
+    // match unit for unit, and the walk is needed only when they do not.
+    const uint64_t l = Longueur();
+    if (l > 2 * n || n > 2 * l) return false;
+    if (l == n && UniCarPtrEgalOption(DonneUnites(), 0, n, unites, 0, n, m)) return true;
+    return detail::DeligatureEgalOption(DonneUnites(), l, unites, n, m, false) == 0;
+  }
   if (Longueur() != n) return false;
   if (m == kMalgrayRien) return std::memcmp(DonneUnites(), unites, n * 2) == 0;
   return UniCarPtrEgalOption(DonneUnites(), 0, n, unites, 0, n, m);
