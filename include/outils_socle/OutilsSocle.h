@@ -2,9 +2,11 @@
 
 // Everything OutilsSocle offers, in one include. Each header also stands alone.
 #include <outils_socle/Export.h>
+#include <outils_socle/conteneurs/EnsembleTriay.h>
 #include <outils_socle/conteneurs/ListeC.h>
 #include <outils_socle/conteneurs/ListeT.h>
 #include <outils_socle/conteneurs/ListesDePtr.h>
+#include <outils_socle/conteneurs/TableTrieeNoyau.h>
 #include <outils_socle/flux/Fichier.h>
 #include <outils_socle/flux/Flux.h>
 #include <outils_socle/flux/Serialiseur.h>
