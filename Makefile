@@ -47,6 +47,7 @@ check-tsan: setup build-tsan/CMakeCache.txt
 bench: build
 	./build/bench/bench_texte
 	./build/bench/bench_flux
+	./build/bench/bench_conteneurs
 
 format:
 	clang-format --dry-run --Werror $$(git ls-files 'include/*.h' 'src/*.cpp' 'src/*.h' ':!src/texte/TablesUnOctet.cpp' 'tests/*.cpp' 'tests/*.h' 'bench/*.cpp' 'outils/*.cpp' 'outils/*.h')

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
+#include <type_traits>
 #include <utility>
 
 #include <outils_socle/conteneurs/TableTrieeNoyau.h>
@@ -22,7 +23,8 @@ struct FonctionEgalite {
 // A sorted set of T over TableTrieeNoyau: each element once (an element equal to one already
 // there is not inserted, and the first stays), ascending iteration, logarithmic insertion,
 // search and removal. The order and the equality are function objects, which may carry state
-// (the automaton compiler compares std::shared_ptr states by their contents). Searches walk the
+// (the automaton compiler compares std::shared_ptr states by their contents); Egalite must agree
+// with PlusPetit: two elements are equal exactly when neither is smaller. Searches walk the
 // tree here, with the typed comparisons inlined; the core does the linking, the rebalancing and
 // the serialised form. T must be default-constructible to be read from a stream.
 // Not synchronised.
@@ -160,18 +162,38 @@ class EnsembleTriay : private TableTrieeNoyau {
   NoeudRNNoyau* NouveauNoeudVide() const override { return new _Noeud(); }
 
  private:
-  // The same walk as the core's search, with the comparisons inlined.
+  // The core's search with the comparisons inlined, and one comparison per level instead of
+  // two: the walk goes down by the order alone, remembering the last node not greater than x,
+  // and tests that one for equality at the end. That is the same answer because Egalite agrees
+  // with PlusPetit (see the class comment).
   _Noeud* Cherche(const T& x, NoeudRNNoyau** parent, bool* aGauche) const {
     NoeudRNNoyau* n = const_cast<NoeudRNNoyau*>(Racine());
+    NoeudRNNoyau* candidat = nullptr;
     *parent = nullptr;
     *aGauche = false;
-    while (n != nullptr) {
-      const T& v = static_cast<const _Noeud*>(n)->valeur;
-      if (egalite_(x, v)) return static_cast<_Noeud*>(n);
-      *parent = n;
-      *aGauche = plusPetit_(x, v);
-      n = *aGauche ? n->Gauche() : n->Droite();
+    if constexpr (std::is_arithmetic_v<T>) {
+      // Comparing numbers costs nothing: stop at the equal node rather than go on to a leaf.
+      while (n != nullptr) {
+        const T& v = static_cast<const _Noeud*>(n)->valeur;
+        if (egalite_(x, v)) return static_cast<_Noeud*>(n);
+        *parent = n;
+        *aGauche = plusPetit_(x, v);
+        n = *aGauche ? n->Gauche() : n->Droite();
+      }
+      return nullptr;
     }
+    while (n != nullptr) {
+      *parent = n;
+      *aGauche = plusPetit_(x, static_cast<const _Noeud*>(n)->valeur);
+      if (*aGauche) {
+        n = n->Gauche();
+      } else {
+        candidat = n;
+        n = n->Droite();
+      }
+    }
+    if (candidat != nullptr && egalite_(x, static_cast<const _Noeud*>(candidat)->valeur))
+      return static_cast<_Noeud*>(candidat);
     return nullptr;
   }
 
