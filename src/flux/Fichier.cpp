@@ -49,7 +49,7 @@ void Fichier::Cree(const UniChemin& chemin) {
 }
 
 void Fichier::Ouvre(const UniChemin& chemin, eMode mode) {
-  Ferme();
+  Fichier::Ferme();
   const int fd = plateforme::OuvreFichier(chemin.DonneStdString(), Acces(mode));
   if (fd < 0) LanceAlerteFichier(eErreurFichierOuverture);
   descripteur_ = fd;

@@ -147,10 +147,8 @@ double ChaineN::DonneDouble() const {
   if (p < fin && (*p == '-' || *p == '+')) negatif = *p++ == '-';
   if (p < fin && *p == '-') return 0;  // "--1" is no number
   double valeur = 0;
-  const char* q = p;
   if (fin - p > 1 && p[0] == '0' && (p[1] == 'x' || p[1] == 'X')) {
-    q = p + 2;
-    if (std::from_chars(q, fin, valeur, std::chars_format::hex).ec != std::errc()) valeur = 0;
+    if (std::from_chars(p + 2, fin, valeur, std::chars_format::hex).ec != std::errc()) valeur = 0;
   } else if (std::from_chars(p, fin, valeur).ec != std::errc()) {
     valeur = 0;
   }

@@ -24,7 +24,7 @@ QString DepuisOctets(const char* octets, int codage, int n) {
     case UniChaine::kCodageUTF16: {
       int unites = 0;
       if (n < 0) {
-        while (octets[2 * unites] != 0 || octets[2 * unites + 1] != 0) ++unites;
+        for (size_t i = 0; octets[i] != 0 || octets[i + 1] != 0; i += 2) ++unites;
       } else {
         unites = n / 2;
       }
