@@ -265,7 +265,8 @@ ChaineN& ChaineN::InsereOctets(uint64_t position, const char* octets, Codage cod
 
 ChaineN& ChaineN::AjouteFin(const ChaineN& autre) {
   if (&autre == this) {
-    const ChaineN garde(autre);
+    // A copy, not a reference: it keeps the source buffer alive while this one changes.
+    const ChaineN garde(autre);  // NOLINT(performance-unnecessary-copy-initialization)
     return Insere(Longueur(), garde.DonneUnites(), garde.Longueur());
   }
   if (tampon_ == 0 && !autre.EstEmpruntee()) return *this = autre;  // share rather than copy
@@ -291,7 +292,8 @@ ChaineN& ChaineN::AjouteFin(const char* octets, Codage codage, uint64_t n) {
 }
 
 ChaineN& ChaineN::AjouteDebut(const ChaineN& autre) {
-  const ChaineN garde(autre);
+  // A copy, not a reference: it keeps the source buffer alive while this one changes.
+  const ChaineN garde(autre);  // NOLINT(performance-unnecessary-copy-initialization)
   return Insere(0, garde.DonneUnites(), garde.Longueur());
 }
 ChaineN& ChaineN::AjouteDebut(const char16_t* unites) {

@@ -190,13 +190,15 @@ ChaineN& ChaineN::RemplaceDepuisFin(const ChaineN& ancien, const ChaineN& nouvea
   if (ancien.EstVide()) return *this;
   const int64_t p = TrouveDernier(ancien);
   if (p < 0) return *this;
-  const ChaineN garde(nouveau);
+  // A copy, not a reference: it keeps the source buffer alive while this one changes.
+  const ChaineN garde(nouveau);  // NOLINT(performance-unnecessary-copy-initialization)
   return Remplace(static_cast<uint64_t>(p), ancien.Longueur(), garde.DonneUnites(), garde.Longueur());
 }
 
 ChaineN& ChaineN::RemplaceFin(const ChaineN& ancien, const ChaineN& nouveau) {
   if (ancien.EstVide() || !TerminePar(ancien)) return *this;
-  const ChaineN garde(nouveau);
+  // A copy, not a reference: it keeps the source buffer alive while this one changes.
+  const ChaineN garde(nouveau);  // NOLINT(performance-unnecessary-copy-initialization)
   return Remplace(Longueur() - ancien.Longueur(), ancien.Longueur(), garde.DonneUnites(), garde.Longueur());
 }
 
