@@ -7,6 +7,9 @@
 #include <outils_socle/conteneurs/ListeT.h>
 #include <outils_socle/conteneurs/ListesDePtr.h>
 #include <outils_socle/conteneurs/TableTrieeNoyau.h>
+#include <outils_socle/fils/DFil.h>
+#include <outils_socle/fils/DMessagerSurFilCourant.h>
+#include <outils_socle/fils/DMutex.h>
 #include <outils_socle/flux/Fichier.h>
 #include <outils_socle/flux/Flux.h>
 #include <outils_socle/flux/Serialiseur.h>
