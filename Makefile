@@ -42,7 +42,7 @@ build-tsan/CMakeCache.txt: | setup
 
 check-tsan: setup build-tsan/CMakeCache.txt
 	cmake --build build-tsan -j $(JOBS)
-	cd build-tsan && TSAN_OPTIONS=halt_on_error=1 ctest -j $(JOBS) --output-on-failure -LE installation
+	cd build-tsan && TSAN_OPTIONS="halt_on_error=1 suppressions=$(CURDIR)/tests/tsan.supp" ctest -j $(JOBS) --output-on-failure -LE installation
 
 bench: build
 	./build/bench/bench_texte
