@@ -8,6 +8,7 @@
 #include <outils_socle/conteneurs/ListesDePtr.h>
 #include <outils_socle/conteneurs/TableTrieeNoyau.h>
 #include <outils_socle/fils/DFil.h>
+#include <outils_socle/fils/DGestionnaireFils.h>
 #include <outils_socle/fils/DMessagerSurFilCourant.h>
 #include <outils_socle/fils/DMutex.h>
 #include <outils_socle/flux/Fichier.h>
