@@ -11,6 +11,7 @@
 #include <outils_socle/fils/DGestionnaireFils.h>
 #include <outils_socle/fils/DMessagerSurFilCourant.h>
 #include <outils_socle/fils/DMutex.h>
+#include <outils_socle/fils/FileOperations.h>
 #include <outils_socle/flux/Fichier.h>
 #include <outils_socle/flux/Flux.h>
 #include <outils_socle/flux/Serialiseur.h>

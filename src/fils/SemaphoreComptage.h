@@ -13,12 +13,18 @@ namespace sdd::detail {
 
 class SemaphoreComptage {
  public:
+  SemaphoreComptage() = default;
+  SemaphoreComptage(const SemaphoreComptage&) = delete;
+  SemaphoreComptage& operator=(const SemaphoreComptage&) = delete;
+  // Waiters often keep the semaphore on their stack and return as soon as they see a unit: the
+  // destructor waits until a Rends() still inside has left.
+  ~SemaphoreComptage() { std::lock_guard<std::mutex> verrou(mutex_); }
+
   void Rends(int32_t unites = 1) {
+    // All of it under the mutex, so that the destructor can wait for it (see there).
+    std::lock_guard<std::mutex> verrou(mutex_);
     compte_.fetch_add(unites, std::memory_order_release);
-    if (dormeurs_.load(std::memory_order_acquire) > 0) {
-      std::lock_guard<std::mutex> verrou(mutex_);
-      condition_.notify_all();
-    }
+    if (dormeurs_.load(std::memory_order_acquire) > 0) condition_.notify_all();
   }
 
   void Prends() {

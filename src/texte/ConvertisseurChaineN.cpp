@@ -11,6 +11,7 @@
 #include <emmintrin.h>
 #endif
 
+#include <outils_socle/fils/FileOperations.h>
 #include <outils_socle/flux/Flux.h>
 
 #include "texte/TablesUnOctet.h"
@@ -256,11 +257,13 @@ struct Convertisseurs {
 }  // namespace
 
 const ConvertisseurChaineN& ConvertisseurChaineN::ConvertisseurPourCodage(int codage) {
-  // Built once, on first use, under the compiler's thread-safe initialisation guard (a single
-  // guard for all seven), and kept until the process ends.
-  static const Convertisseurs tous;
+  // Built once, on first use, under the library's once-only guard, and kept until the process
+  // ends. After that, a lookup is an atomic flag test and one index.
+  static OperationUnique garde;
+  static const Convertisseurs* tous = nullptr;
+  if (!garde.EstFaite()) garde([] { tous = new Convertisseurs; });
   const unsigned indice = static_cast<unsigned>(codage);
-  return *tous.parCodage[indice < std::size(tous.parCodage) ? indice : 0u];
+  return *tous->parCodage[indice < std::size(tous->parCodage) ? indice : 0u];
 }
 
 void ConvertisseurChaineN::LibereConvertisseurPourCodage(int) {}

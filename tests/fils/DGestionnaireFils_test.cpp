@@ -99,12 +99,13 @@ TEST(DGestionnaireFils, LaSurveillanceRemplaceUnFilBloque) {
   libere.count_down();
   AttendsNbFils(g, depart);
   EXPECT_EQ(g->NbFils(), depart);  // the blocked worker left once its block returned
-  // The pool still works, and workers past their expiry are renewed one for one.
+  // The pool still works; workers past their expiry are marked at their next block and replaced,
+  // so the pool never shrinks below its size (a worker marked just after its block stays until
+  // its next one, hence no exact count here).
   std::latch encore(50);
   for (int i = 0; i < 50; ++i) g->post([&] { encore.count_down(); });
   encore.wait();
-  AttendsNbFils(g, depart);
-  EXPECT_EQ(g->NbFils(), depart);
+  EXPECT_GE(g->NbFils(), depart);
   DGestionnaireFils::LibereInstance();
   DGestionnaireFils::MetsIntervalleSurveillance(std::chrono::milliseconds(25000));
 }
