@@ -48,6 +48,7 @@ bench: build
 	./build/bench/bench_texte
 	./build/bench/bench_flux
 	./build/bench/bench_conteneurs
+	./build/bench/bench_fils
 
 format:
 	clang-format --dry-run --Werror $$(git ls-files 'include/*.h' 'src/*.cpp' 'src/*.h' ':!src/texte/TablesUnOctet.cpp' 'tests/*.cpp' 'tests/*.h' 'bench/*.cpp' 'outils/*.cpp' 'outils/*.h')
