@@ -10,9 +10,9 @@
 #include <outils_socle/fils/FileOperations.h>
 
 #include <benchmark/benchmark.h>
+#include <tbb/task_group.h>
 #include <boost/asio/post.hpp>
 #include <boost/asio/thread_pool.hpp>
-#include <tbb/task_group.h>
 
 #include <algorithm>
 #include <atomic>
