@@ -38,15 +38,10 @@ namespace detail {
 
 namespace {
 
-// The letters of a ligature, or null.
+// The letters of a ligature, or null; the class bit turns most units away without a lookup.
 const char16_t* Lettres(char16_t c) {
   if ((sdd_table_caracteres[c].classes[3] & (classes::kLigature >> 48)) == 0) return nullptr;
-  switch (c) {
-    case 0x0152: return u"OE";
-    case 0x0153: return u"oe";
-    case 0x00C6: return u"AE";
-    default: return u"ae";
-  }
+  return LettresDeLigature(c);
 }
 
 // Matches `lettres` (zero-terminated) against b from j under m; returns how many units of b.

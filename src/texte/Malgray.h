@@ -7,6 +7,10 @@
 
 namespace sdd::detail {
 
+// The letters of one of the four ligatures ("oe" for œ...), or null for any other unit. The one
+// table of ligatures, in UniCaractere.cpp.
+const char16_t* LettresDeLigature(char16_t c);
+
 // See Malgray.cpp.
 int64_t DeligatureEgalOption(const char16_t* a, uint64_t na, const char16_t* b, uint64_t nb,
                              ChaineN::Malgray m, bool prefixe);

@@ -3,6 +3,7 @@
 
 #include "texte/ClassesCaracteres.h"
 #include "texte/FormatTableCaracteres.h"
+#include "texte/Malgray.h"
 
 namespace sdd {
 
@@ -56,10 +57,16 @@ bool UniCaractere::EstApostrophe(char16_t c) { return A(c, cl::kApostrophe); }
 bool UniCaractere::EstBlanc(char16_t c) { return A(c, cl::kBlanc); }
 bool UniCaractere::EstLigature(char16_t c) { return A(c, cl::kLigature); }
 
+const char16_t* detail::LettresDeLigature(char16_t c) {
+  for (const LigatureLettres& l : kLigatures)
+    if (l.ligature == c) return l.lettres;
+  return nullptr;
+}
+
 bool UniCaractere::DecompositionLigature(char16_t c, char16_t* sortie, uint64_t taille, uint64_t* longueur) {
   if (!EstLigature(c)) return false;
-  for (const LigatureLettres& l : kLigatures)
-    if (l.ligature == c) return CopieLettres(l.lettres, sortie, taille, longueur);
+  if (const char16_t* lettres = detail::LettresDeLigature(c))
+    return CopieLettres(lettres, sortie, taille, longueur);
   if (taille > 0) sortie[0] = u'0';  // a marked character outside the table
   return false;
 }
