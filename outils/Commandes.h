@@ -13,6 +13,7 @@ namespace outils {
 
 int Convertis(const std::vector<std::string>& arguments);
 int Demo(const std::vector<std::string>& arguments);
+int Lexique(const std::vector<std::string>& arguments);
 
 // The encoding a user's name designates, case-insensitively ("UTF-8", "latin9", "CP1252"...).
 std::optional<sdd::ChaineN::Codage> CodageDepuisNom(const std::string& nom);

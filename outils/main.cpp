@@ -15,6 +15,7 @@ const char* const kAide =
     "\n"
     "Commandes :\n"
     "  convertis   convertit un texte d'un codage à un autre (comme iconv)\n"
+    "  lexique     compile une liste de mots en automate minimal et l'interroge\n"
     "  demo        fait l'aller-retour de la liste de mots française dans les sept codages\n"
     "\n"
     "Options :\n"
@@ -39,6 +40,7 @@ int main(int argc, char** argv) {
     return 0;
   }
   if (commande == "convertis") return outils::Convertis(arguments);
+  if (commande == "lexique") return outils::Lexique(arguments);
   if (commande == "demo") return outils::Demo(arguments);
   outils::Erreur("commande inconnue : « " + commande + " » (voir outils-socle --help)");
   return 2;

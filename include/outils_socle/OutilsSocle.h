@@ -2,6 +2,9 @@
 
 // Everything OutilsSocle offers, in one include. Each header also stands alone.
 #include <outils_socle/Export.h>
+#include <outils_socle/automates/AutomateAcycliqueMin.h>
+#include <outils_socle/automates/CompilateurAutomateAcycliqueMin.h>
+#include <outils_socle/automates/ProbabiliteTransformation.h>
 #include <outils_socle/conteneurs/EnsembleTriay.h>
 #include <outils_socle/conteneurs/ListeC.h>
 #include <outils_socle/conteneurs/ListeT.h>

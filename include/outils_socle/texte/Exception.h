@@ -69,6 +69,7 @@ class OUTILS_SOCLE_EXPORT MemoireInsuffisante : public Exception {
 class OUTILS_SOCLE_EXPORT OperationInvalide : public Exception {
  public:
   OperationInvalide();
+  explicit OperationInvalide(const UniChaine& detail);
   OUTILS_SOCLE_EXCEPTION_COPIABLE(OperationInvalide);
 };
 

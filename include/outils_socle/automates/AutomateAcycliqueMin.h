@@ -1,0 +1,217 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <memory>
+
+#include <outils_socle/Export.h>
+#include <outils_socle/conteneurs/EnsembleTriay.h>
+#include <outils_socle/conteneurs/ListeC.h>
+#include <outils_socle/conteneurs/ListeT.h>
+#include <outils_socle/texte/ChaineN.h>
+#include <outils_socle/texte/UniChaine.h>
+
+namespace sdd {
+
+class FluxEntree;
+class FluxEntreeMemoire;
+class ProbabiliteTransformation;
+
+// What the acceptance callback of a search sees for each candidate form.
+struct RecuperationFormeParams {
+  const ChaineN* mot = nullptr;    // the word, prefix or pattern as the caller gave it
+  const ChaineN* forme = nullptr;  // the stored form
+  uint32_t numero = 0;
+  uint8_t rang1 = 0;  // see AutomateAcycliqueMin::_Forme
+  uint8_t rang2 = 0;
+  uint16_t detail = 0;
+};
+using RecuperationForme = bool (*)(const RecuperationFormeParams&);
+OUTILS_SOCLE_EXPORT bool RecuperationFormeTelQuelAccepte(const RecuperationFormeParams&);
+
+// Lets a caller stop a long joker search: asked every few thousand steps.
+class OUTILS_SOCLE_EXPORT DelegueInterruptionAutomateAcycliqueMin {
+ public:
+  virtual ~DelegueInterruptionAutomateAcycliqueMin();
+  virtual bool DoitInterrompre() = 0;
+};
+
+// A word list compiled by CompilateurAutomateAcycliqueMin, read in place from a mapped file or
+// from the bytes of a memory stream: a minimal acyclic automaton whose forms are numbered 0 to
+// N − 1 (a perfect hash). The stored form is described in docs/automate.md.
+//
+// Damaged data never makes it read outside its bytes: opening checks that the header and the
+// state area lie inside the stream, and every state is checked as it is reached (its
+// transitions lie inside the area, and each target lies strictly before its source, which the
+// writer guarantees by laying children out first, so no walk can loop). A violation throws
+// exceptions::TableNonValide. The checks cost two comparisons per state visited.
+//
+// Searches keep their working state to themselves, so one automaton may serve several threads,
+// except for time-limited prefix searches (option 0x20), whose start time is kept here.
+class OUTILS_SOCLE_EXPORT AutomateAcycliqueMin {
+ public:
+  static constexpr int kNbOctetVersion = 4;
+  static constexpr int kNbOctetTailleEnfant = 2;
+  static constexpr uint64_t kAdrRacineInexistante = 0xFFFFFFFF;
+  static constexpr uint64_t kLongueurMaxMot = 400;
+  // Past this many milliseconds of a monotonic clock a time-limited search stops.
+  static constexpr int kTempsLimiteMs = 70;
+
+  // A stored form found by a search. The insensitive searches rank it: rang1 counts the
+  // characters that differ by accent or variant (é for e, ’ for '), rang2 those that differ by
+  // case or by a ligature (Œ for OE), detail is the Malgray mask of the kinds of difference met
+  // (1 ligature, 2 accent, 4 case, 8 variant; 0x10 a trailing "!", 0x20 a trailing "-" taken by
+  // the two switches). Smaller is better; an exact match has all three at 0 and comes first.
+  // valeur holds the number of characters of the searched text that the match consumed.
+  struct _Forme {
+    ChaineN forme;
+    uint32_t numero = 0;
+    uint8_t rang1 = 0;
+    uint8_t rang2 = 0;
+    uint16_t detail = 0;
+    uint32_t valeur = 0;
+  };
+
+  // A place reached by a walk: a state and the number accumulated on the way there. Two
+  // positions are equal when both agree; the set of positions keeps each place once.
+  struct _Position {
+    uint64_t etat = 0;
+    uint32_t numero = 0;
+    uint8_t rang1 = 0;
+    uint8_t rang2 = 0;
+    uint16_t detail = 0;
+    ChaineN texte;
+    bool prefixe = false;     // reached in prefix mode: every form below it counts
+    bool provisoire = false;  // a weaker candidate, replaced by any firm one
+    uint32_t valeur = 0;
+    friend bool operator<(const _Position& a, const _Position& b) {
+      return a.etat != b.etat ? a.etat < b.etat : a.numero < b.numero;
+    }
+    friend bool operator==(const _Position& a, const _Position& b) {
+      return a.etat == b.etat && a.numero == b.numero;
+    }
+  };
+
+  // A correction proposed by FormesProbabilistes: cout is the edit cost under the model
+  // (ProbabiliteTransformation::kCoutUnitaire per ordinary edit), probabilite the model's
+  // reading of it.
+  struct _FormeProbabiliste {
+    ChaineN forme;
+    uint32_t numero = 0;
+    uint32_t cout = 0;
+    double probabilite = 0;
+  };
+
+  // Flags: 0x01 exact only (no insensitive walk), 0x10 remove non-alphabetic characters
+  // first, 0x20 stop prefix completion after kTempsLimiteMs, 0x80 cut words longer than
+  // kLongueurMaxMot instead of answering nothing. valeur: the Malgray mask of the differences
+  // the insensitive walk may tolerate; 0 means all of them (0xF).
+  struct _OptionRecherche {
+    static constexpr uint32_t kExactSeulement = 0x01;
+    static constexpr uint32_t kEnleveNonAlpha = 0x10;
+    static constexpr uint32_t kTempsLimite = 0x20;
+    static constexpr uint32_t kCoupeMotsLongs = 0x80;
+    constexpr _OptionRecherche(uint32_t d = 0, uint32_t v = 0) : drapeaux(d), valeur(v) {}  // NOLINT
+    uint32_t drapeaux;
+    uint32_t valeur;
+  };
+
+  // The stream must hold the automaton from `position` on; it stays the caller's and must
+  // outlive this object (and its copies), whose reads point into its bytes.
+  AutomateAcycliqueMin(FluxEntreeMemoire* flux, uint64_t position = 0);
+  // Maps the file and owns the mapping.
+  explicit AutomateAcycliqueMin(const UniChemin& chemin, uint64_t position = 0);
+  AutomateAcycliqueMin(const AutomateAcycliqueMin& autre);
+  AutomateAcycliqueMin& operator=(const AutomateAcycliqueMin& autre);
+  ~AutomateAcycliqueMin();
+
+  // Header plus state area: what an embedding container skips over.
+  uint64_t DonneTailleTotal() const { return tailleEntete_ + tailleZone_; }
+  static uint64_t DonneTailleTotal(FluxEntree* flux, uint64_t position);
+
+  uint32_t NombreDeFormes() const { return nbFormes_; }
+  int Version() const;  // V0·1000 + V1·100 + V2·10 + V3
+  int LargeurAdresse() const { return largeurAdresse_; }
+  uint32_t PlusGrandCompte() const { return plusGrandCompte_; }
+  bool EstVide() const { return racine_ == kAdrRacineInexistante; }
+  // Counts the states and transitions reachable from the root (one walk over the automaton).
+  void Statistiques(uint64_t* etats, uint64_t* transitions) const;
+
+  bool FormePourNo(uint32_t numero, _Forme& forme) const;
+  // The numbers are served in the order given; it pays to sort them (one walk serves an
+  // ascending list); a number of N or more gives nothing.
+  void FormePourNos(const ListeT<uint32_t>& numeros, ListeT<_Forme>& formes) const;
+  // The exact inverse of FormePourNo: the number of the form equal to the word, −1 if absent.
+  int64_t NoPourMot(const ChaineN& mot) const;
+  int64_t NoPourMot(const char16_t* unites, uint64_t n) const;
+
+  // The stored forms that match the word, best first (rank, then number).
+  void FormesPour(const ChaineN& mot, ListeC<_Forme>& formes, _OptionRecherche options = _OptionRecherche(),
+                  RecuperationForme recuperation = RecuperationFormeTelQuelAccepte) const;
+  // Forms beginning with the prefix (insensitively, as FormesPour). Each matching place is
+  // completed in number order; completion stops once more than `limite` forms are gathered
+  // (0: no limit) or, with option 0x20, once the time is up. False when it stopped early.
+  bool FormesCommencant(const ChaineN& prefixe, ListeC<_Forme>& formes,
+                        _OptionRecherche options = _OptionRecherche(), uint32_t limite = 0,
+                        RecuperationForme recuperation = nullptr);
+  bool FormesCommencant(const ListeT<ChaineN>& prefixes, ListeC<_Forme>& formes,
+                        _OptionRecherche options = _OptionRecherche(), uint32_t limite = 0,
+                        RecuperationForme recuperation = nullptr);
+  // Pattern language (the string table's): "*" any run of characters, even empty; "?" and "_"
+  // one character; "#" one consonant; "&" one vowel; any other character matches one that is
+  // equal under the Malgray bits 2, 4, 8 of `parametre`; with bit 0x01 a stored ligature also
+  // matches its two letters in the pattern. Without bit 0x10, jokers stand only for letters
+  // and digits ("*" for letters only). Results in number order, at most `limite` (0: all).
+  // False when the delegate interrupted the search.
+  bool FormesPourJoker(const ChaineN& motif, ListeC<_Forme>& formes, uint32_t parametre = 0,
+                       uint32_t limite = 0, DelegueInterruptionAutomateAcycliqueMin* delegue = nullptr) const;
+  // Corrections: the forms within `coutMax` of the word under the model (0: the model's own
+  // bound; a null model: the French default), by ascending cost then number, at most `limite`
+  // (0: all). The search widens its cost bound in steps; when the limit is reached or, with
+  // option 0x20, the time is up, it returns the forms of the last fully searched bound, which
+  // are always the head of the complete ranked answer. False when it stopped early.
+  bool FormesProbabilistes(const ChaineN& mot, const _OptionRecherche& options, uint32_t limite,
+                           uint32_t coutMax, const ProbabiliteTransformation* modele,
+                           ListeC<_FormeProbabiliste>& formes);
+
+  // With it on, FormesPour also finds the word stored with a final "!" ("zut!" for "zut").
+  void MetsRecupereExclamation(bool oui) { recupereExclamation_ = oui; }
+  // With it on, FormesPour also finds the word stored as a prefix with a final "-" ("anti-").
+  void MetsRecupereTiretPourPrefixes(bool oui) { recupereTiret_ = oui; }
+
+ protected:
+  void _LisEntete(FluxEntreeMemoire* flux, uint64_t position);
+  bool _FormesCommencant(const ListeT<ChaineN>& prefixes, ListeC<_Forme>& formes, _OptionRecherche options,
+                         uint32_t limite, RecuperationForme recuperation);
+  static constexpr int NbOctetsNoeud(int largeur) { return largeur + 5; }
+  static constexpr int NbOctetsNoeudSansCar(int largeur) { return largeur + 3; }
+  bool _TempsEcoulay() const;
+  // Adds a place to the set; of two equal places the better ranked stays (smaller rang1, then
+  // smaller rang2), and a provisional one always gives way to a firm one.
+  static void AjoutPositionDansListe(EnsembleTriay<_Position>& positions, const _Position& position);
+
+ private:
+  template <int A>
+  friend class LecteurAutomate;
+  template <int A>
+  friend class MarchesAutomate;
+
+  std::shared_ptr<FluxEntreeMemoire> possede_;  // the mapped file when opened from a path
+  FluxEntreeMemoire* flux_ = nullptr;
+  const uint8_t* zone_ = nullptr;  // first byte of the state area
+  uint8_t version_[4] = {0, 0, 0, 0};
+  uint64_t racine_ = kAdrRacineInexistante;
+  uint64_t base_ = 0;  // stream position of the state area
+  uint64_t tailleZone_ = 0;
+  uint64_t tailleEntete_ = 12;
+  uint32_t plusGrandCompte_ = 0;
+  int largeurAdresse_ = 3;
+  int octetsNoeud_ = 8;
+  int octetsNoeudSansCar_ = 6;
+  uint32_t nbFormes_ = 0;
+  std::chrono::steady_clock::time_point debut_{};
+  bool recupereExclamation_ = false;
+  bool recupereTiret_ = false;
+};
+
+}  // namespace sdd

@@ -1,0 +1,295 @@
+// outils-socle lexique: compile a word list and query the compiled lexicon.
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include <outils_socle/automates/AutomateAcycliqueMin.h>
+#include <outils_socle/automates/CompilateurAutomateAcycliqueMin.h>
+#include <outils_socle/flux/Fichier.h>
+#include <outils_socle/texte/Exception.h>
+
+#include "Commandes.h"
+
+namespace outils {
+
+namespace {
+
+const char* const kAideLexique =
+    "Usage : outils-socle lexique <action> ...\n"
+    "\n"
+    "  compile LISTE SORTIE [--parents] [--partie N]\n"
+    "        compile une liste de mots (UTF-8, un par ligne) en automate minimal\n"
+    "  info LEXIQUE                    version, formes, états, transitions, octets, adresses\n"
+    "  cherche LEXIQUE MOT... [--exact] [--masque M]\n"
+    "        formes correspondant au mot, sans tenir compte des accents, de la casse,\n"
+    "        des variantes ni des ligatures (M : bits 1 ligatures, 2 accents, 4 casse,\n"
+    "        8 variantes), classées, avec leur numéro\n"
+    "  prefixe LEXIQUE PREFIXE... [--limite N]   formes commençant par le préfixe\n"
+    "  joker LEXIQUE MOTIF [--limite N]          formes du motif (* ? _ # &)\n"
+    "  corrige LEXIQUE MOT... [--limite N] [--cout C]\n"
+    "        corrections probables (C : coût maximal, 10 par faute ordinaire ; 20 par défaut)\n"
+    "  forme LEXIQUE NUMERO...         la forme de chaque numéro\n"
+    "  numero LEXIQUE MOT...           le numéro de chaque forme (-1 si absente)\n"
+    "  dot LISTE SORTIE [--svg]        le texte Graphviz de l'automate de la liste\n"
+    "                                  (--svg : passe aussi par dot, s'il est installé)\n";
+
+using Horloge = std::chrono::steady_clock;
+
+double MsDepuis(Horloge::time_point debut) {
+  return std::chrono::duration<double, std::milli>(Horloge::now() - debut).count();
+}
+
+std::string U8(const sdd::ChaineN& c) { return c.PreteUTF8(); }
+
+bool LisListe(const std::string& chemin, sdd::ListeT<sdd::ChaineN>& mots) {
+  std::string contenu;
+  if (!LisFichier(chemin, contenu)) return false;
+  size_t debut = 0;
+  while (debut < contenu.size()) {
+    size_t fin = contenu.find('\n', debut);
+    if (fin == std::string::npos) fin = contenu.size();
+    size_t n = fin - debut;
+    if (n > 0 && contenu[debut + n - 1] == '\r') --n;
+    if (n > 0) mots.Ajoute(sdd::ChaineN(contenu.data() + debut, sdd::ChaineN::kCodageUTF8, n));
+    debut = fin + 1;
+  }
+  return true;
+}
+
+// Options of the form --nom VALEUR or --drapeau; the rest are positional.
+struct Arguments {
+  std::vector<std::string> positions;
+  std::vector<std::pair<std::string, std::string>> options;
+  bool Drapeau(const std::string& nom) const {
+    for (const auto& [n, v] : options)
+      if (n == nom) return true;
+    return false;
+  }
+  long Nombre(const std::string& nom, long defaut) const {
+    for (const auto& [n, v] : options)
+      if (n == nom) return std::strtol(v.c_str(), nullptr, 0);
+    return defaut;
+  }
+};
+
+Arguments Analyse(const std::vector<std::string>& arguments, const std::vector<std::string>& avecValeur) {
+  Arguments a;
+  for (size_t i = 0; i < arguments.size(); ++i) {
+    const std::string& x = arguments[i];
+    if (x.size() > 2 && x.compare(0, 2, "--") == 0) {
+      const std::string nom = x.substr(2);
+      const bool valeur = std::find(avecValeur.begin(), avecValeur.end(), nom) != avecValeur.end();
+      a.options.emplace_back(nom, valeur && i + 1 < arguments.size() ? arguments[++i] : "");
+    } else {
+      a.positions.push_back(x);
+    }
+  }
+  return a;
+}
+
+// A bar on stderr, redrawn when the percentage changes.
+class Barre : public sdd::Progression {
+ public:
+  void Avance(uint64_t fait, uint64_t total) override {
+    const int pourcent = total == 0 ? 100 : static_cast<int>(fait * 100 / total);
+    if (pourcent == dernier_) return;
+    dernier_ = pourcent;
+    std::string barre(pourcent / 4, '#');
+    barre.resize(25, '.');
+    std::fprintf(stderr, "\r  [%s] %3d %%", barre.c_str(), pourcent);
+    if (fait == total) std::fputc('\n', stderr);
+    std::fflush(stderr);
+  }
+
+ private:
+  int dernier_ = -1;
+};
+
+int Compile(const Arguments& a) {
+  if (a.positions.size() != 2) {
+    Erreur("lexique compile : LISTE et SORTIE attendues");
+    return 2;
+  }
+  sdd::ListeT<sdd::ChaineN> mots;
+  auto t0 = Horloge::now();
+  if (!LisListe(a.positions[0], mots)) return 1;
+  const double lecture = MsDepuis(t0);
+  Barre barre;
+  const bool grande = mots.Taille() >= 50000 && isatty(STDERR_FILENO);
+  t0 = Horloge::now();
+  sdd::CompilateurAutomateAcycliqueMin compilateur(
+      mots, a.Drapeau("parents") ? sdd::CompilateurAutomateAcycliqueMin::InclureNoeudsParents : 0,
+      static_cast<uint64_t>(a.Nombre("partie", -1)), grande ? &barre : nullptr);
+  const double compilation = MsDepuis(t0);
+  t0 = Horloge::now();
+  sdd::FichierAvecTampon sortie(a.positions[1].c_str(), sdd::Fichier::eEcriture);
+  const uint64_t octets = compilateur.FormeCompactay(sortie);
+  sortie.Ferme();
+  const double ecriture = MsDepuis(t0);
+  std::printf("%llu mots lus (%.1f ms), %llu formes, %llu états, %llu transitions\n",
+              static_cast<unsigned long long>(mots.Taille()), lecture,
+              static_cast<unsigned long long>(compilateur.Mots().Taille()),
+              static_cast<unsigned long long>(compilateur.NbEtats()),
+              static_cast<unsigned long long>(compilateur.NbTransitions()));
+  std::printf(
+      "compilation %.1f ms (construction des %llu parties et fusion %.1f ms), écriture %.1f ms : %llu "
+      "octets\n",
+      compilation,
+      static_cast<unsigned long long>((compilateur.Mots().Taille() + compilateur.TaillePartie() - 1) /
+                                      std::max<uint64_t>(1, compilateur.TaillePartie())),
+      compilateur.DonneTempsInsertion() * 1000, ecriture, static_cast<unsigned long long>(octets));
+  return 0;
+}
+
+int Info(const Arguments& a) {
+  if (a.positions.size() != 1) {
+    Erreur("lexique info : LEXIQUE attendu");
+    return 2;
+  }
+  sdd::AutomateAcycliqueMin automate(UniChemin(a.positions[0].c_str()));
+  std::printf("version            %d\n", automate.Version());
+  std::printf("formes             %u\n", automate.NombreDeFormes());
+  std::printf("octets             %llu\n", static_cast<unsigned long long>(automate.DonneTailleTotal()));
+  std::printf("adresses           %d octets\n", automate.LargeurAdresse());
+  std::printf("plus grand compte  %u\n", automate.PlusGrandCompte());
+  uint64_t etats = 0, transitions = 0;
+  automate.Statistiques(&etats, &transitions);
+  std::printf("états              %llu\n", static_cast<unsigned long long>(etats));
+  std::printf("transitions        %llu\n", static_cast<unsigned long long>(transitions));
+  return 0;
+}
+
+void AfficheForme(const sdd::AutomateAcycliqueMin::_Forme& f, bool rangs) {
+  if (rangs) {
+    std::printf("  %-30s n° %-8u rangs %u,%u détail 0x%X\n", U8(f.forme).c_str(), f.numero, f.rang1, f.rang2,
+                f.detail);
+  } else {
+    std::printf("  %-30s n° %u\n", U8(f.forme).c_str(), f.numero);
+  }
+}
+
+int Requetes(const std::string& action, const Arguments& a) {
+  if (a.positions.size() < 2) {
+    Erreur("lexique " + action + " : LEXIQUE et au moins un argument attendus");
+    return 2;
+  }
+  sdd::AutomateAcycliqueMin automate(UniChemin(a.positions[0].c_str()));
+  const auto limite = static_cast<uint32_t>(a.Nombre("limite", 0));
+  for (size_t i = 1; i < a.positions.size(); ++i) {
+    const sdd::ChaineN mot(a.positions[i].c_str());
+    const auto t0 = Horloge::now();
+    if (action == "cherche") {
+      sdd::ListeC<sdd::AutomateAcycliqueMin::_Forme> formes;
+      sdd::AutomateAcycliqueMin::_OptionRecherche options(
+          a.Drapeau("exact") ? sdd::AutomateAcycliqueMin::_OptionRecherche::kExactSeulement : 0,
+          static_cast<uint32_t>(a.Nombre("masque", 0)));
+      automate.FormesPour(mot, formes, options);
+      std::printf("« %s » : %llu forme(s) en %.3f ms\n", a.positions[i].c_str(),
+                  static_cast<unsigned long long>(formes.Taille()), MsDepuis(t0));
+      for (const auto& f : formes) AfficheForme(f, true);
+    } else if (action == "prefixe") {
+      sdd::ListeC<sdd::AutomateAcycliqueMin::_Forme> formes;
+      const bool complet = automate.FormesCommencant(mot, formes, {}, limite);
+      std::printf("« %s… » : %llu forme(s)%s en %.3f ms\n", a.positions[i].c_str(),
+                  static_cast<unsigned long long>(formes.Taille()), complet ? "" : " (limite atteinte)",
+                  MsDepuis(t0));
+      for (const auto& f : formes) AfficheForme(f, false);
+    } else if (action == "joker") {
+      sdd::ListeC<sdd::AutomateAcycliqueMin::_Forme> formes;
+      automate.FormesPourJoker(mot, formes, 0, limite);
+      std::printf("« %s » : %llu forme(s) en %.3f ms\n", a.positions[i].c_str(),
+                  static_cast<unsigned long long>(formes.Taille()), MsDepuis(t0));
+      for (const auto& f : formes) AfficheForme(f, false);
+    } else if (action == "corrige") {
+      sdd::ListeC<sdd::AutomateAcycliqueMin::_FormeProbabiliste> formes;
+      automate.FormesProbabilistes(mot, {}, limite == 0 ? 10 : limite,
+                                   static_cast<uint32_t>(a.Nombre("cout", 0)), nullptr, formes);
+      std::printf("« %s » : %llu correction(s) en %.3f ms\n", a.positions[i].c_str(),
+                  static_cast<unsigned long long>(formes.Taille()), MsDepuis(t0));
+      for (const auto& f : formes) {
+        std::printf("  %-30s n° %-8u coût %-3u probabilité %.3g\n", U8(f.forme).c_str(), f.numero, f.cout,
+                    f.probabilite);
+      }
+    } else if (action == "forme") {
+      sdd::AutomateAcycliqueMin::_Forme f;
+      char* fin = nullptr;
+      const unsigned long numero = std::strtoul(a.positions[i].c_str(), &fin, 10);
+      if (fin == a.positions[i].c_str() || *fin != '\0' || numero > UINT32_MAX) {
+        Erreur("lexique forme : numéro attendu, pas « " + a.positions[i] + " »");
+        return 2;
+      }
+      if (automate.FormePourNo(static_cast<uint32_t>(numero), f)) {
+        std::printf("%lu\t%s\n", numero, U8(f.forme).c_str());
+      } else {
+        std::printf("%lu\t(aucune forme : le lexique en a %u)\n", numero, automate.NombreDeFormes());
+      }
+    } else {  // numero
+      std::printf("%s\t%lld\n", a.positions[i].c_str(), static_cast<long long>(automate.NoPourMot(mot)));
+    }
+  }
+  return 0;
+}
+
+int Dot(const Arguments& a) {
+  if (a.positions.size() != 2) {
+    Erreur("lexique dot : LISTE et SORTIE attendues");
+    return 2;
+  }
+  sdd::ListeT<sdd::ChaineN> mots;
+  if (!LisListe(a.positions[0], mots)) return 1;
+  sdd::CompilateurAutomateAcycliqueMin compilateur(mots);
+  const sdd::ChaineN texte = compilateur.FichierDot();
+  sdd::Fichier sortie(a.positions[1].c_str(), sdd::Fichier::eEcriture);
+  uint64_t n = 0;
+  const char* octets = texte.PreteUTF8(0, nullptr, &n);
+  sortie.Mets(reinterpret_cast<const uint8_t*>(octets), n);
+  sortie.Ferme();
+  std::printf("%s : %llu états\n", a.positions[1].c_str(),
+              static_cast<unsigned long long>(compilateur.NbEtats()));
+  if (a.Drapeau("svg")) {
+    if (std::system("command -v dot >/dev/null 2>&1") != 0) {
+      Erreur("Graphviz (dot) n'est pas installé : pas de SVG");
+      return 1;
+    }
+    const std::string svg = a.positions[1] + ".svg";
+    const std::string commande = "dot -Tsvg '" + a.positions[1] + "' -o '" + svg + "'";
+    if (std::system(commande.c_str()) != 0) {
+      Erreur("dot a échoué");
+      return 1;
+    }
+    std::printf("%s\n", svg.c_str());
+  }
+  return 0;
+}
+
+}  // namespace
+
+int Lexique(const std::vector<std::string>& arguments) {
+  if (arguments.empty() || arguments[0] == "--help" || arguments[0] == "-h") {
+    std::fputs(kAideLexique, arguments.empty() ? stderr : stdout);
+    return arguments.empty() ? 2 : 0;
+  }
+  const std::string action = arguments[0];
+  const Arguments a =
+      Analyse({arguments.begin() + 1, arguments.end()}, {"partie", "limite", "cout", "masque"});
+  try {
+    if (action == "compile") return Compile(a);
+    if (action == "info") return Info(a);
+    if (action == "dot") return Dot(a);
+    if (action == "cherche" || action == "prefixe" || action == "joker" || action == "corrige" ||
+        action == "forme" || action == "numero") {
+      return Requetes(action, a);
+    }
+  } catch (const sdd::exceptions::Exception& e) {
+    Erreur(e.MessageComplet().PreteUTF8());
+    return 1;
+  }
+  Erreur("lexique : action inconnue « " + action + " » (voir outils-socle lexique --help)");
+  return 2;
+}
+
+}  // namespace outils

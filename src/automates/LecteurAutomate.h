@@ -1,0 +1,116 @@
+#pragma once
+
+// The walks over the stored automaton, written once and instantiated for 3-byte and 4-byte
+// addresses, so that the width is a constant inside every loop.
+
+#include <cstdint>
+#include <cstring>
+
+#include <outils_socle/automates/AutomateAcycliqueMin.h>
+#include <outils_socle/texte/Exception.h>
+
+namespace sdd {
+
+namespace detail {
+
+inline uint32_t Lis16(const uint8_t* p) {
+  return static_cast<uint32_t>(p[0]) | static_cast<uint32_t>(p[1]) << 8;
+}
+inline uint32_t Lis24(const uint8_t* p) {
+  return static_cast<uint32_t>(p[0]) | static_cast<uint32_t>(p[1]) << 8 | static_cast<uint32_t>(p[2]) << 16;
+}
+inline uint32_t Lis32(const uint8_t* p) { return Lis24(p) | static_cast<uint32_t>(p[3]) << 24; }
+
+[[noreturn]] void AutomateCorrompu(uint64_t adresse);
+
+}  // namespace detail
+
+template <int A>
+class LecteurAutomate {
+ public:
+  static constexpr uint32_t kOctetsTransition = A + 5;
+
+  struct Etat {
+    const uint8_t* transitions;  // the first stored transition
+    uint32_t nb;
+    bool final;
+    uint64_t adresse;
+  };
+
+  explicit LecteurAutomate(const AutomateAcycliqueMin& automate)
+      : zone_(automate.zone_), taille_(automate.tailleZone_), racine_(automate.racine_) {}
+
+  uint64_t Racine() const { return racine_; }
+
+  // A state whose transitions all lie inside the area, or TableNonValide.
+  Etat LisEtat(uint64_t adresse) const {
+    if (adresse + 2 > taille_) detail::AutomateCorrompu(adresse);
+    const uint8_t* p = zone_ + adresse;
+    const uint32_t entete = detail::Lis16(p);
+    const uint32_t nb = entete >> 1;
+    if (adresse + 2 + static_cast<uint64_t>(nb) * kOctetsTransition > taille_)
+      detail::AutomateCorrompu(adresse);
+    return Etat{p + 2, nb, (entete & 1) != 0, adresse};
+  }
+
+  static char16_t Car(const uint8_t* t) { return static_cast<char16_t>(detail::Lis16(t)); }
+  static uint32_t Compte(const uint8_t* t) { return detail::Lis24(t + 2); }
+  // The target, which the writer always places before its source: anything else is damage,
+  // and refusing it is what keeps every walk finite.
+  static uint64_t Cible(const Etat& e, const uint8_t* t) {
+    const uint64_t cible = A == 3 ? detail::Lis24(t + 5) : detail::Lis32(t + 5);
+    if (cible >= e.adresse) detail::AutomateCorrompu(e.adresse);
+    return cible;
+  }
+
+  // The transition on `c`, or null. Transitions are stored by descending count, which is the
+  // order of the forms they lead to, so for words drawn at random the scan stops early.
+  static const uint8_t* Trouve(const Etat& e, char16_t c) {
+    const uint8_t* t = e.transitions;
+    for (uint32_t i = 0; i < e.nb; ++i, t += kOctetsTransition) {
+      if (Car(t) == c) return t;
+    }
+    return nullptr;
+  }
+
+  int64_t NoPourMot(const char16_t* mot, uint64_t n) const {
+    uint64_t adresse = racine_;
+    uint64_t numero = 0;
+    for (uint64_t i = 0; i < n; ++i) {
+      const Etat e = LisEtat(adresse);
+      const uint8_t* t = Trouve(e, mot[i]);
+      if (t == nullptr) return -1;
+      numero += Compte(t);
+      adresse = Cible(e, t);
+    }
+    return LisEtat(adresse).final ? static_cast<int64_t>(numero) : -1;
+  }
+
+  // Straight descent: in each state the wanted number lies below the first stored transition
+  // whose count does not pass it, or is the state's own end of form.
+  bool FormePourNo(uint32_t numero, std::u16string& chemin) const {
+    uint64_t adresse = racine_;
+    uint32_t reste = numero;
+    chemin.clear();
+    for (;;) {
+      const Etat e = LisEtat(adresse);
+      if (reste == 0 && e.final) return true;
+      const uint8_t* t = e.transitions;
+      uint32_t i = 0;
+      for (; i < e.nb; ++i, t += kOctetsTransition) {
+        if (Compte(t) <= reste) break;
+      }
+      if (i == e.nb) return false;
+      reste -= Compte(t);
+      chemin.push_back(Car(t));
+      adresse = Cible(e, t);
+    }
+  }
+
+ private:
+  const uint8_t* zone_;
+  uint64_t taille_;
+  uint64_t racine_;
+};
+
+}  // namespace sdd
