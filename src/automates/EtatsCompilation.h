@@ -41,8 +41,10 @@ class Arene {
   void* Alloue(size_t taille) {
     taille = (taille + 7) & ~size_t{7};
     if (reste_ < taille) {
-      const size_t bloc = std::max<size_t>(taille, kBloc);
-      blocs_.push_back(std::make_unique<uint8_t[]>(bloc));
+      // Small parts stay small: blocks grow from 4 KiB to 256 KiB.
+      prochain_ = std::min(prochain_ * 2, kBlocMax);
+      const size_t bloc = std::max<size_t>(taille, prochain_);
+      blocs_.push_back(std::make_unique_for_overwrite<uint8_t[]>(bloc));
       libre_ = blocs_.back().get();
       reste_ = bloc;
     }
@@ -53,7 +55,8 @@ class Arene {
   }
 
  private:
-  static constexpr size_t kBloc = 256 * 1024;
+  static constexpr size_t kBlocMax = 256 * 1024;
+  size_t prochain_ = 2048;
   std::vector<std::unique_ptr<uint8_t[]>> blocs_;
   uint8_t* libre_ = nullptr;
   size_t reste_ = 0;
