@@ -3,7 +3,7 @@
 #   make check       set up, build, and run every test with ctest
 #   make check-asan  the same tests built with AddressSanitizer and UndefinedBehaviorSanitizer
 #   make check-tsan  the tests built with ThreadSanitizer
-#   make bench       run the benchmarks (ours beside ICU, Qt and the standard library)
+#   make bench       run the benchmarks (ours beside ICU, Qt, the standard library, marisa-trie and dawgdic)
 #   make format      check the formatting with clang-format
 
 JOBS ?= $(shell nproc)
@@ -49,6 +49,7 @@ bench: build
 	./build/bench/bench_flux
 	./build/bench/bench_conteneurs
 	./build/bench/bench_fils
+	./build/bench/bench_automates
 
 format:
 	clang-format --dry-run --Werror $$(git ls-files 'include/*.h' 'src/*.cpp' 'src/*.h' ':!src/texte/TablesUnOctet.cpp' 'tests/*.cpp' 'tests/*.h' 'bench/*.cpp' 'outils/*.cpp' 'outils/*.h')

@@ -1,0 +1,348 @@
+// The lexicon automaton on the French word list, beside marisa-trie and dawgdic in the same run.
+// Items per second are queries (or words compiled); "octets" is the stored size.
+#include <benchmark/benchmark.h>
+#include <dawgdic/completer.h>
+#include <dawgdic/dawg-builder.h>
+#include <dawgdic/dictionary-builder.h>
+#include <dawgdic/guide-builder.h>
+#include <marisa.h>
+
+#include <algorithm>
+#include <fstream>
+#include <random>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <outils_socle/automates/AutomateAcycliqueMin.h>
+#include <outils_socle/automates/CompilateurAutomateAcycliqueMin.h>
+#include <outils_socle/flux/TamponMemoire.h>
+
+namespace {
+
+using sdd::AutomateAcycliqueMin;
+using sdd::ChaineN;
+
+struct Corpus {
+  std::vector<std::string> tries;     // UTF-8, byte order (the peers' input)
+  std::vector<std::string> melanges;  // the same words shuffled: the query order
+  std::vector<std::string> absents;   // one absent word per word
+  sdd::ListeT<ChaineN> liste;         // the file's words, shuffled: the compiler's input
+  std::vector<ChaineN> requetes;      // = melanges
+  std::vector<ChaineN> requetesAbsentes;
+  std::vector<ChaineN> fautes;  // one typing mistake in a sample of words
+  sdd::TamponMemoire lexique;
+  std::unique_ptr<AutomateAcycliqueMin> automate;
+  marisa::Trie marisa;
+  std::string dawgdicOctets;
+  dawgdic::Dictionary dawgdic;
+  dawgdic::Guide guide;
+  std::vector<uint32_t> numeros;  // 0..N−1 shuffled
+};
+
+const Corpus& Donnees() {
+  static const Corpus* corpus = [] {
+    auto* c = new Corpus;
+    std::ifstream f("/usr/share/dict/french");
+    std::string mot;
+    while (std::getline(f, mot))
+      if (!mot.empty()) c->tries.push_back(mot);
+    std::sort(c->tries.begin(), c->tries.end());
+    c->tries.erase(std::unique(c->tries.begin(), c->tries.end()), c->tries.end());
+    std::mt19937 alea(42);
+    c->melanges = c->tries;
+    std::shuffle(c->melanges.begin(), c->melanges.end(), alea);
+    for (const auto& m : c->melanges) {
+      std::string absent = m + "q";
+      while (std::binary_search(c->tries.begin(), c->tries.end(), absent)) absent += "#";
+      c->absents.push_back(absent);
+      c->requetes.emplace_back(m.c_str());
+      c->liste.Ajoute(c->requetes.back());
+      c->requetesAbsentes.emplace_back(absent.c_str());
+    }
+    for (size_t i = 0; i < 2000; ++i) {
+      std::u16string u(c->requetes[i].DonneUnites(), c->requetes[i].Longueur());
+      if (u.size() < 3) continue;
+      const size_t p = alea() % u.size();
+      switch (alea() % 3) {
+        case 0: u.erase(p, 1); break;
+        case 1: u[p] = static_cast<char16_t>(u'a' + alea() % 26); break;
+        default:
+          if (p + 1 < u.size()) std::swap(u[p], u[p + 1]);
+      }
+      c->fautes.emplace_back(u.data(), static_cast<uint64_t>(u.size()));
+    }
+    sdd::CompilateurAutomateAcycliqueMin compilateur(c->liste);
+    compilateur.FormeCompactay(c->lexique);
+    c->automate = std::make_unique<AutomateAcycliqueMin>(&c->lexique);
+    for (uint32_t n = 0; n < c->automate->NombreDeFormes(); ++n) c->numeros.push_back(n);
+    std::shuffle(c->numeros.begin(), c->numeros.end(), alea);
+
+    marisa::Keyset cles;
+    for (const auto& m : c->tries) cles.push_back(m.data(), m.size());
+    c->marisa.build(cles);
+    dawgdic::DawgBuilder constructeur;
+    for (const auto& m : c->tries) constructeur.Insert(m.data(), m.size(), 0);
+    dawgdic::Dawg dawg;
+    constructeur.Finish(&dawg);
+    dawgdic::DictionaryBuilder::Build(dawg, &c->dawgdic);
+    dawgdic::GuideBuilder::Build(dawg, c->dawgdic, &c->guide);
+    std::ostringstream sortie;
+    c->dawgdic.Write(&sortie);
+    c->guide.Write(&sortie);
+    c->dawgdicOctets = sortie.str();
+    return c;
+  }();
+  return *corpus;
+}
+
+// ---- compilation (and the stored form written), from the file's words
+
+void BM_Compilation_Nous(benchmark::State& state) {
+  const Corpus& c = Donnees();
+  for (auto _ : state) {
+    sdd::CompilateurAutomateAcycliqueMin compilateur(c.liste);
+    sdd::TamponMemoire t;
+    compilateur.FormeCompactay(t);
+    benchmark::DoNotOptimize(t.Taille());
+    state.counters["octets"] = static_cast<double>(t.Taille());
+  }
+  state.SetItemsProcessed(state.iterations() * c.liste.Taille());
+}
+BENCHMARK(BM_Compilation_Nous)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+void BM_Compilation_Marisa(benchmark::State& state) {
+  const Corpus& c = Donnees();
+  for (auto _ : state) {
+    marisa::Keyset cles;
+    for (const auto& m : c.tries) cles.push_back(m.data(), m.size());
+    marisa::Trie trie;
+    trie.build(cles);
+    std::ostringstream sortie;
+    marisa::write(sortie, trie);
+    state.counters["octets"] = static_cast<double>(sortie.str().size());
+  }
+  state.SetItemsProcessed(state.iterations() * c.tries.size());
+}
+BENCHMARK(BM_Compilation_Marisa)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+void BM_Compilation_Dawgdic(benchmark::State& state) {
+  const Corpus& c = Donnees();
+  for (auto _ : state) {
+    dawgdic::DawgBuilder constructeur;
+    for (const auto& m : c.tries) constructeur.Insert(m.data(), m.size(), 0);
+    dawgdic::Dawg dawg;
+    constructeur.Finish(&dawg);
+    dawgdic::Dictionary dictionnaire;
+    dawgdic::DictionaryBuilder::Build(dawg, &dictionnaire);
+    dawgdic::Guide guide;
+    dawgdic::GuideBuilder::Build(dawg, dictionnaire, &guide);
+    std::ostringstream sortie;
+    dictionnaire.Write(&sortie);
+    guide.Write(&sortie);
+    state.counters["octets"] = static_cast<double>(sortie.str().size());
+  }
+  state.SetItemsProcessed(state.iterations() * c.tries.size());
+}
+BENCHMARK(BM_Compilation_Dawgdic)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+// ---- exact lookups, shuffled
+
+void BM_Present_Nous(benchmark::State& state) {
+  const Corpus& c = Donnees();
+  size_t i = 0;
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(c.automate->NoPourMot(c.requetes[i]));
+    if (++i == c.requetes.size()) i = 0;
+  }
+  state.SetItemsProcessed(state.iterations());
+}
+BENCHMARK(BM_Present_Nous);
+
+void BM_Present_Marisa(benchmark::State& state) {
+  const Corpus& c = Donnees();
+  marisa::Agent agent;
+  size_t i = 0;
+  for (auto _ : state) {
+    agent.set_query(c.melanges[i].data(), c.melanges[i].size());
+    benchmark::DoNotOptimize(c.marisa.lookup(agent));
+    if (++i == c.melanges.size()) i = 0;
+  }
+  state.SetItemsProcessed(state.iterations());
+}
+BENCHMARK(BM_Present_Marisa);
+
+void BM_Present_Dawgdic(benchmark::State& state) {
+  const Corpus& c = Donnees();
+  size_t i = 0;
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(c.dawgdic.Contains(c.melanges[i].data(), c.melanges[i].size()));
+    if (++i == c.melanges.size()) i = 0;
+  }
+  state.SetItemsProcessed(state.iterations());
+}
+BENCHMARK(BM_Present_Dawgdic);
+
+void BM_Absent_Nous(benchmark::State& state) {
+  const Corpus& c = Donnees();
+  size_t i = 0;
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(c.automate->NoPourMot(c.requetesAbsentes[i]));
+    if (++i == c.requetesAbsentes.size()) i = 0;
+  }
+  state.SetItemsProcessed(state.iterations());
+}
+BENCHMARK(BM_Absent_Nous);
+
+void BM_Absent_Marisa(benchmark::State& state) {
+  const Corpus& c = Donnees();
+  marisa::Agent agent;
+  size_t i = 0;
+  for (auto _ : state) {
+    agent.set_query(c.absents[i].data(), c.absents[i].size());
+    benchmark::DoNotOptimize(c.marisa.lookup(agent));
+    if (++i == c.absents.size()) i = 0;
+  }
+  state.SetItemsProcessed(state.iterations());
+}
+BENCHMARK(BM_Absent_Marisa);
+
+void BM_Absent_Dawgdic(benchmark::State& state) {
+  const Corpus& c = Donnees();
+  size_t i = 0;
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(c.dawgdic.Contains(c.absents[i].data(), c.absents[i].size()));
+    if (++i == c.absents.size()) i = 0;
+  }
+  state.SetItemsProcessed(state.iterations());
+}
+BENCHMARK(BM_Absent_Dawgdic);
+
+// ---- insensitive lookups: every word as stored, all differences tolerated
+
+void BM_Insensible_Nous(benchmark::State& state) {
+  const Corpus& c = Donnees();
+  size_t i = 0;
+  sdd::ListeC<AutomateAcycliqueMin::_Forme> formes;
+  for (auto _ : state) {
+    formes.Vide();
+    c.automate->FormesPour(c.requetes[i], formes);
+    benchmark::DoNotOptimize(formes.Taille());
+    if (++i == c.requetes.size()) i = 0;
+  }
+  state.SetItemsProcessed(state.iterations());
+}
+BENCHMARK(BM_Insensible_Nous);
+
+// ---- number to word, shuffled
+
+void BM_NumeroVersMot_Nous(benchmark::State& state) {
+  const Corpus& c = Donnees();
+  size_t i = 0;
+  AutomateAcycliqueMin::_Forme f;
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(c.automate->FormePourNo(c.numeros[i], f));
+    if (++i == c.numeros.size()) i = 0;
+  }
+  state.SetItemsProcessed(state.iterations());
+}
+BENCHMARK(BM_NumeroVersMot_Nous);
+
+void BM_NumeroVersMot_Marisa(benchmark::State& state) {
+  const Corpus& c = Donnees();
+  marisa::Agent agent;
+  size_t i = 0;
+  for (auto _ : state) {
+    agent.set_query(static_cast<size_t>(c.numeros[i]));
+    c.marisa.reverse_lookup(agent);
+    benchmark::DoNotOptimize(agent.key().length());
+    if (++i == c.numeros.size()) i = 0;
+  }
+  state.SetItemsProcessed(state.iterations());
+}
+BENCHMARK(BM_NumeroVersMot_Marisa);
+
+// Word to number: our NoPourMot is the exact lookup above; marisa's lookup also gives the id.
+
+// ---- prefix listing: every word under "anti", "re" and "é"
+
+const char* const kPrefixes[] = {"anti", "re", "é"};
+
+void BM_Prefixes_Nous(benchmark::State& state) {
+  Corpus& c = const_cast<Corpus&>(Donnees());
+  uint64_t n = 0;
+  const AutomateAcycliqueMin::_OptionRecherche exact(AutomateAcycliqueMin::_OptionRecherche::kExactSeulement);
+  for (auto _ : state) {
+    for (const char* p : kPrefixes) {
+      sdd::ListeC<AutomateAcycliqueMin::_Forme> formes;
+      c.automate->FormesCommencant(ChaineN(p), formes, exact);
+      n += formes.Taille();
+    }
+  }
+  state.SetItemsProcessed(static_cast<int64_t>(n));
+}
+BENCHMARK(BM_Prefixes_Nous)->Unit(benchmark::kMillisecond);
+
+void BM_Prefixes_Marisa(benchmark::State& state) {
+  const Corpus& c = Donnees();
+  marisa::Agent agent;
+  uint64_t n = 0;
+  for (auto _ : state) {
+    for (const char* p : kPrefixes) {
+      agent.set_query(p);
+      while (c.marisa.predictive_search(agent)) {
+        benchmark::DoNotOptimize(std::string(agent.key().ptr(), agent.key().length()));
+        ++n;
+      }
+    }
+  }
+  state.SetItemsProcessed(static_cast<int64_t>(n));
+}
+BENCHMARK(BM_Prefixes_Marisa)->Unit(benchmark::kMillisecond);
+
+void BM_Prefixes_Dawgdic(benchmark::State& state) {
+  const Corpus& c = Donnees();
+  uint64_t n = 0;
+  for (auto _ : state) {
+    for (const char* p : kPrefixes) {
+      dawgdic::BaseType index = c.dawgdic.root();
+      if (!c.dawgdic.Follow(p, &index)) continue;
+      dawgdic::Completer completer(c.dawgdic, c.guide);
+      completer.Start(index, p);
+      while (completer.Next()) {
+        benchmark::DoNotOptimize(std::string(completer.key(), completer.length()));
+        ++n;
+      }
+    }
+  }
+  state.SetItemsProcessed(static_cast<int64_t>(n));
+}
+BENCHMARK(BM_Prefixes_Dawgdic)->Unit(benchmark::kMillisecond);
+
+// ---- corrections within two ordinary mistakes, ten best
+
+void BM_Corrections_Nous(benchmark::State& state) {
+  Corpus& c = const_cast<Corpus&>(Donnees());
+  size_t i = 0;
+  for (auto _ : state) {
+    sdd::ListeC<AutomateAcycliqueMin::_FormeProbabiliste> formes;
+    c.automate->FormesProbabilistes(c.fautes[i], {}, 10, 20, nullptr, formes);
+    benchmark::DoNotOptimize(formes.Taille());
+    if (++i == c.fautes.size()) i = 0;
+  }
+  state.SetItemsProcessed(state.iterations());
+}
+BENCHMARK(BM_Corrections_Nous)->Unit(benchmark::kMicrosecond);
+
+void BM_Taille(benchmark::State& state) {
+  const Corpus& c = Donnees();
+  for (auto _ : state) benchmark::DoNotOptimize(c.lexique.Taille());
+  state.counters["nous"] = static_cast<double>(c.lexique.Taille());
+  state.counters["marisa"] = static_cast<double>(c.marisa.io_size());
+  state.counters["dawgdic"] = static_cast<double>(c.dawgdicOctets.size());
+}
+BENCHMARK(BM_Taille)->Iterations(1);
+
+}  // namespace
+
+BENCHMARK_MAIN();
