@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdio>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <outils_socle/fils/DFil.h>
@@ -268,6 +269,8 @@ void CompilateurAutomateAcycliqueMin::Trie() {
   // touching the strings.
   struct Cle {
     uint64_t prefixe;
+    const char16_t* unites;
+    uint64_t longueur;
     const ChaineN* mot;
   };
   const uint64_t n = mots_.Taille();
@@ -278,10 +281,12 @@ void CompilateurAutomateAcycliqueMin::Trie() {
     const uint64_t l = donnees[i].Longueur();
     uint64_t p = 0;
     for (uint64_t k = 0; k < 4; ++k) p = p << 16 | (k < l ? u[k] : 0);
-    cles[i] = {p, &donnees[i]};
+    cles[i] = {p, u, l, &donnees[i]};
   }
+  // ChaineN's order is the units' order, compared here inline on the lent units.
   auto avant = [](const Cle& a, const Cle& b) {
-    return a.prefixe != b.prefixe ? a.prefixe < b.prefixe : *a.mot < *b.mot;
+    if (a.prefixe != b.prefixe) return a.prefixe < b.prefixe;
+    return std::u16string_view(a.unites, a.longueur) < std::u16string_view(b.unites, b.longueur);
   };
 
   const uint64_t nbBlocs = std::clamp<uint64_t>(DFil::NbProcesseurs(), 1, std::max<uint64_t>(1, n / 1024));
