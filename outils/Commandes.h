@@ -14,6 +14,8 @@ namespace outils {
 int Convertis(const std::vector<std::string>& arguments);
 int Demo(const std::vector<std::string>& arguments);
 int Lexique(const std::vector<std::string>& arguments);
+// The lexicon part of the demonstration, on the same word list.
+int DemoLexique(const std::string& liste);
 
 // The encoding a user's name designates, case-insensitively ("UTF-8", "latin9", "CP1252"...).
 std::optional<sdd::ChaineN::Codage> CodageDepuisNom(const std::string& nom);

@@ -268,6 +268,87 @@ int Dot(const Arguments& a) {
 
 }  // namespace
 
+int DemoLexique(const std::string& liste) {
+  sdd::ListeT<sdd::ChaineN> mots;
+  if (!LisListe(liste, mots)) return 1;
+  std::printf("\nLexique : compilation de %llu mots en automate minimal\n",
+              static_cast<unsigned long long>(mots.Taille()));
+  auto t0 = Horloge::now();
+  sdd::CompilateurAutomateAcycliqueMin compilateur(mots);
+  const std::string chemin = "/tmp/outils-socle-demo-" + std::to_string(getpid()) + ".aut";
+  {
+    sdd::FichierAvecTampon sortie(chemin.c_str(), sdd::Fichier::eEcriture);
+    compilateur.FormeCompactay(sortie);
+  }
+  const double compilation = MsDepuis(t0);
+  sdd::AutomateAcycliqueMin automate{UniChemin(chemin.c_str())};
+  std::remove(chemin.c_str());  // the mapping keeps the bytes
+  std::printf("  compilé et écrit en %.0f ms : %llu octets, %llu états, %llu transitions, %u formes\n",
+              compilation, static_cast<unsigned long long>(automate.DonneTailleTotal()),
+              static_cast<unsigned long long>(compilateur.NbEtats()),
+              static_cast<unsigned long long>(compilateur.NbTransitions()), automate.NombreDeFormes());
+
+  // Every word looked up, then turned into its number and back.
+  const sdd::ListeT<sdd::ChaineN>& formes = compilateur.Mots();
+  t0 = Horloge::now();
+  uint64_t trouves = 0;
+  for (const auto& m : formes) trouves += automate.NoPourMot(m) >= 0;
+  const double exact = MsDepuis(t0) * 1e6 / static_cast<double>(formes.Taille());
+  t0 = Horloge::now();
+  sdd::AutomateAcycliqueMin::_Forme f;
+  uint64_t rendus = 0;
+  for (uint32_t n = 0; n < automate.NombreDeFormes(); ++n) rendus += automate.FormePourNo(n, f);
+  const double parNumero = MsDepuis(t0) * 1e6 / automate.NombreDeFormes();
+  t0 = Horloge::now();
+  sdd::ListeC<sdd::AutomateAcycliqueMin::_Forme> resultats;
+  for (const auto& m : formes) {
+    resultats.Vide();
+    automate.FormesPour(m, resultats);
+  }
+  const double insensible = MsDepuis(t0) * 1e6 / static_cast<double>(formes.Taille());
+  std::printf("  mot → numéro : %llu/%llu trouvés, %.0f ns par mot\n",
+              static_cast<unsigned long long>(trouves), static_cast<unsigned long long>(formes.Taille()),
+              exact);
+  std::printf("  numéro → mot : %llu formes rendues, %.0f ns par numéro\n",
+              static_cast<unsigned long long>(rendus), parNumero);
+  std::printf("  recherche insensible (accents, casse, ligatures) : %.0f ns par mot\n", insensible);
+
+  auto montre = [](const char* titre, const std::string& requete, double ms, const auto& liste, size_t max) {
+    std::printf("  %s « %s » : %llu en %.3f ms :", titre, requete.c_str(),
+                static_cast<unsigned long long>(liste.Taille()), ms);
+    size_t i = 0;
+    for (const auto& x : liste) {
+      if (i++ == max) {
+        std::printf(" …");
+        break;
+      }
+      std::printf(" %s", U8(x.forme).c_str());
+    }
+    std::printf("\n");
+  };
+  for (const char* mot : {"ETE", "coeur", "Noel"}) {
+    resultats.Vide();
+    t0 = Horloge::now();
+    automate.FormesPour(sdd::ChaineN(mot), resultats);
+    montre("insensible", mot, MsDepuis(t0), resultats, 6);
+  }
+  resultats.Vide();
+  t0 = Horloge::now();
+  automate.FormesCommencant(sdd::ChaineN("anticonst"), resultats);
+  montre("préfixe", "anticonst", MsDepuis(t0), resultats, 6);
+  resultats.Vide();
+  t0 = Horloge::now();
+  automate.FormesPourJoker(sdd::ChaineN("*ph?nt*"), resultats);
+  montre("joker", "*ph?nt*", MsDepuis(t0), resultats, 6);
+  for (const char* mot : {"apeler", "chevaus", "bibliotheque", "conaissance"}) {
+    sdd::ListeC<sdd::AutomateAcycliqueMin::_FormeProbabiliste> corrections;
+    t0 = Horloge::now();
+    automate.FormesProbabilistes(sdd::ChaineN(mot), {}, 5, 0, nullptr, corrections);
+    montre("corrections", mot, MsDepuis(t0), corrections, 5);
+  }
+  return trouves == formes.Taille() && rendus == formes.Taille() ? 0 : 1;
+}
+
 int Lexique(const std::vector<std::string>& arguments) {
   if (arguments.empty() || arguments[0] == "--help" || arguments[0] == "-h") {
     std::fputs(kAideLexique, arguments.empty() ? stderr : stdout);
