@@ -34,7 +34,8 @@ MemoireInsuffisante::MemoireInsuffisante(const UniChaine& detail)
 MemoireInsuffisante::~MemoireInsuffisante() = default;
 
 OperationInvalide::OperationInvalide() : Exception("L'opération est invalide", UniChaine()) {}
-OperationInvalide::OperationInvalide(const UniChaine& detail) : Exception("L'opération est invalide", detail) {}
+OperationInvalide::OperationInvalide(const UniChaine& detail)
+    : Exception("L'opération est invalide", detail) {}
 OperationInvalide::~OperationInvalide() = default;
 
 OuvertureEchouee::OuvertureEchouee(const UniChaine& detail) : Exception("Ouverture échouée", detail) {}
