@@ -178,13 +178,17 @@ void AutomateAcycliqueMin::AjoutPositionDansListe(EnsembleTriay<_Position>& posi
 
 bool AutomateAcycliqueMin::FormePourNo(uint32_t numero, _Forme& forme) const {
   if (numero >= nbFormes_) return false;
-  std::u16string chemin;
+  // One path buffer per thread, and the caller's string refilled in place: no allocation once
+  // both have grown to the longest form.
+  thread_local std::u16string chemin;
   const bool trouve = largeurAdresse_ == 3 ? LecteurAutomate<3>(*this).FormePourNo(numero, chemin)
                                            : LecteurAutomate<4>(*this).FormePourNo(numero, chemin);
   if (!trouve) return false;
-  forme = _Forme{};
-  forme.forme = ChaineN(chemin.data(), static_cast<uint64_t>(chemin.size()));
+  forme.forme.Mets(chemin.data(), static_cast<uint64_t>(chemin.size()));
   forme.numero = numero;
+  forme.rang1 = forme.rang2 = 0;
+  forme.detail = 0;
+  forme.valeur = 0;
   return true;
 }
 

@@ -5,6 +5,11 @@
 
 #include <cstdint>
 #include <cstring>
+#include <string>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 #include <outils_socle/automates/AutomateAcycliqueMin.h>
 #include <outils_socle/texte/Exception.h>
@@ -67,7 +72,23 @@ class LecteurAutomate {
   // order of the forms they lead to, so for words drawn at random the scan stops early.
   static const uint8_t* Trouve(const Etat& e, char16_t c) {
     const uint8_t* t = e.transitions;
-    for (uint32_t i = 0; i < e.nb; ++i, t += kOctetsTransition) {
+    uint32_t i = 0;
+#if defined(__SSE2__)
+    if constexpr (A == 3) {
+      // Four 8-byte records per step: compare every 16-bit lane, keep the character lanes
+      // (bytes 0–1 and 8–9 of each 16-byte half). The loads stay inside the state's records.
+      const __m128i voulu = _mm_set1_epi16(static_cast<short>(c));
+      for (; i + 4 <= e.nb; i += 4, t += 32) {
+        const __m128i x = _mm_loadu_si128(reinterpret_cast<const __m128i*>(t));
+        const __m128i y = _mm_loadu_si128(reinterpret_cast<const __m128i*>(t + 16));
+        const unsigned bas = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi16(x, voulu))) & 0x0303u;
+        const unsigned haut = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi16(y, voulu))) & 0x0303u;
+        const unsigned tous = bas | haut << 16;
+        if (tous != 0) return t + (__builtin_ctz(tous) / 8) * kOctetsTransition;
+      }
+    }
+#endif
+    for (; i < e.nb; ++i, t += kOctetsTransition) {
       if (Car(t) == c) return t;
     }
     return nullptr;

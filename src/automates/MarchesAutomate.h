@@ -3,6 +3,7 @@
 // The searches of AutomateAcycliqueMin, over LecteurAutomate<A>.
 
 #include <algorithm>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -20,7 +21,20 @@ namespace sdd {
 
 namespace detail {
 
-inline char16_t Pli(char16_t c) { return UniCaractere::NormaliseVarianteMinusculiseSansAccent(c); }
+// The folded form of every unit (variant, lower case, no accent), as a dense 128 KiB table built
+// on first use: the insensitive walks fold every transition they pass.
+inline const char16_t* TablePlis() {
+  static const std::unique_ptr<char16_t[]> table = [] {
+    auto t = std::make_unique<char16_t[]>(65536);
+    for (uint32_t c = 0; c < 65536; ++c) {
+      t[c] = UniCaractere::NormaliseVarianteMinusculiseSansAccent(static_cast<char16_t>(c));
+    }
+    return t;
+  }();
+  return table.get();
+}
+
+inline char16_t Pli(char16_t c) { return TablePlis()[c]; }
 
 inline bool EstLigatureFrancaise(char16_t c) { return c == u'œ' || c == u'Œ' || c == u'æ' || c == u'Æ'; }
 
