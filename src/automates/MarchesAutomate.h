@@ -306,7 +306,10 @@ class MarchesAutomate {
 
     // Widen the bound in steps; each step's answer is complete for its bound, so when the
     // limit or the clock stops us, the last complete step gives the head of the full answer.
-    const uint32_t paliers[] = {coutMax / 4, coutMax / 2, coutMax};
+    // Without a clock there is nothing to interrupt: one pass at the full bound, sorted and cut
+    // to the limit, is the same head.
+    const bool chrono = options.drapeaux & _OptionRecherche::kTempsLimite;
+    const uint32_t paliers[] = {chrono ? coutMax / 4 : coutMax, chrono ? coutMax / 2 : coutMax, coutMax};
     std::vector<Candidat> retenus;
     bool complet = true;
     for (size_t n = 0; n < std::size(paliers); ++n) {

@@ -196,8 +196,14 @@ TEST(Automate, SousEnsemblesAleatoiresContreLesOracles) {
       }
       std::sort(attendu.begin(), attendu.end());
       for (uint32_t limite : {0u, 1u, 3u}) {
-        sdd::ListeC<AutomateAcycliqueMin::_FormeProbabiliste> trouvees;
+        sdd::ListeC<AutomateAcycliqueMin::_FormeProbabiliste> trouvees, parPaliers;
         a.FormesProbabilistes(C(q), {}, limite, 20, nullptr, trouvees);
+        // The clock-bounded search (widening its bound in steps) gives the same head.
+        a.FormesProbabilistes(C(q), {AutomateAcycliqueMin::_OptionRecherche::kTempsLimite}, limite, 20,
+                              nullptr, parPaliers);
+        ASSERT_EQ(parPaliers.Taille(), trouvees.Taille());
+        for (size_t i = 0; i < trouvees.Taille(); ++i)
+          EXPECT_TRUE(parPaliers[i].forme.Egal(trouvees[i].forme));
         const size_t n = limite == 0 ? attendu.size() : std::min<size_t>(limite, attendu.size());
         ASSERT_EQ(trouvees.Taille(), n);
         for (size_t i = 0; i < n; ++i) {

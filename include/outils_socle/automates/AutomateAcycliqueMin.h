@@ -167,9 +167,9 @@ class OUTILS_SOCLE_EXPORT AutomateAcycliqueMin {
                        uint32_t limite = 0, DelegueInterruptionAutomateAcycliqueMin* delegue = nullptr) const;
   // Corrections: the forms within `coutMax` of the word under the model (0: the model's own
   // bound; a null model: the French default), by ascending cost then number, at most `limite`
-  // (0: all). The search widens its cost bound in steps; when the limit is reached or, with
-  // option 0x20, the time is up, it returns the forms of the last fully searched bound, which
-  // are always the head of the complete ranked answer. False when it stopped early.
+  // (0: all). With option 0x20 the search widens its cost bound in steps and, when the time is
+  // up, returns the forms of the last fully searched bound: always the head of the complete
+  // ranked answer, as the limit also gives. False when the limit or the clock cut the answer.
   bool FormesProbabilistes(const ChaineN& mot, const _OptionRecherche& options, uint32_t limite,
                            uint32_t coutMax, const ProbabiliteTransformation* modele,
                            ListeC<_FormeProbabiliste>& formes);
