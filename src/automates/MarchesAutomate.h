@@ -351,9 +351,11 @@ class MarchesAutomate {
           prefixe(enPrefixe),
           mot(&original),
           recuperation(rec),
-          positions(ens) {
+          positions(ens),
+          table(detail::TablePlis()) {
       plis.reserve(m);
-      for (uint32_t i = 0; i < m; ++i) plis.push_back(detail::Pli(q[i]));
+      for (uint32_t i = 0; i < m; ++i) plis.push_back(table[q[i]]);
+      chemin.reserve(m + 8);
     }
     const char16_t* q;
     uint32_t m;
@@ -364,6 +366,7 @@ class MarchesAutomate {
     const ChaineN* mot;
     RecuperationForme recuperation;  // null in prefix mode: the completed forms are judged
     EnsembleTriay<_Position>& positions;
+    const char16_t* table;  // the fold of every unit
     std::u16string chemin;
   };
 
@@ -387,7 +390,7 @@ class MarchesAutomate {
         continue;
       }
       if (m.exact) continue;
-      if (detail::Pli(c) == pq) {
+      if (m.table[c] == pq) {
         const uint16_t bits = detail::Difference(c, q);
         if ((bits & ~m.masque) == 0) {
           Pas(m, e, t, c, i + 1, numero,
