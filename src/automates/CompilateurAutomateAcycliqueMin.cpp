@@ -240,17 +240,13 @@ CompilateurAutomateAcycliqueMin::CompilateurAutomateAcycliqueMin(const ListeT<Ch
                                                                  uint32_t options, uint64_t taillePartie,
                                                                  Progression* progression)
     : mots_(mots), options_(options), taillePartie_(taillePartie), progression_(progression) {
-  if (!mots_.EstVide()) Trie();
+  Trie();
   EnleveDoublonDict();
   if (mots_.Taille() > kNbFormesMax) {
     throw exceptions::OperationInvalide("Lexique de plus de 16 777 215 formes");
   }
-  for (const ChaineN& mot : mots_) {
-    if (std::find(mot.begin(), mot.end(), u'\0') != mot.end()) {
-      throw exceptions::OperationInvalide("Mot contenant le caractère 0 : « " + UniChaine(mot) + " »");
-    }
-  }
   EffectueInsertionMots();
+  contigus_.reset();  // only the construction reads the copy
 }
 
 CompilateurAutomateAcycliqueMin::CompilateurAutomateAcycliqueMin(const CompilateurAutomateAcycliqueMin&) =
@@ -264,42 +260,66 @@ CompilateurAutomateAcycliqueMin& CompilateurAutomateAcycliqueMin::operator=(
 CompilateurAutomateAcycliqueMin::~CompilateurAutomateAcycliqueMin() = default;
 
 void CompilateurAutomateAcycliqueMin::Trie() {
-  // Sort keys rather than strings: the first four units, packed so that integer order is unit
-  // order (a shorter word pads with 0, the smallest unit), settle most comparisons without
-  // touching the strings.
+  // The words' buffers lie wherever they were allocated; every later pass would chase them in
+  // sorted, that is random, order. So read each word once, in list order and in parallel, into
+  // contiguous storage with a sort key (the first four units packed so that integer order is unit
+  // order; a shorter word pads with 0, the smallest unit), and work from there. ChaineN's order
+  // is the units' order, which is what the views compare.
   struct Cle {
-    uint64_t prefixe;
+    uint64_t prefixe[2];  // units 0–3 and 4–7
     const char16_t* unites;
-    uint64_t longueur;
-    const ChaineN* mot;
+    uint32_t longueur;
+    uint32_t indice;
+    std::u16string_view Vue() const { return {unites, longueur}; }
   };
   const uint64_t n = mots_.Taille();
-  std::vector<Cle> cles(n);
-  const ChaineN* donnees = mots_.Donnees();
-  for (uint64_t i = 0; i < n; ++i) {
-    const char16_t* u = donnees[i].DonneUnites();
-    const uint64_t l = donnees[i].Longueur();
-    uint64_t p = 0;
-    for (uint64_t k = 0; k < 4; ++k) p = p << 16 | (k < l ? u[k] : 0);
-    cles[i] = {p, u, l, &donnees[i]};
-  }
-  // ChaineN's order is the units' order, compared here inline on the lent units.
-  auto avant = [](const Cle& a, const Cle& b) {
-    if (a.prefixe != b.prefixe) return a.prefixe < b.prefixe;
-    return std::u16string_view(a.unites, a.longueur) < std::u16string_view(b.unites, b.longueur);
-  };
-
+  contigus_ = std::make_shared<detail::MotsContigus>();
+  if (n == 0) return;
   const uint64_t nbBlocs = std::clamp<uint64_t>(DFil::NbProcesseurs(), 1, std::max<uint64_t>(1, n / 1024));
   std::vector<uint64_t> bornes;
   for (uint64_t b = 0; b <= nbBlocs; ++b) bornes.push_back(n * b / nbBlocs);
+  const std::unique_ptr<Cle[]> tableauCles = std::make_unique_for_overwrite<Cle[]>(n);
+  Cle* const cles = tableauCles.get();
+  contigus_->blocs.resize(nbBlocs);
+  std::vector<uint64_t> avecZero(nbBlocs, UINT64_MAX);
+  ChaineN* donnees = mots_.Donnees();
+  auto avant = [](const Cle& x, const Cle& y) {
+    if (x.prefixe[0] != y.prefixe[0]) return x.prefixe[0] < y.prefixe[0];
+    if (x.prefixe[1] != y.prefixe[1]) return x.prefixe[1] < y.prefixe[1];
+    return x.longueur > 8 && y.longueur > 8 ? x.Vue().substr(8) < y.Vue().substr(8) : x.longueur < y.longueur;
+  };
   {
     GroupeOperations groupe;
     for (uint64_t b = 0; b < nbBlocs; ++b) {
       groupe.AjouteOperationBloc(FileOperations::GlobalePrioriteHaute(), [&, b] {
-        std::sort(cles.begin() + bornes[b], cles.begin() + bornes[b + 1], avant);
+        std::u16string& bloc = contigus_->blocs[b];
+        uint64_t total = 0;
+        for (uint64_t i = bornes[b]; i < bornes[b + 1]; ++i) total += donnees[i].Longueur();
+        bloc.reserve(total);
+        for (uint64_t i = bornes[b]; i < bornes[b + 1]; ++i) {
+          const char16_t* u = donnees[i].DonneUnites();
+          const uint64_t l = donnees[i].Longueur();
+          uint64_t p0 = 0, p1 = 0;
+          for (uint64_t k = 0; k < 4; ++k) p0 = p0 << 16 | (k < l ? u[k] : 0);
+          for (uint64_t k = 4; k < 8; ++k) p1 = p1 << 16 | (k < l ? u[k] : 0);
+          const size_t debut = bloc.size();
+          bloc.append(u, l);
+          if (bloc.find(u'\0', debut) != std::u16string::npos && avecZero[b] == UINT64_MAX) avecZero[b] = i;
+          cles[i].prefixe[0] = p0;
+          cles[i].prefixe[1] = p1;
+          cles[i].unites = bloc.data() + debut;
+          cles[i].longueur = static_cast<uint32_t>(l);
+          cles[i].indice = static_cast<uint32_t>(i);
+        }
+        std::sort(cles + bornes[b], cles + bornes[b + 1], avant);
       });
     }
     groupe.AttendreLaFinDesOperations();
+  }
+  for (uint64_t i : avecZero) {
+    if (i != UINT64_MAX) {
+      throw exceptions::OperationInvalide("Mot contenant le caractère 0 : « " + UniChaine(mots_[i]) + " »");
+    }
   }
   // Merge neighbouring runs two by two, each round's merges in parallel.
   for (uint64_t pas = 1; pas < nbBlocs; pas *= 2) {
@@ -308,13 +328,24 @@ void CompilateurAutomateAcycliqueMin::Trie() {
       const uint64_t debut = bornes[b], milieu = bornes[b + pas],
                      fin = bornes[std::min(b + 2 * pas, nbBlocs)];
       groupe.AjouteOperationBloc(FileOperations::GlobalePrioriteHaute(), [&, debut, milieu, fin] {
-        std::inplace_merge(cles.begin() + debut, cles.begin() + milieu, cles.begin() + fin, avant);
+        std::inplace_merge(cles + debut, cles + milieu, cles + fin, avant);
       });
     }
     groupe.AttendreLaFinDesOperations();
   }
+  // Moving the handles never touches the buffers; each half of the pool moves half of them.
   ListeT<ChaineN> tries(n);
-  for (const Cle& c : cles) tries.Ajoute(*c.mot);
+  for (uint64_t i = 0; i < n; ++i) tries.AjouteVide();
+  contigus_->vues.reserve(n);
+  contigus_->vues.resize(n);
+  ChaineN* source = mots_.Donnees();
+  ChaineN* destination = tries.Donnees();
+  FileOperations::GlobalePrioriteHaute()->LanceBlocOperationNFois(nbBlocs, [&](unsigned long long b) {
+    for (uint64_t i = bornes[b]; i < bornes[b + 1]; ++i) {
+      destination[i] = std::move(source[cles[i].indice]);
+      contigus_->vues[i] = cles[i].Vue();
+    }
+  });
   mots_ = std::move(tries);
 }
 
@@ -322,15 +353,25 @@ void CompilateurAutomateAcycliqueMin::EnleveDoublonDict() {
   const uint64_t n = mots_.Taille();
   if (n < 2) return;
   ChaineN* mots = mots_.Donnees();
+  // The contiguous views, when the sort made them, give the same answer as ChaineN::Egal
+  // without a trip to each word's buffer.
+  std::vector<std::u16string_view>* vues =
+      contigus_ != nullptr && contigus_->vues.size() == n ? &contigus_->vues : nullptr;
   uint64_t enleves = 0;
   for (uint64_t i = 1; i < n; ++i) {
-    if (mots[i].Egal(mots[i - 1 - enleves])) {
+    const bool double_ =
+        vues != nullptr ? (*vues)[i] == (*vues)[i - 1 - enleves] : mots[i].Egal(mots[i - 1 - enleves]);
+    if (double_) {
       ++enleves;
     } else if (enleves != 0) {
       mots[i - enleves] = std::move(mots[i]);
+      if (vues != nullptr) (*vues)[i - enleves] = (*vues)[i];
     }
   }
-  while (enleves-- > 0) mots_.EnleveDernier();
+  while (enleves-- > 0) {
+    mots_.EnleveDernier();
+    if (vues != nullptr) vues->pop_back();
+  }
 }
 
 void CompilateurAutomateAcycliqueMin::EffectueInsertionMots() {

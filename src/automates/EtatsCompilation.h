@@ -9,6 +9,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace sdd::detail {
@@ -104,6 +105,12 @@ class Registre {
   }
   std::vector<EtatC*> cases_;
   size_t nb_ = 0;
+};
+
+// The sorted words' units end to end, read once from the words' own buffers.
+struct MotsContigus {
+  std::vector<std::u16string> blocs;
+  std::vector<std::u16string_view> vues;  // in the order of the sorted list
 };
 
 // One automaton: its root, the register of its states and the pools that hold them (a merged

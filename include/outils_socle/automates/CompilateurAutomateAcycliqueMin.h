@@ -22,7 +22,8 @@ class OUTILS_SOCLE_EXPORT Progression {
 
 namespace detail {
 struct LexiqueCompile;
-}
+struct MotsContigus;
+}  // namespace detail
 
 // Compiles a word list into the minimal acyclic automaton that AutomateAcycliqueMin reads.
 //
@@ -100,6 +101,7 @@ class OUTILS_SOCLE_EXPORT CompilateurAutomateAcycliqueMin {
   // One per part while building; after the merge only the first is left.
   ListeT<std::shared_ptr<detail::LexiqueCompile>> automates_;
   double tempsInsertion_ = 0;
+  std::shared_ptr<detail::MotsContigus> contigus_;  // during construction only
 };
 
 }  // namespace sdd
