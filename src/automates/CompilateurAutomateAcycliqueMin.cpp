@@ -392,11 +392,19 @@ void CompilateurAutomateAcycliqueMin::EffectueInsertionMots() {
   uint64_t faits = 0;
   const uint64_t total = nbParties > 1 ? 2 * nbParties - 1 : 1;
   const ChaineN* mots = mots_.Donnees();
+  // The contiguous copy of the sort, when there is one, spares a trip to each word's buffer.
+  const std::vector<std::u16string_view>* vues =
+      contigus_ != nullptr && contigus_->vues.size() == n ? &contigus_->vues : nullptr;
   FileOperations::GlobalePrioriteHaute()->LanceBlocOperationNFois(nbParties, [&](unsigned long long k) {
     detail::Constructeur constructeur(*automates_[k]);
     const uint64_t fin = std::min<uint64_t>(n, (k + 1) * taillePartie_);
-    for (uint64_t i = k * taillePartie_; i < fin; ++i)
-      constructeur.Ajoute(mots[i].DonneUnites(), mots[i].Longueur());
+    for (uint64_t i = k * taillePartie_; i < fin; ++i) {
+      if (vues != nullptr) {
+        constructeur.Ajoute((*vues)[i].data(), (*vues)[i].size());
+      } else {
+        constructeur.Ajoute(mots[i].DonneUnites(), mots[i].Longueur());
+      }
+    }
     constructeur.Termine();
     StVerrouilleDMutex v(&verrou);
     if (progression_ != nullptr) progression_->Avance(++faits, total);
