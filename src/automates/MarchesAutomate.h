@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <queue>
 #include <string>
 #include <utility>
 #include <vector>
@@ -316,7 +317,7 @@ class MarchesAutomate {
       const uint32_t borne = paliers[n];
       if (n > 0 && borne == paliers[n - 1]) continue;
       std::vector<Candidat> trouves;
-      if (!c.Cherche(*this, borne, trouves)) {
+      if (!c.Cherche(*this, borne, limite, trouves)) {
         complet = false;
         break;
       }
@@ -553,8 +554,22 @@ class MarchesAutomate {
     }
 
     // False when the clock stopped it.
-    bool Cherche(const MarchesAutomate& marches, uint32_t borne, std::vector<Candidat>& trouves) {
+    // With a limit, the bound shrinks to the cost of the limit-th best form found so far (kept
+    // inclusive, so that ties are still all found and ranked by number): the answer's head is
+    // unchanged and most of the search space is never entered.
+    bool Cherche(const MarchesAutomate& marches, uint32_t borne, uint32_t limite, std::vector<Candidat>& trouves) {
       const uint32_t largeur = m_ + 1;
+      std::priority_queue<std::pair<uint32_t, uint32_t>> meilleurs;  // (cost, number), worst on top
+      auto retient = [&](uint32_t cout, uint32_t numero) {
+        if (limite == 0) return;
+        if (meilleurs.size() < limite) {
+          meilleurs.emplace(cout, numero);
+        } else if (std::make_pair(cout, numero) < meilleurs.top()) {
+          meilleurs.pop();
+          meilleurs.emplace(cout, numero);
+        }
+        if (meilleurs.size() == limite) borne = std::min(borne, meilleurs.top().first);
+      };
       lignes_.assign(largeur, 0);
       for (uint32_t j = 1; j <= m_; ++j) lignes_[j] = lignes_[j - 1] + suppressions_[j];
       struct Entree {
@@ -576,17 +591,30 @@ class MarchesAutomate {
           chemin[d - 1] = en.car;
           if (lignes_.size() < static_cast<size_t>(d + 1) * largeur)
             lignes_.resize(static_cast<size_t>(d + 1) * largeur);
-          if (CalculeLigne(chemin, d) > borne) continue;
+          uint32_t pont = 0;
+          if (CalculeLigne(chemin, d, pont) > borne && pont > borne) continue;
         }
         const Etat e = marches.l_.LisEtat(en.adresse);
         const uint32_t cout = lignes_[static_cast<size_t>(d) * largeur + m_];
         if (e.final && cout <= borne) {
           trouves.push_back({en.numero, cout, Texte(chemin.substr(0, d))});
           if (trouves.size() > marches.a_.nbFormes_) detail::AutomateCorrompu(en.adresse);
+          retient(cout, en.numero);
         }
+        // The transition on the typed word's next character goes on top: good forms early
+        // tighten the bound sooner.
+        const char16_t attendu = d < m_ ? q_[d] : 0;
         const uint8_t* t = e.transitions;
+        const uint8_t* premier = nullptr;
         for (uint32_t k = 0; k < e.nb; ++k, t += kT) {
+          if (L::Car(t) == attendu) {
+            premier = t;
+            continue;
+          }
           pile.push_back({L::Cible(e, t), en.numero + L::Compte(t), d + 1, L::Car(t)});
+        }
+        if (premier != nullptr) {
+          pile.push_back({L::Cible(e, premier), en.numero + L::Compte(premier), d + 1, L::Car(premier)});
         }
       }
       return true;
@@ -606,7 +634,9 @@ class MarchesAutomate {
     }
 
     // Row d from rows d − 1 and d − 2; returns its smallest cell.
-    uint32_t CalculeLigne(const std::u16string& chemin, uint32_t d) {
+    // `pont`: the least cost at which a swap of this character with the next one could still
+    // arrive one level down (through row d − 1); a branch past the bound by both is hopeless.
+    uint32_t CalculeLigne(const std::u16string& chemin, uint32_t d, uint32_t& pont) {
       const uint32_t largeur = m_ + 1;
       uint32_t* ligne = &lignes_[static_cast<size_t>(d) * largeur];
       const uint32_t* avant = ligne - largeur;
@@ -616,7 +646,11 @@ class MarchesAutomate {
       const uint32_t insertion = modele_.CoutInsertion(c, precedent);
       ligne[0] = avant[0] + insertion;
       uint32_t minimum = ligne[0];
+      pont = UINT32_MAX;
       for (uint32_t j = 1; j <= m_; ++j) {
+        if (j >= 2 && q_[j - 1] == c && q_[j - 2] != c) {
+          pont = std::min(pont, avant[j - 2] + modele_.CoutTransposition(q_[j - 2], q_[j - 1]));
+        }
         uint32_t v = avant[j - 1] + Substitution(j - 1, c);
         v = std::min(v, avant[j] + insertion);
         v = std::min(v, ligne[j - 1] + suppressions_[j]);
