@@ -262,6 +262,22 @@ void BM_Insensible_Nous(benchmark::State& state) {
 }
 BENCHMARK(BM_Insensible_Nous);
 
+// The same call with no difference tolerated: what the walk itself adds is the gap.
+void BM_ExactParFormesPour_Nous(benchmark::State& state) {
+  const Corpus& c = Donnees();
+  size_t i = 0;
+  sdd::ListeC<AutomateAcycliqueMin::_Forme> formes;
+  const AutomateAcycliqueMin::_OptionRecherche exact(AutomateAcycliqueMin::_OptionRecherche::kExactSeulement);
+  for (auto _ : state) {
+    formes.Vide();
+    c.automate->FormesPour(c.requetes[i], formes, exact);
+    benchmark::DoNotOptimize(formes.Taille());
+    if (++i == c.requetes.size()) i = 0;
+  }
+  state.SetItemsProcessed(state.iterations());
+}
+BENCHMARK(BM_ExactParFormesPour_Nous);
+
 // ---- number to word, shuffled
 
 void BM_NumeroVersMot_Nous(benchmark::State& state) {

@@ -175,15 +175,22 @@ class MarchesAutomate {
     EnsembleTriay<_Position> positions;
     Marche m(copie, mot, options, false, recuperation, positions);
     Avance(m, l_.Racine(), 0, 0, 0, 0, 0);
-    for (const _Position& p : Classe(positions)) {
+    auto ajoute = [&](const _Position* p) {
       _Forme& f = formes.Ajoute(_Forme{});
-      f.forme = p.texte;
-      f.numero = p.numero;
-      f.rang1 = p.rang1;
-      f.rang2 = p.rang2;
-      f.detail = p.detail;
-      f.valeur = p.valeur;
+      f.forme = p->texte;
+      f.numero = p->numero;
+      f.rang1 = p->rang1;
+      f.rang2 = p->rang2;
+      f.detail = p->detail;
+      f.valeur = p->valeur;
+    };
+    auto premiere = positions.begin();
+    if (premiere == positions.end()) return;
+    if (std::next(premiere) == positions.end()) {
+      ajoute(&*premiere);  // the usual answer: one form, nothing to rank
+      return;
     }
+    for (const _Position* p : Classe(positions)) ajoute(p);
   }
 
   bool FormesCommencant(const ListeT<ChaineN>& prefixes, ListeC<_Forme>& formes, _OptionRecherche options,
@@ -196,8 +203,8 @@ class MarchesAutomate {
       Avance(m, l_.Racine(), 0, 0, 0, 0, 0);
     }
     uint64_t total = 0;
-    for (const _Position& p : Classe(positions)) {
-      if (!Complete(p, formes, total, options, limite, recuperation)) return false;
+    for (const _Position* p : Classe(positions)) {
+      if (!Complete(*p, formes, total, options, limite, recuperation)) return false;
     }
     return true;
   }
@@ -354,13 +361,11 @@ class MarchesAutomate {
           recuperation(rec),
           positions(ens),
           table(detail::TablePlis()) {
-      plis.reserve(m);
-      for (uint32_t i = 0; i < m; ++i) plis.push_back(table[q[i]]);
-      chemin.reserve(m + 8);
+      for (uint32_t i = 0; i < m; ++i) plis[i] = table[q[i]];
     }
     const char16_t* q;
     uint32_t m;
-    std::u16string plis;
+    char16_t plis[AutomateAcycliqueMin::kLongueurMaxMot];
     uint16_t masque;
     bool exact;
     bool prefixe;
@@ -368,7 +373,14 @@ class MarchesAutomate {
     RecuperationForme recuperation;  // null in prefix mode: the completed forms are judged
     EnsembleTriay<_Position>& positions;
     const char16_t* table;  // the fold of every unit
-    std::u16string chemin;
+    // The path so far: at most two stored characters per typed one (œ typed, "oe" stored) and a
+    // final "!" or "-". On the stack: the walk allocates nothing but its results.
+    struct {
+      char16_t u[2 * AutomateAcycliqueMin::kLongueurMaxMot + 2];
+      uint32_t n = 0;
+      void push_back(char16_t c) { u[n++] = c; }
+      void pop_back() { --n; }
+    } chemin;
   };
 
   // Follows every transition that the typed character at i may stand for. Exact steps cost
@@ -464,6 +476,10 @@ class MarchesAutomate {
   }
 
   static ChaineN Texte(const std::u16string& s) { return ChaineN(s.data(), static_cast<uint64_t>(s.size())); }
+  template <typename Chemin>
+  static ChaineN Texte(const Chemin& c) {
+    return ChaineN(c.u, static_cast<uint64_t>(c.n));
+  }
 
   void Propose(Marche& m, const _Position& p) const {
     if (m.recuperation != nullptr) {
@@ -474,13 +490,16 @@ class MarchesAutomate {
   }
 
   // Best first: rank, then number.
-  static std::vector<_Position> Classe(const EnsembleTriay<_Position>& positions) {
-    std::vector<_Position> v(positions.begin(), positions.end());
-    std::stable_sort(v.begin(), v.end(), [](const _Position& x, const _Position& y) {
-      if (x.rang1 != y.rang1) return x.rang1 < y.rang1;
-      if (x.rang2 != y.rang2) return x.rang2 < y.rang2;
-      return x.numero < y.numero;
-    });
+  static std::vector<const _Position*> Classe(const EnsembleTriay<_Position>& positions) {
+    std::vector<const _Position*> v;
+    for (const _Position& p : positions) v.push_back(&p);
+    if (v.size() > 1) {
+      std::sort(v.begin(), v.end(), [](const _Position* x, const _Position* y) {
+        if (x->rang1 != y->rang1) return x->rang1 < y->rang1;
+        if (x->rang2 != y->rang2) return x->rang2 < y->rang2;
+        return x->numero != y->numero ? x->numero < y->numero : x->etat < y->etat;
+      });
+    }
     return v;
   }
 
