@@ -282,6 +282,7 @@ void CompilateurAutomateAcycliqueMin::Trie() {
   Cle* const cles = tableauCles.get();
   contigus_->blocs.resize(nbBlocs);
   std::vector<uint64_t> avecZero(nbBlocs, UINT64_MAX);
+  std::vector<char> dejaTries(nbBlocs, true);
   ChaineN* donnees = mots_.Donnees();
   auto avant = [](const Cle& x, const Cle& y) {
     if (x.prefixe[0] != y.prefixe[0]) return x.prefixe[0] < y.prefixe[0];
@@ -311,7 +312,11 @@ void CompilateurAutomateAcycliqueMin::Trie() {
           cles[i].longueur = static_cast<uint32_t>(l);
           cles[i].indice = static_cast<uint32_t>(i);
         }
-        std::sort(cles + bornes[b], cles + bornes[b + 1], avant);
+        // Word lists usually come sorted: then there is nothing to move.
+        if (!std::is_sorted(cles + bornes[b], cles + bornes[b + 1], avant)) {
+          dejaTries[b] = false;
+          std::sort(cles + bornes[b], cles + bornes[b + 1], avant);
+        }
       });
     }
     groupe.AttendreLaFinDesOperations();
@@ -320,6 +325,13 @@ void CompilateurAutomateAcycliqueMin::Trie() {
     if (i != UINT64_MAX) {
       throw exceptions::OperationInvalide("Mot contenant le caractère 0 : « " + UniChaine(mots_[i]) + " »");
     }
+  }
+  bool enOrdre = std::all_of(dejaTries.begin(), dejaTries.end(), [](char t) { return t != 0; });
+  for (uint64_t b = 1; enOrdre && b < nbBlocs; ++b) enOrdre = !avant(cles[bornes[b]], cles[bornes[b] - 1]);
+  if (enOrdre) {
+    contigus_->vues.resize(n);
+    for (uint64_t i = 0; i < n; ++i) contigus_->vues[i] = cles[i].Vue();
+    return;
   }
   // Merge neighbouring runs two by two, each round's merges in parallel.
   for (uint64_t pas = 1; pas < nbBlocs; pas *= 2) {

@@ -576,7 +576,8 @@ class MarchesAutomate {
     // With a limit, the bound shrinks to the cost of the limit-th best form found so far (kept
     // inclusive, so that ties are still all found and ranked by number): the answer's head is
     // unchanged and most of the search space is never entered.
-    bool Cherche(const MarchesAutomate& marches, uint32_t borne, uint32_t limite, std::vector<Candidat>& trouves) {
+    bool Cherche(const MarchesAutomate& marches, uint32_t borne, uint32_t limite,
+                 std::vector<Candidat>& trouves) {
       const uint32_t largeur = m_ + 1;
       std::priority_queue<std::pair<uint32_t, uint32_t>> meilleurs;  // (cost, number), worst on top
       auto retient = [&](uint32_t cout, uint32_t numero) {
