@@ -5,6 +5,12 @@ file(MAKE_DIRECTORY ${DOSSIER})
 set(LISTE /usr/share/dict/french)
 find_program(FSTCOMPILE fstcompile REQUIRED)
 
+# The number after `etiquette` in a report.
+function(nombre_apres texte etiquette variable)
+  string(REGEX MATCH "${etiquette} +([0-9]+)" _ "${texte}")
+  set(${variable} ${CMAKE_MATCH_1} PARENT_SCOPE)
+endfunction()
+
 # The same slice for both sides.
 execute_process(COMMAND ${PYTHON} -c
   "import sys; l=[w for i,w in enumerate(open(sys.argv[1],encoding='utf-8')) if i%4==0]; open(sys.argv[2],'w',encoding='utf-8').writelines(l)"
@@ -23,10 +29,8 @@ execute_process(
 if(NOT code EQUAL 0)
   message(FATAL_ERROR "OpenFst failed: ${code}")
 endif()
-string(REGEX MATCH "# of states +([0-9]+)" _ "${info}")
-set(etats_fst ${CMAKE_MATCH_1})
-string(REGEX MATCH "# of arcs +([0-9]+)" _ "${info}")
-set(arcs_fst ${CMAKE_MATCH_1})
+nombre_apres("${info}" "# of states" etats_fst)
+nombre_apres("${info}" "# of arcs" arcs_fst)
 
 execute_process(COMMAND ${PROGRAMME} lexique compile ${DOSSIER}/tranche.txt ${DOSSIER}/tranche.aut
                 RESULT_VARIABLE code OUTPUT_QUIET)
@@ -34,10 +38,8 @@ execute_process(COMMAND ${PROGRAMME} lexique info ${DOSSIER}/tranche.aut OUTPUT_
 if(NOT code EQUAL 0 OR NOT code2 EQUAL 0)
   message(FATAL_ERROR "outils-socle lexique failed")
 endif()
-string(REGEX MATCH "états +([0-9]+)" _ "${info}")
-set(etats ${CMAKE_MATCH_1})
-string(REGEX MATCH "transitions +([0-9]+)" _ "${info}")
-set(transitions ${CMAKE_MATCH_1})
+nombre_apres("${info}" "états" etats)
+nombre_apres("${info}" "transitions" transitions)
 
 message(STATUS "OpenFst: ${etats_fst} states, ${arcs_fst} arcs; ours: ${etats} states, ${transitions} transitions")
 if(NOT etats_fst OR NOT etats STREQUAL etats_fst OR NOT transitions STREQUAL arcs_fst)
