@@ -9,7 +9,7 @@ paquets=(
   libboost-thread-dev libboost-system-dev
   zlib1g-dev libicu-dev
   libgtest-dev libgmock-dev libbenchmark-dev
-  wfrench ccache clang-format unicode-data libabsl-dev libtbb-dev libmarisa-dev libdawgdic-dev libfst-dev libfst-tools
+  wfrench ccache clang-format unicode-data libabsl-dev libtbb-dev libmarisa-dev libdawgdic-dev libfst-dev libfst-tools wamerican
 )
 
 manquants=()
