@@ -44,7 +44,8 @@ class OUTILS_SOCLE_EXPORT DelegueInterruptionAutomateAcycliqueMin {
 // state area lie inside the stream, and every state is checked as it is reached (its
 // transitions lie inside the area, and each target lies strictly before its source, which the
 // writer guarantees by laying children out first, so no walk can loop). A violation throws
-// exceptions::TableNonValide. The checks cost two comparisons per state visited.
+// exceptions::TableNonValide. The checks cost three comparisons per state visited (about 2 % of
+// an exact lookup).
 //
 // Searches keep their working state to themselves, so one automaton may serve several threads,
 // except for time-limited prefix searches (option 0x20), whose start time is kept here.
