@@ -109,6 +109,18 @@ const Corpus& Donnees() {
   return *corpus;
 }
 
+// Runs requete(0), requete(1), … requete(n − 1), then again from 0, once per iteration; items
+// are queries.
+template <typename Requete>
+void ParRequete(benchmark::State& state, size_t n, Requete requete) {
+  size_t i = 0;
+  for (auto _ : state) {
+    requete(i);
+    if (++i == n) i = 0;
+  }
+  state.SetItemsProcessed(state.iterations());
+}
+
 // ---- compilation (and the stored form written), from the file's words
 
 void BM_Compilation_Nous(benchmark::State& state) {
@@ -182,13 +194,10 @@ BENCHMARK(BM_Compilation_Dawgdic)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 void BM_Present_Nous(benchmark::State& state) {
   const Corpus& c = Donnees();
-  size_t i = 0;
-  for (auto _ : state) {
+  ParRequete(state, c.vues.size(), [&](size_t i) {
     const auto [debut, n] = c.vues[i];
     benchmark::DoNotOptimize(c.automate->NoPourMot(c.unites.data() + debut, n));
-    if (++i == c.vues.size()) i = 0;
-  }
-  state.SetItemsProcessed(state.iterations());
+  });
 }
 BENCHMARK(BM_Present_Nous);
 
@@ -196,72 +205,53 @@ BENCHMARK(BM_Present_Nous);
 // follow per query, which the peers' inline short strings do not pay.
 void BM_Present_NousChaineN(benchmark::State& state) {
   const Corpus& c = Donnees();
-  size_t i = 0;
-  for (auto _ : state) {
-    benchmark::DoNotOptimize(c.automate->NoPourMot(c.requetes[i]));
-    if (++i == c.requetes.size()) i = 0;
-  }
-  state.SetItemsProcessed(state.iterations());
+  ParRequete(state, c.requetes.size(),
+             [&](size_t i) { benchmark::DoNotOptimize(c.automate->NoPourMot(c.requetes[i])); });
 }
 BENCHMARK(BM_Present_NousChaineN);
 
 void BM_Present_Marisa(benchmark::State& state) {
   const Corpus& c = Donnees();
   marisa::Agent agent;
-  size_t i = 0;
-  for (auto _ : state) {
+  ParRequete(state, c.melanges.size(), [&](size_t i) {
     agent.set_query(c.melanges[i].data(), c.melanges[i].size());
     benchmark::DoNotOptimize(c.marisa.lookup(agent));
-    if (++i == c.melanges.size()) i = 0;
-  }
-  state.SetItemsProcessed(state.iterations());
+  });
 }
 BENCHMARK(BM_Present_Marisa);
 
 void BM_Present_Dawgdic(benchmark::State& state) {
   const Corpus& c = Donnees();
-  size_t i = 0;
-  for (auto _ : state) {
+  ParRequete(state, c.melanges.size(), [&](size_t i) {
     benchmark::DoNotOptimize(c.dawgdic.Contains(c.melanges[i].data(), c.melanges[i].size()));
-    if (++i == c.melanges.size()) i = 0;
-  }
-  state.SetItemsProcessed(state.iterations());
+  });
 }
 BENCHMARK(BM_Present_Dawgdic);
 
 void BM_Absent_Nous(benchmark::State& state) {
   const Corpus& c = Donnees();
-  size_t i = 0;
-  for (auto _ : state) {
+  ParRequete(state, c.vuesAbsentes.size(), [&](size_t i) {
     const auto [debut, n] = c.vuesAbsentes[i];
     benchmark::DoNotOptimize(c.automate->NoPourMot(c.unitesAbsentes.data() + debut, n));
-    if (++i == c.vuesAbsentes.size()) i = 0;
-  }
-  state.SetItemsProcessed(state.iterations());
+  });
 }
 BENCHMARK(BM_Absent_Nous);
 
 void BM_Absent_Marisa(benchmark::State& state) {
   const Corpus& c = Donnees();
   marisa::Agent agent;
-  size_t i = 0;
-  for (auto _ : state) {
+  ParRequete(state, c.absents.size(), [&](size_t i) {
     agent.set_query(c.absents[i].data(), c.absents[i].size());
     benchmark::DoNotOptimize(c.marisa.lookup(agent));
-    if (++i == c.absents.size()) i = 0;
-  }
-  state.SetItemsProcessed(state.iterations());
+  });
 }
 BENCHMARK(BM_Absent_Marisa);
 
 void BM_Absent_Dawgdic(benchmark::State& state) {
   const Corpus& c = Donnees();
-  size_t i = 0;
-  for (auto _ : state) {
+  ParRequete(state, c.absents.size(), [&](size_t i) {
     benchmark::DoNotOptimize(c.dawgdic.Contains(c.absents[i].data(), c.absents[i].size()));
-    if (++i == c.absents.size()) i = 0;
-  }
-  state.SetItemsProcessed(state.iterations());
+  });
 }
 BENCHMARK(BM_Absent_Dawgdic);
 
@@ -269,31 +259,25 @@ BENCHMARK(BM_Absent_Dawgdic);
 
 void BM_Insensible_Nous(benchmark::State& state) {
   const Corpus& c = Donnees();
-  size_t i = 0;
   sdd::ListeC<AutomateAcycliqueMin::_Forme> formes;
-  for (auto _ : state) {
+  ParRequete(state, c.requetes.size(), [&](size_t i) {
     formes.Vide();
     c.automate->FormesPour(c.requetes[i], formes);
     benchmark::DoNotOptimize(formes.Taille());
-    if (++i == c.requetes.size()) i = 0;
-  }
-  state.SetItemsProcessed(state.iterations());
+  });
 }
 BENCHMARK(BM_Insensible_Nous);
 
 // The same call with no difference tolerated: what the walk itself adds is the gap.
 void BM_ExactParFormesPour_Nous(benchmark::State& state) {
   const Corpus& c = Donnees();
-  size_t i = 0;
   sdd::ListeC<AutomateAcycliqueMin::_Forme> formes;
   const AutomateAcycliqueMin::_OptionRecherche exact(AutomateAcycliqueMin::_OptionRecherche::kExactSeulement);
-  for (auto _ : state) {
+  ParRequete(state, c.requetes.size(), [&](size_t i) {
     formes.Vide();
     c.automate->FormesPour(c.requetes[i], formes, exact);
     benchmark::DoNotOptimize(formes.Taille());
-    if (++i == c.requetes.size()) i = 0;
-  }
-  state.SetItemsProcessed(state.iterations());
+  });
 }
 BENCHMARK(BM_ExactParFormesPour_Nous);
 
@@ -301,27 +285,20 @@ BENCHMARK(BM_ExactParFormesPour_Nous);
 
 void BM_NumeroVersMot_Nous(benchmark::State& state) {
   const Corpus& c = Donnees();
-  size_t i = 0;
   AutomateAcycliqueMin::_Forme f;
-  for (auto _ : state) {
-    benchmark::DoNotOptimize(c.automate->FormePourNo(c.numeros[i], f));
-    if (++i == c.numeros.size()) i = 0;
-  }
-  state.SetItemsProcessed(state.iterations());
+  ParRequete(state, c.numeros.size(),
+             [&](size_t i) { benchmark::DoNotOptimize(c.automate->FormePourNo(c.numeros[i], f)); });
 }
 BENCHMARK(BM_NumeroVersMot_Nous);
 
 void BM_NumeroVersMot_Marisa(benchmark::State& state) {
   const Corpus& c = Donnees();
   marisa::Agent agent;
-  size_t i = 0;
-  for (auto _ : state) {
+  ParRequete(state, c.numeros.size(), [&](size_t i) {
     agent.set_query(static_cast<size_t>(c.numeros[i]));
     c.marisa.reverse_lookup(agent);
     benchmark::DoNotOptimize(agent.key().length());
-    if (++i == c.numeros.size()) i = 0;
-  }
-  state.SetItemsProcessed(state.iterations());
+  });
 }
 BENCHMARK(BM_NumeroVersMot_Marisa);
 
@@ -386,14 +363,11 @@ BENCHMARK(BM_Prefixes_Dawgdic)->Unit(benchmark::kMillisecond);
 
 void BM_Corrections_Nous(benchmark::State& state) {
   Corpus& c = const_cast<Corpus&>(Donnees());
-  size_t i = 0;
-  for (auto _ : state) {
+  ParRequete(state, c.fautes.size(), [&](size_t i) {
     sdd::ListeC<AutomateAcycliqueMin::_FormeProbabiliste> formes;
     c.automate->FormesProbabilistes(c.fautes[i], {}, 10, 20, nullptr, formes);
     benchmark::DoNotOptimize(formes.Taille());
-    if (++i == c.fautes.size()) i = 0;
-  }
-  state.SetItemsProcessed(state.iterations());
+  });
 }
 BENCHMARK(BM_Corrections_Nous)->Unit(benchmark::kMicrosecond);
 

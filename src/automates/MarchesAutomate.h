@@ -37,8 +37,6 @@ inline const char16_t* TablePlis() {
 
 inline char16_t Pli(char16_t c) { return TablePlis()[c]; }
 
-inline bool EstLigatureFrancaise(char16_t c) { return c == u'œ' || c == u'Œ' || c == u'æ' || c == u'Æ'; }
-
 // The kinds of difference (Malgray bits) between a stored character and a typed one that fold
 // to the same letter.
 inline uint16_t Difference(char16_t stocke, char16_t tape) {
@@ -51,6 +49,10 @@ inline uint16_t Difference(char16_t stocke, char16_t tape) {
   }
   return bits;
 }
+
+// The table's ligatures (Æ æ Œ œ) all lie at U+00C6 and above: ASCII letters, most of what a
+// walk meets, are told apart without a call.
+inline bool EstLigature(char16_t c) { return c >= 0xC6 && UniCaractere::EstLigature(c); }
 
 inline uint8_t Plus(uint8_t rang, bool oui) {
   return oui && rang < 255 ? static_cast<uint8_t>(rang + 1) : rang;
@@ -413,7 +415,7 @@ class MarchesAutomate {
         continue;
       }
       if (!(m.masque & ChaineN::kMalgrayLigatures)) continue;
-      if (detail::EstLigatureFrancaise(c) && i + 1 < m.m) {
+      if (detail::EstLigature(c) && i + 1 < m.m) {
         // Stored "œ", typed "oe".
         const char16_t* lettres = detail::LettresDeLigature(c);
         if (detail::Pli(lettres[0]) == pq && detail::Pli(lettres[1]) == m.plis[i + 1]) {
@@ -424,7 +426,7 @@ class MarchesAutomate {
                 detail::Plus(r2, true), detail | bits);
           }
         }
-      } else if (detail::EstLigatureFrancaise(q)) {
+      } else if (detail::EstLigature(q)) {
         // Typed "œ", stored "oe": two steps for one typed character.
         const char16_t* lettres = detail::LettresDeLigature(q);
         if (detail::Pli(c) != detail::Pli(lettres[0])) continue;
