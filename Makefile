@@ -5,12 +5,14 @@
 #   make check-tsan  the tests built with ThreadSanitizer
 #   make bench       run the benchmarks (ours beside ICU, Qt, the standard library, marisa-trie and dawgdic)
 #   make format      check the formatting with clang-format
+#   make deb         build the Debian packages into build-deb/paquets/
+#   make check-deb   build them, check them with lintian, unpack them and use them as a user would
 
 JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?=
 LAUNCHER := $(shell command -v ccache >/dev/null 2>&1 && echo -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
 
-.PHONY: setup build demo check check-asan check-tsan bench format clean
+.PHONY: setup build demo check check-asan check-tsan bench format deb check-deb clean
 
 setup:
 	@bash scripts/setup.sh
@@ -51,8 +53,28 @@ bench: build
 	./build/bench/bench_fils
 	./build/bench/bench_automates
 
+# Packages are built for /usr, with Debian's hardening and optimisation flags, from a build of
+# their own (tests and benchmarks off).
+DEB_BUILDFLAGS = DEB_BUILD_MAINT_OPTIONS=hardening=+all dpkg-buildflags --get
+build-deb/CMakeCache.txt: | setup
+	cmake -S . -B build-deb -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX=/usr \
+	  -DOUTILS_SOCLE_PAQUETS=ON -DOUTILS_SOCLE_TESTS=OFF -DOUTILS_SOCLE_BENCH=OFF \
+	  -DCMAKE_CXX_FLAGS="$$($(DEB_BUILDFLAGS) CPPFLAGS) $$($(DEB_BUILDFLAGS) CXXFLAGS)" \
+	  -DCMAKE_SHARED_LINKER_FLAGS="$$($(DEB_BUILDFLAGS) LDFLAGS)" \
+	  -DCMAKE_EXE_LINKER_FLAGS="$$($(DEB_BUILDFLAGS) LDFLAGS)" $(LAUNCHER) $(CMAKE_FLAGS)
+
+deb: setup build-deb/CMakeCache.txt
+	cmake --build build-deb -j $(JOBS)
+	rm -rf build-deb/paquets
+	cd build-deb && cpack -G DEB
+	@ls -1 build-deb/paquets/*.deb
+
+check-deb: deb
+	cmake -DSOURCE=$(CURDIR) -DPAQUETS=$(CURDIR)/build-deb/paquets \
+	  -DTRAVAIL=$(CURDIR)/build-deb/verification -P tests/installation/paquets_test.cmake
+
 format:
 	clang-format --dry-run --Werror $$(git ls-files 'include/*.h' 'src/*.cpp' 'src/*.h' ':!src/texte/TablesUnOctet.cpp' 'tests/*.cpp' 'tests/*.h' 'bench/*.cpp' 'outils/*.cpp' 'outils/*.h')
 
 clean:
-	rm -rf build build-asan build-tsan
+	rm -rf build build-asan build-tsan build-deb

@@ -25,6 +25,13 @@ std::string NomsDesCodages();
 
 // Reads a whole file ("-" for standard input); false with a message on stderr on failure.
 bool LisFichier(const std::string& chemin, std::string& contenu);
+// `texte` (UTF-8) followed by spaces up to `largeur` terminal columns, so that columns line up
+// whatever the accents: a precomposed "é" takes one column, a combining accent none, a wide
+// East Asian character two. Text already as wide is returned whole.
+std::string Aligne(const std::string& texte, size_t largeur);
+// The terminal columns that `texte` (UTF-8) takes.
+size_t LargeurAffichage(const std::string& texte);
+
 // Prints "outils-socle: <message>" on stderr.
 void Erreur(const std::string& message);
 

@@ -165,10 +165,10 @@ int Info(const Arguments& a) {
 
 void AfficheForme(const sdd::AutomateAcycliqueMin::_Forme& f, bool rangs) {
   if (rangs) {
-    std::printf("  %-30s n° %-8u rangs %u,%u détail 0x%X\n", U8(f.forme).c_str(), f.numero, f.rang1, f.rang2,
-                f.detail);
+    std::printf("  %s n° %-8u rangs %u,%u détail 0x%X\n", Aligne(U8(f.forme), 30).c_str(), f.numero, f.rang1,
+                f.rang2, f.detail);
   } else {
-    std::printf("  %-30s n° %u\n", U8(f.forme).c_str(), f.numero);
+    std::printf("  %s n° %u\n", Aligne(U8(f.forme), 30).c_str(), f.numero);
   }
 }
 
@@ -211,8 +211,8 @@ int Requetes(const std::string& action, const Arguments& a) {
       std::printf("« %s » : %llu correction(s) en %.3f ms\n", a.positions[i].c_str(),
                   static_cast<unsigned long long>(formes.Taille()), MsDepuis(t0));
       for (const auto& f : formes) {
-        std::printf("  %-30s n° %-8u coût %-3u probabilité %.3g\n", U8(f.forme).c_str(), f.numero, f.cout,
-                    f.probabilite);
+        std::printf("  %s n° %-8u coût %-3u probabilité %.3g\n", Aligne(U8(f.forme), 30).c_str(), f.numero,
+                    f.cout, f.probabilite);
       }
     } else if (action == "forme") {
       sdd::AutomateAcycliqueMin::_Forme f;

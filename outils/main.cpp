@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr const char* kVersion = "0.1.0";
+constexpr const char* kVersion = OUTILS_SOCLE_VERSION;
 
 const char* const kAide =
     "Usage : outils-socle <commande> [options]\n"

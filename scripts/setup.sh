@@ -10,6 +10,9 @@ paquets=(
   zlib1g-dev libicu-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   wfrench ccache clang-format unicode-data libabsl-dev libtbb-dev libmarisa-dev libdawgdic-dev libfst-dev libfst-tools wamerican
+  man-db
+  # Debian packages (make deb, make check-deb): dependencies, build flags, checks.
+  dpkg-dev file lintian
 )
 
 manquants=()

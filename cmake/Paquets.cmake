@@ -1,0 +1,91 @@
+# Debian packages (`make deb`), split as Debian splits a library:
+#   liboutilssocle0     the runtime library; the name follows its SONAME, libOutilsSocle.so.0
+#   liboutilssocle-dev  headers, the unversioned link, the CMake package, the pkg-config file
+#   outils-socle        the program and its manual page
+# Built with CPack's DEB generator from a build configured for /usr; dpkg-shlibdeps computes
+# the dependencies on other Debian libraries, and the packages of one build depend on each
+# other at exactly that build's version.
+option(OUTILS_SOCLE_PAQUETS "Prepare Debian packages (make deb): copyright and changelog files" OFF)
+if(NOT OUTILS_SOCLE_PAQUETS)
+  return()
+endif()
+
+set(OUTILS_SOCLE_MAINTENEUR "Équipe OutilsSocle <outils-socle@example.org>"
+    CACHE STRING "The Maintainer field of the Debian packages")
+set(paquet_bibliotheque liboutilssocle${PROJECT_VERSION_MAJOR})
+set(paquet_developpement liboutilssocle-dev)
+set(paquet_programme outils-socle)
+
+# Every Debian package carries its copyright file and, being native, its changelog.
+set(changelog_gz ${CMAKE_CURRENT_BINARY_DIR}/changelog.gz)
+find_program(GZIP_PROGRAMME gzip REQUIRED)
+add_custom_command(OUTPUT ${changelog_gz}
+  COMMAND ${GZIP_PROGRAMME} -9 -n -c ${CMAKE_CURRENT_SOURCE_DIR}/cmake/debian/changelog > ${changelog_gz}
+  DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/cmake/debian/changelog
+  COMMENT "Compressing the Debian changelog")
+add_custom_target(changelog_debian ALL DEPENDS ${changelog_gz})
+foreach(composant IN ITEMS bibliotheque developpement programme)
+  install(FILES ${CMAKE_CURRENT_SOURCE_DIR}/cmake/debian/copyright ${changelog_gz}
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${paquet_${composant}} COMPONENT ${composant})
+endforeach()
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_NAME outils-socle)
+set(CPACK_PACKAGE_VENDOR "OutilsSocle")
+set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
+set(CPACK_PACKAGE_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/paquets)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_COMPONENTS_ALL bibliotheque developpement programme)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_MAINTAINER "${OUTILS_SOCLE_MAINTENEUR}")
+set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+# The program needs the library of the same build: dpkg-shlibdeps finds it in the build tree
+# (it knows no package for it and says nothing); the dependency comes from the components.
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_CURRENT_BINARY_DIR})
+set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
+set(CPACK_COMPONENT_DEVELOPPEMENT_DEPENDS bibliotheque)
+set(CPACK_COMPONENT_PROGRAMME_DEPENDS bibliotheque)
+
+set(CPACK_DEBIAN_BIBLIOTHEQUE_PACKAGE_NAME ${paquet_bibliotheque})
+set(CPACK_DEBIAN_BIBLIOTHEQUE_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_BIBLIOTHEQUE_PACKAGE_GENERATE_SHLIBS ON)
+# Programs built against this version run with any later one of the same SONAME.
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
+set(CPACK_DEBIAN_BIBLIOTHEQUE_DESCRIPTION
+"core tools library for French-language applications
+OutilsSocle gives C++ applications UTF-16 strings with seven byte encodings
+and case-, accent- and ligature-insensitive comparison, containers, byte
+streams and number encodings, minimal acyclic automata that hold large word
+lists compactly and answer lookups in place from mapped files, threads, locks
+and operation queues.
+.
+This package holds the shared library.")
+
+set(CPACK_DEBIAN_DEVELOPPEMENT_PACKAGE_NAME ${paquet_developpement})
+set(CPACK_DEBIAN_DEVELOPPEMENT_PACKAGE_SECTION libdevel)
+# The headers include Qt Core's (UniChaine holds a QString); the CMake package and the
+# pkg-config file ask for it.
+set(CPACK_DEBIAN_DEVELOPPEMENT_PACKAGE_DEPENDS "qtbase5-dev")
+set(CPACK_DEBIAN_DEVELOPPEMENT_DESCRIPTION
+"core tools library for French-language applications (development files)
+OutilsSocle gives C++ applications UTF-16 strings with seven byte encodings
+and insensitive comparison, containers, streams, compact lexicon automata,
+threads and operation queues.
+.
+This package holds the headers (one umbrella header,
+<outils_socle/OutilsSocle.h>, includes them all), the CMake package for
+find_package(OutilsSocle CONFIG) and the pkg-config file outils-socle.")
+
+set(CPACK_DEBIAN_PROGRAMME_PACKAGE_NAME ${paquet_programme})
+set(CPACK_DEBIAN_PROGRAMME_PACKAGE_SECTION utils)
+set(CPACK_DEBIAN_PROGRAMME_PACKAGE_SUGGESTS "wfrench, graphviz")
+set(CPACK_DEBIAN_PROGRAMME_DESCRIPTION
+"encoding conversions and compact lexicons from the command line
+The outils-socle program puts the OutilsSocle library to work: it converts
+text between seven encodings like iconv, compiles word lists into minimal
+automata and queries them (insensitive and ranked lookups, prefixes, jokers,
+spelling corrections, numbering). Its messages are in French.")
+
+include(CPack)

@@ -1,0 +1,107 @@
+# The Debian packages of `make deb` as a user gets them: their names, fields and contents, a
+# lintian check, then unpacked into a folder of their own and used there (see
+# Consommateur.cmake). Installing them on this machine is not needed: dpkg-deb -x gives the
+# same tree under another root.
+include(${SOURCE}/tests/installation/Consommateur.cmake)
+file(REMOVE_RECURSE ${TRAVAIL})
+file(MAKE_DIRECTORY ${TRAVAIL})
+
+lance(dpkg-parsechangelog -l ${SOURCE}/cmake/debian/changelog -S Version)
+string(STRIP "${SORTIE}" version)
+lance(dpkg-architecture -q DEB_HOST_MULTIARCH)
+string(STRIP "${SORTIE}" multiarch)
+set(bibliotheque liboutilssocle0)
+
+# The field `champ` of the package `deb`, in `variable`.
+function(champ deb nom variable)
+  lance(dpkg-deb -f ${deb} ${nom})
+  string(STRIP "${SORTIE}" valeur)
+  set(${variable} "${valeur}" PARENT_SCOPE)
+endfunction()
+
+function(exige texte motif quoi)
+  if(NOT "${texte}" MATCHES "${motif}")
+    message(FATAL_ERROR "${quoi}: «${texte}» does not match «${motif}»")
+  endif()
+endfunction()
+
+function(exclut texte motif quoi)
+  if("${texte}" MATCHES "${motif}")
+    message(FATAL_ERROR "${quoi}: «${texte}» should not match «${motif}»")
+  endif()
+endfunction()
+
+file(GLOB debs ${PAQUETS}/*.deb)
+list(LENGTH debs n)
+if(NOT n EQUAL 3)
+  message(FATAL_ERROR "expected three packages in ${PAQUETS}, found: ${debs}")
+endif()
+foreach(paquet IN ITEMS ${bibliotheque} liboutilssocle-dev outils-socle)
+  file(GLOB deb ${PAQUETS}/${paquet}_*.deb)
+  if(NOT deb)
+    message(FATAL_ERROR "no package ${paquet} in ${PAQUETS}")
+  endif()
+  set(deb_${paquet} ${deb})
+  champ(${deb} Version v)
+  if(NOT v STREQUAL version)
+    message(FATAL_ERROR "${paquet} has version ${v}, the changelog ${version}")
+  endif()
+  champ(${deb} Depends depends_${paquet})
+  lance(dpkg-deb -c ${deb})
+  set(contenu_${paquet} "${SORTIE}")
+  exige("${SORTIE}" "\\./usr/share/doc/${paquet}/copyright\n" "${paquet} contents")
+  exige("${SORTIE}" "\\./usr/share/doc/${paquet}/changelog\\.gz\n" "${paquet} contents")
+endforeach()
+
+# The runtime: the versioned library only, its dependencies found by dpkg-shlibdeps, a shlibs
+# file so that packages built against it depend on it.
+set(c "${contenu_${bibliotheque}}")
+exige("${c}" "usr/lib/${multiarch}/libOutilsSocle\\.so\\.0 -> libOutilsSocle\\.so\\.[0-9.]+\n" "runtime")
+exclut("${c}" "libOutilsSocle\\.so -> |usr/include|\\.pc\n|cmake/" "runtime")
+exige("${depends_${bibliotheque}}" "libqt5core5a" "runtime Depends")
+exige("${depends_${bibliotheque}}" "libicu" "runtime Depends")
+exige("${depends_${bibliotheque}}" "zlib1g" "runtime Depends")
+exige("${depends_${bibliotheque}}" "libboost-thread" "runtime Depends")
+lance(dpkg-deb -e ${deb_${bibliotheque}} ${TRAVAIL}/controle)
+file(READ ${TRAVAIL}/controle/shlibs shlibs)
+exige("${shlibs}" "^libOutilsSocle 0 ${bibliotheque} \\(>= ${version}\\)" "shlibs")
+
+# The development files: headers, the unversioned link, the CMake and pkg-config files.
+set(c "${contenu_liboutilssocle-dev}")
+exige("${c}" "usr/include/outils_socle/OutilsSocle\\.h\n" "development")
+exige("${c}" "usr/lib/${multiarch}/libOutilsSocle\\.so -> libOutilsSocle\\.so\\.0\n" "development")
+exige("${c}" "usr/lib/${multiarch}/pkgconfig/outils-socle\\.pc\n" "development")
+exige("${c}" "usr/lib/${multiarch}/cmake/OutilsSocle/OutilsSocleConfig\\.cmake\n" "development")
+exclut("${c}" "libOutilsSocle\\.so\\.[0-9.]+\n|usr/bin" "development")
+exige("${depends_liboutilssocle-dev}" "${bibliotheque} \\(= ${version}\\)" "development Depends")
+exige("${depends_liboutilssocle-dev}" "qtbase5-dev" "development Depends")
+
+# The program: itself and its manual page.
+set(c "${contenu_outils-socle}")
+exige("${c}" "usr/bin/outils-socle\n" "program")
+exige("${c}" "usr/share/man/man1/outils-socle\\.1\\.gz\n" "program")
+exclut("${c}" "usr/lib/|usr/include" "program")
+exige("${depends_outils-socle}" "${bibliotheque} \\(= ${version}\\)" "program Depends")
+
+# lintian: no error. Its warnings and notes are printed for the reader; each one that stays is
+# explained in the project's notes.
+execute_process(COMMAND lintian --fail-on error --display-info ${debs}
+                RESULT_VARIABLE code OUTPUT_VARIABLE rapport ERROR_VARIABLE rapport)
+message(STATUS "lintian:\n${rapport}")
+if(NOT code EQUAL 0)
+  message(FATAL_ERROR "lintian reports errors")
+endif()
+
+# Unpacked under a root of their own, and used from there.
+set(racine ${TRAVAIL}/racine)
+foreach(deb IN LISTS debs)
+  lance(dpkg-deb -x ${deb} ${racine})
+endforeach()
+if(NOT GENERATEUR)
+  set(GENERATEUR "Unix Makefiles")
+endif()
+verifie_installation(${racine}/usr ${TRAVAIL}/verification ${GENERATEUR})
+set(ENV{MANWIDTH} 100)
+lance(man --warnings -E UTF-8 -l ${racine}/usr/share/man/man1/outils-socle.1.gz)
+exige("${SORTIE}" "outils-socle lexique" "manual page")
+message(STATUS "packages: ${debs}")
