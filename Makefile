@@ -53,11 +53,11 @@ bench: build
 	./build/bench/bench_fils
 	./build/bench/bench_automates
 
-# Packages are built for /usr, with Debian's hardening and optimisation flags, from a build of
-# their own (tests and benchmarks off).
+# Packages are built for /usr, with Debian's hardening flags, from a build of their own (tests and
+# benchmarks off), optimised as the tested build is (-O2; CPack strips the debugging data).
 DEB_BUILDFLAGS = DEB_BUILD_MAINT_OPTIONS=hardening=+all dpkg-buildflags --get
 build-deb/CMakeCache.txt: | setup
-	cmake -S . -B build-deb -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX=/usr \
+	cmake -S . -B build-deb -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_INSTALL_PREFIX=/usr \
 	  -DOUTILS_SOCLE_PAQUETS=ON -DOUTILS_SOCLE_TESTS=OFF -DOUTILS_SOCLE_BENCH=OFF \
 	  -DCMAKE_CXX_FLAGS="$$($(DEB_BUILDFLAGS) CPPFLAGS) $$($(DEB_BUILDFLAGS) CXXFLAGS)" \
 	  -DCMAKE_SHARED_LINKER_FLAGS="$$($(DEB_BUILDFLAGS) LDFLAGS)" \

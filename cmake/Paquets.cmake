@@ -28,6 +28,11 @@ foreach(composant IN ITEMS bibliotheque developpement programme)
   install(FILES ${CMAKE_CURRENT_SOURCE_DIR}/cmake/debian/copyright ${changelog_gz}
           DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${paquet_${composant}} COMPONENT ${composant})
 endforeach()
+# lintian's one deliberate exception, with its reason, in the package it concerns.
+configure_file(cmake/debian/lintian-developpement.in
+               ${CMAKE_CURRENT_BINARY_DIR}/lintian/${paquet_developpement} @ONLY)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/lintian/${paquet_developpement}
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides COMPONENT developpement)
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME outils-socle)
@@ -50,9 +55,15 @@ set(CPACK_COMPONENT_PROGRAMME_DEPENDS bibliotheque)
 
 set(CPACK_DEBIAN_BIBLIOTHEQUE_PACKAGE_NAME ${paquet_bibliotheque})
 set(CPACK_DEBIAN_BIBLIOTHEQUE_PACKAGE_SECTION libs)
-set(CPACK_DEBIAN_BIBLIOTHEQUE_PACKAGE_GENERATE_SHLIBS ON)
-# Programs built against this version run with any later one of the same SONAME.
+# A shlibs file, so that packages built against the library depend on it; programs built
+# against this version run with any later one of the same SONAME.
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
+# The ldconfig trigger instead of CPack's maintainer scripts (removed once the packages exist).
+set(CPACK_DEBIAN_BIBLIOTHEQUE_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_SOURCE_DIR}/cmake/debian/triggers)
+set(CPACK_DEBIAN_BIBLIOTHEQUE_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+set(CPACK_OUTILS_SOCLE_PAQUET_BIBLIOTHEQUE ${paquet_bibliotheque})
+set(CPACK_POST_BUILD_SCRIPTS ${CMAKE_CURRENT_SOURCE_DIR}/cmake/debian/SansLdconfig.cmake)
 set(CPACK_DEBIAN_BIBLIOTHEQUE_DESCRIPTION
 "core tools library for French-language applications
 OutilsSocle gives C++ applications UTF-16 strings with seven byte encodings
