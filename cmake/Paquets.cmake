@@ -18,12 +18,7 @@ set(paquet_programme outils-socle)
 
 # Every Debian package carries its copyright file and, being native, its changelog.
 set(changelog_gz ${CMAKE_CURRENT_BINARY_DIR}/changelog.gz)
-find_program(GZIP_PROGRAMME gzip REQUIRED)
-add_custom_command(OUTPUT ${changelog_gz}
-  COMMAND ${GZIP_PROGRAMME} -9 -n -c ${CMAKE_CURRENT_SOURCE_DIR}/cmake/debian/changelog > ${changelog_gz}
-  DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/cmake/debian/changelog
-  COMMENT "Compressing the Debian changelog")
-add_custom_target(changelog_debian ALL DEPENDS ${changelog_gz})
+outils_socle_gzip(changelog_debian ${CMAKE_CURRENT_SOURCE_DIR}/cmake/debian/changelog ${changelog_gz})
 foreach(composant IN ITEMS bibliotheque developpement programme)
   install(FILES ${CMAKE_CURRENT_SOURCE_DIR}/cmake/debian/copyright ${changelog_gz}
           DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${paquet_${composant}} COMPONENT ${composant})
