@@ -12,7 +12,7 @@ lance(dpkg-architecture -q DEB_HOST_MULTIARCH)
 string(STRIP "${SORTIE}" multiarch)
 set(bibliotheque liboutilssocle0)
 
-# The field `champ` of the package `deb`, in `variable`.
+# The control field `nom` of the package `deb`, in `variable`.
 function(champ deb nom variable)
   lance(dpkg-deb -f ${deb} ${nom})
   string(STRIP "${SORTIE}" valeur)
@@ -65,6 +65,12 @@ exige("${depends_${bibliotheque}}" "libboost-thread" "runtime Depends")
 lance(dpkg-deb -e ${deb_${bibliotheque}} ${TRAVAIL}/controle)
 file(READ ${TRAVAIL}/controle/shlibs shlibs)
 exige("${shlibs}" "^libOutilsSocle 0 ${bibliotheque} \\(>= ${version}\\)" "shlibs")
+# The linker cache through dpkg's trigger, not through maintainer scripts.
+file(READ ${TRAVAIL}/controle/triggers triggers)
+exige("${triggers}" "\nactivate-noawait ldconfig" "triggers")
+if(EXISTS ${TRAVAIL}/controle/postinst OR EXISTS ${TRAVAIL}/controle/postrm)
+  message(FATAL_ERROR "the runtime package has maintainer scripts")
+endif()
 
 # The development files: headers, the unversioned link, the CMake and pkg-config files.
 set(c "${contenu_liboutilssocle-dev}")
