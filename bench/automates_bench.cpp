@@ -7,6 +7,8 @@
 #include <dawgdic/guide-builder.h>
 #include <marisa.h>
 
+#include <fnmatch.h>
+
 #include <algorithm>
 #include <fstream>
 #include <random>
@@ -358,6 +360,67 @@ void BM_Prefixes_Dawgdic(benchmark::State& state) {
   state.SetItemsProcessed(static_cast<int64_t>(n));
 }
 BENCHMARK(BM_Prefixes_Dawgdic)->Unit(benchmark::kMillisecond);
+
+// ---- joker patterns, beside a scan of the sorted list with fnmatch (case folded; its "?" is one
+// byte, so the patterns below keep it on ASCII letters)
+
+const char* const kMotifs[] = {"*ph?nt*", "c?e*r", "anti*ment", "*tion"};
+
+void BM_Joker_Nous(benchmark::State& state) {
+  const Corpus& c = Donnees();
+  uint64_t n = 0;
+  for (auto _ : state) {
+    for (const char* m : kMotifs) {
+      sdd::ListeC<AutomateAcycliqueMin::_Forme> formes;
+      c.automate->FormesPourJoker(ChaineN(m), formes);
+      n += formes.Taille();
+    }
+  }
+  state.SetItemsProcessed(static_cast<int64_t>(n));
+}
+BENCHMARK(BM_Joker_Nous)->Unit(benchmark::kMillisecond);
+
+void BM_Joker_Fnmatch(benchmark::State& state) {
+  const Corpus& c = Donnees();
+  uint64_t n = 0;
+  for (auto _ : state) {
+    for (const char* m : kMotifs) {
+      for (const std::string& mot : c.tries) n += fnmatch(m, mot.c_str(), FNM_CASEFOLD) == 0;
+    }
+  }
+  state.SetItemsProcessed(static_cast<int64_t>(n));
+}
+BENCHMARK(BM_Joker_Fnmatch)->Unit(benchmark::kMillisecond);
+
+// The first twenty forms of each prefix: the limit stops the walk.
+void BM_PrefixesLimites_Nous(benchmark::State& state) {
+  Corpus& c = const_cast<Corpus&>(Donnees());
+  const AutomateAcycliqueMin::_OptionRecherche exact(AutomateAcycliqueMin::_OptionRecherche::kExactSeulement);
+  ParRequete(state, 1000, [&](size_t i) {
+    sdd::ListeC<AutomateAcycliqueMin::_Forme> formes;
+    const ChaineN& mot = c.requetes[i];
+    c.automate->FormesCommencant(ChaineN(mot.DonneUnites(), std::min<uint64_t>(3, mot.Longueur())), formes,
+                                 exact, 20);
+    benchmark::DoNotOptimize(formes.Taille());
+  });
+}
+BENCHMARK(BM_PrefixesLimites_Nous)->Unit(benchmark::kMicrosecond);
+
+// ---- many numbers to forms in one walk: a thousand numbers at random, then the same sorted
+
+void BM_FormePourNos_Nous(benchmark::State& state) {
+  const Corpus& c = Donnees();
+  sdd::ListeT<uint32_t> numeros;
+  for (size_t i = 0; i < 1000; ++i) numeros.Ajoute(c.numeros[i]);
+  if (state.range(0) != 0) std::sort(numeros.begin(), numeros.end());
+  for (auto _ : state) {
+    sdd::ListeT<AutomateAcycliqueMin::_Forme> formes;
+    c.automate->FormePourNos(numeros, formes);
+    benchmark::DoNotOptimize(formes.Taille());
+  }
+  state.SetItemsProcessed(state.iterations() * 1000);
+}
+BENCHMARK(BM_FormePourNos_Nous)->Arg(0)->Arg(1)->Unit(benchmark::kMicrosecond);
 
 // ---- corrections within two ordinary mistakes, ten best
 

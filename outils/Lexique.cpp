@@ -135,12 +135,16 @@ int Compile(const Arguments& a) {
               static_cast<unsigned long long>(compilateur.Mots().Taille()),
               static_cast<unsigned long long>(compilateur.NbEtats()),
               static_cast<unsigned long long>(compilateur.NbTransitions()));
+  if (compilateur.NbParties() == 0) {
+    std::printf("liste vide : lexique vide écrit en %.1f ms (%llu octets)\n", ecriture,
+                static_cast<unsigned long long>(octets));
+    return 0;
+  }
+  const uint64_t parties = compilateur.NbParties();
   std::printf(
-      "compilation %.1f ms (construction des %llu parties et fusion %.1f ms), écriture %.1f ms : %llu "
+      "compilation %.1f ms (construction de %llu partie%s et fusion %.1f ms), écriture %.1f ms : %llu "
       "octets\n",
-      compilation,
-      static_cast<unsigned long long>((compilateur.Mots().Taille() + compilateur.TaillePartie() - 1) /
-                                      std::max<uint64_t>(1, compilateur.TaillePartie())),
+      compilation, static_cast<unsigned long long>(parties), parties > 1 ? "s" : "",
       compilateur.DonneTempsInsertion() * 1000, ecriture, static_cast<unsigned long long>(octets));
   return 0;
 }

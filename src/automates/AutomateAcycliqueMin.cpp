@@ -10,7 +10,10 @@
 #include <outils_socle/texte/Exception.h>
 
 #include "automates/LecteurAutomate.h"
-#include "automates/MarchesAutomate.h"
+#include "automates/MarcheCorrections.h"
+#include "automates/MarcheInsensible.h"
+#include "automates/MarcheJoker.h"
+#include "automates/MarcheNumeros.h"
 
 namespace sdd {
 
@@ -146,9 +149,9 @@ void AutomateAcycliqueMin::Statistiques(uint64_t* etats, uint64_t* transitions) 
   *transitions = 0;
   if (nbFormes_ == 0) return;
   if (largeurAdresse_ == 3) {
-    MarchesAutomate<3>(*this).Statistiques(etats, transitions);
+    MarcheNumeros<3>(*this).Statistiques(etats, transitions);
   } else {
-    MarchesAutomate<4>(*this).Statistiques(etats, transitions);
+    MarcheNumeros<4>(*this).Statistiques(etats, transitions);
   }
 }
 
@@ -195,9 +198,9 @@ bool AutomateAcycliqueMin::FormePourNo(uint32_t numero, _Forme& forme) const {
 void AutomateAcycliqueMin::FormePourNos(const ListeT<uint32_t>& numeros, ListeT<_Forme>& formes) const {
   if (nbFormes_ == 0 || numeros.EstVide()) return;
   if (largeurAdresse_ == 3) {
-    MarchesAutomate<3>(*this).FormePourNos(numeros, formes);
+    MarcheNumeros<3>(*this).FormePourNos(numeros, formes);
   } else {
-    MarchesAutomate<4>(*this).FormePourNos(numeros, formes);
+    MarcheNumeros<4>(*this).FormePourNos(numeros, formes);
   }
 }
 
@@ -216,9 +219,9 @@ void AutomateAcycliqueMin::FormesPour(const ChaineN& mot, ListeC<_Forme>& formes
   if (nbFormes_ == 0) return;
   if (recuperation == nullptr) recuperation = RecuperationFormeTelQuelAccepte;
   if (largeurAdresse_ == 3) {
-    MarchesAutomate<3>(*this).FormesPour(mot, formes, options, recuperation);
+    MarcheInsensible<3>(*this).FormesPour(mot, formes, options, recuperation);
   } else {
-    MarchesAutomate<4>(*this).FormesPour(mot, formes, options, recuperation);
+    MarcheInsensible<4>(*this).FormesPour(mot, formes, options, recuperation);
   }
 }
 
@@ -243,18 +246,19 @@ bool AutomateAcycliqueMin::_FormesCommencant(const ListeT<ChaineN>& prefixes, Li
   if (recuperation == nullptr) recuperation = RecuperationFormeTelQuelAccepte;
   if (options.drapeaux & _OptionRecherche::kTempsLimite) debut_ = std::chrono::steady_clock::now();
   if (largeurAdresse_ == 3) {
-    return MarchesAutomate<3>(*this).FormesCommencant(prefixes, formes, options, limite, recuperation);
+    return MarcheInsensible<3>(*this).FormesCommencant(prefixes, formes, options, limite, recuperation);
   }
-  return MarchesAutomate<4>(*this).FormesCommencant(prefixes, formes, options, limite, recuperation);
+  return MarcheInsensible<4>(*this).FormesCommencant(prefixes, formes, options, limite, recuperation);
 }
 
 bool AutomateAcycliqueMin::FormesPourJoker(const ChaineN& motif, ListeC<_Forme>& formes, uint32_t parametre,
                                            uint32_t limite,
                                            DelegueInterruptionAutomateAcycliqueMin* delegue) const {
   if (nbFormes_ == 0) return true;
+  const auto longueur = static_cast<uint32_t>(motif.Longueur());
   if (largeurAdresse_ == 3)
-    return MarchesAutomate<3>(*this).FormesPourJoker(motif, formes, parametre, limite, delegue);
-  return MarchesAutomate<4>(*this).FormesPourJoker(motif, formes, parametre, limite, delegue);
+    return MarcheJoker<3>(*this, motif, parametre).FormesPourJoker(formes, limite, longueur, delegue);
+  return MarcheJoker<4>(*this, motif, parametre).FormesPourJoker(formes, limite, longueur, delegue);
 }
 
 bool AutomateAcycliqueMin::FormesProbabilistes(const ChaineN& mot, const _OptionRecherche& options,
@@ -264,9 +268,9 @@ bool AutomateAcycliqueMin::FormesProbabilistes(const ChaineN& mot, const _Option
   if (nbFormes_ == 0) return true;
   if (options.drapeaux & _OptionRecherche::kTempsLimite) debut_ = std::chrono::steady_clock::now();
   if (largeurAdresse_ == 3) {
-    return MarchesAutomate<3>(*this).FormesProbabilistes(mot, options, limite, coutMax, modele, formes);
+    return MarcheCorrections<3>(*this).FormesProbabilistes(mot, options, limite, coutMax, modele, formes);
   }
-  return MarchesAutomate<4>(*this).FormesProbabilistes(mot, options, limite, coutMax, modele, formes);
+  return MarcheCorrections<4>(*this).FormesProbabilistes(mot, options, limite, coutMax, modele, formes);
 }
 
 }  // namespace sdd

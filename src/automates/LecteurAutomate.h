@@ -1,7 +1,18 @@
 #pragma once
 
-// The walks over the stored automaton, written once and instantiated for 3-byte and 4-byte
-// addresses, so that the width is a constant inside every loop.
+// Reading the stored automaton in place, written once and instantiated for 3-byte and 4-byte
+// addresses, so that the width is a constant inside every loop. The searches built on it live
+// in the Marche*.h headers, one walk kind each.
+//
+// What keeps the walks finite and small on damaged bytes, checked where they already read:
+// - every state lies inside the area, with its transitions (LisEtat);
+// - every target lies strictly before its source (Cible), so no walk loops;
+// - a state that is not final has a transition (LisEtat): in a correct lexicon every path
+//   leads to a form, so a walk that lists forms meets one within a path's length;
+// - the forms a walk meets never exceed N, and their numbers are those the counts promise
+//   (checked by the walks that list or number forms);
+// - the walks driven by a query remember the (state, place in the query) pairs that led
+//   nowhere, so that the many paths a few bytes can describe are not each walked again.
 
 #include <cstdint>
 #include <cstring>
@@ -28,6 +39,18 @@ inline uint32_t Lis32(const uint8_t* p) { return Lis24(p) | static_cast<uint32_t
 
 [[noreturn]] void AutomateCorrompu(uint64_t adresse);
 
+// The word a search works on: cut to kLongueurMaxMot with 0x80 (otherwise a longer word gives
+// nothing), stripped of non-letters with 0x10.
+inline bool PrepareMot(const ChaineN& mot, uint32_t drapeaux, ChaineN& copie) {
+  copie = mot;
+  if (copie.Longueur() > AutomateAcycliqueMin::kLongueurMaxMot) {
+    if (!(drapeaux & AutomateAcycliqueMin::_OptionRecherche::kCoupeMotsLongs)) return false;
+    copie.EnleveDepuisFin(AutomateAcycliqueMin::kLongueurMaxMot);
+  }
+  if (drapeaux & AutomateAcycliqueMin::_OptionRecherche::kEnleveNonAlpha) copie.EnleveCarNonAlpha();
+  return true;
+}
+
 }  // namespace detail
 
 template <int A>
@@ -43,18 +66,31 @@ class LecteurAutomate {
   };
 
   explicit LecteurAutomate(const AutomateAcycliqueMin& automate)
-      : zone_(automate.zone_), taille_(automate.tailleZone_), racine_(automate.racine_) {}
+      : a_(automate), zone_(automate.zone_), taille_(automate.tailleZone_), racine_(automate.racine_) {}
 
   uint64_t Racine() const { return racine_; }
+  uint64_t TailleZone() const { return taille_; }
+  uint32_t NbFormes() const { return a_.nbFormes_; }
+  bool RecupereExclamation() const { return a_.recupereExclamation_; }
+  bool RecupereTiret() const { return a_.recupereTiret_; }
+  bool TempsEcoulay() const { return a_._TempsEcoulay(); }
+  static void AjoutePosition(EnsembleTriay<AutomateAcycliqueMin::_Position>& positions,
+                             const AutomateAcycliqueMin::_Position& position) {
+    AutomateAcycliqueMin::AjoutPositionDansListe(positions, position);
+  }
 
-  // A state whose transitions all lie inside the area, or TableNonValide.
+  // A state whose transitions all lie inside the area and that is final or has a transition,
+  // or TableNonValide.
   Etat LisEtat(uint64_t adresse) const {
     if (adresse + 2 > taille_) detail::AutomateCorrompu(adresse);
     const uint8_t* p = zone_ + adresse;
     const uint32_t entete = detail::Lis16(p);
     const uint32_t nb = entete >> 1;
-    if (adresse + 2 + static_cast<uint64_t>(nb) * kOctetsTransition > taille_)
+    if (entete < 2) {
+      if (entete == 0) detail::AutomateCorrompu(adresse);  // a dead end: no form below it
+    } else if (adresse + 2 + static_cast<uint64_t>(nb) * kOctetsTransition > taille_) {
       detail::AutomateCorrompu(adresse);
+    }
     return Etat{p + 2, nb, (entete & 1) != 0, adresse};
   }
 
@@ -129,6 +165,7 @@ class LecteurAutomate {
   }
 
  private:
+  const AutomateAcycliqueMin& a_;
   const uint8_t* zone_;
   uint64_t taille_;
   uint64_t racine_;

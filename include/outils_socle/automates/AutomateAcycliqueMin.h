@@ -42,10 +42,31 @@ class OUTILS_SOCLE_EXPORT DelegueInterruptionAutomateAcycliqueMin {
 //
 // Damaged data never makes it read outside its bytes: opening checks that the header and the
 // state area lie inside the stream, and every state is checked as it is reached (its
-// transitions lie inside the area, and each target lies strictly before its source, which the
-// writer guarantees by laying children out first, so no walk can loop). A violation throws
-// exceptions::TableNonValide. The checks cost three comparisons per state visited (about 2 % of
-// an exact lookup).
+// transitions lie inside the area, each target lies strictly before its source, which the
+// writer guarantees by laying children out first, so no walk can loop, and a state that is not
+// final has a transition). A violation throws exceptions::TableNonValide. The checks cost three
+// comparisons per state visited (about 2 % of an exact lookup).
+//
+// Nor can damaged data make a search run long, though a few hundred bytes can describe 2^40
+// paths. With S the size of the state area, m the length of the word, prefix or pattern, and
+// R the size of the answer (the forms returned, or gathered before the limit stops the walk),
+// every search returns, or throws TableNonValide, after work in O(S·m + R·L), L being the
+// length of the longest form walked:
+// - NoPourMot and FormePourNo descend one path: O(S), O(m) on a correct lexicon.
+// - FormePourNos gives every entry of its walk the range of numbers that the counts promise
+//   below it and checks that the counts share it out exactly; ranges of one depth are
+//   disjoint, so at most one entry per wanted number and depth is expanded.
+// - FormesPour and the prefix walk of FormesCommencant remember the (state, place in the
+//   word) pairs that led nowhere and refuse more matches than a correct lexicon can have (3N,
+//   counting the "!" and "-" twins); the listing below a prefix checks that the numbers it
+//   meets follow one another, at most N in all. Every path it walks ends in a form.
+// - FormesPourJoker walks each path once with the set of pattern places it can reach, keeps a
+//   place only when the rest of the pattern can still match below (worked out once per
+//   (state, place)), and checks that its matches come in rising numbers, at most N.
+// - FormesProbabilistes, whose rows differ from path to path, walks at most a budget of
+//   4·S·(m + 1) paths beyond a floor of 2^20, then stops as the clock stops it (false).
+// Where a correct lexicon's answer is itself exponential in S (all the words over {a, l} of
+// length 22 fit in about 400 bytes), R is that answer; a damaged one can make R no larger than N.
 //
 // Searches keep their working state to themselves, so one automaton may serve several threads,
 // except for time-limited prefix searches (option 0x20), whose start time is kept here.
@@ -162,15 +183,16 @@ class OUTILS_SOCLE_EXPORT AutomateAcycliqueMin {
   // one character; "#" one consonant; "&" one vowel; any other character matches one that is
   // equal under the Malgray bits 2, 4, 8 of `parametre`; with bit 0x01 a stored ligature also
   // matches its two letters in the pattern. Without bit 0x10, jokers stand only for letters
-  // and digits ("*" for letters only). Results in number order, at most `limite` (0: all).
-  // False when the delegate interrupted the search.
+  // and digits ("*" for letters only). Results in number order, each form once, at most
+  // `limite` (0: all): the walk stops at the limit. False when the delegate interrupted it.
   bool FormesPourJoker(const ChaineN& motif, ListeC<_Forme>& formes, uint32_t parametre = 0,
                        uint32_t limite = 0, DelegueInterruptionAutomateAcycliqueMin* delegue = nullptr) const;
   // Corrections: the forms within `coutMax` of the word under the model (0: the model's own
   // bound; a null model: the French default), by ascending cost then number, at most `limite`
   // (0: all). With option 0x20 the search widens its cost bound in steps and, when the time is
   // up, returns the forms of the last fully searched bound: always the head of the complete
-  // ranked answer, as the limit also gives. False when the limit or the clock cut the answer.
+  // ranked answer, as the limit also gives. False when the limit, the clock or the visit budget
+  // (above; only damaged or adversarial bytes come near it) cut the answer.
   bool FormesProbabilistes(const ChaineN& mot, const _OptionRecherche& options, uint32_t limite,
                            uint32_t coutMax, const ProbabiliteTransformation* modele,
                            ListeC<_FormeProbabiliste>& formes);
@@ -194,8 +216,6 @@ class OUTILS_SOCLE_EXPORT AutomateAcycliqueMin {
  private:
   template <int A>
   friend class LecteurAutomate;
-  template <int A>
-  friend class MarchesAutomate;
 
   std::shared_ptr<FluxEntreeMemoire> possede_;  // the mapped file when opened from a path
   FluxEntreeMemoire* flux_ = nullptr;

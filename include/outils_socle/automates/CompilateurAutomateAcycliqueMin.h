@@ -81,7 +81,11 @@ class OUTILS_SOCLE_EXPORT CompilateurAutomateAcycliqueMin {
   const ListeT<ChaineN>& Mots() const { return mots_; }  // sorted, without duplicates
   uint64_t NbEtats() const;
   uint64_t NbTransitions() const;
-  uint64_t TaillePartie() const { return taillePartie_; }
+  uint64_t TaillePartie() const { return taillePartie_; }  // 0 for an empty list
+  // The parts built in parallel and merged: 0 for an empty list.
+  uint64_t NbParties() const {
+    return taillePartie_ == 0 ? 0 : (mots_.Taille() + taillePartie_ - 1) / taillePartie_;
+  }
   uint32_t PlusGrandCompte() const;
 
  protected:
