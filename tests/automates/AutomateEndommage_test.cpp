@@ -35,8 +35,9 @@ void Ecris(Octets& o, uint64_t valeur, int octets) {
 // A layered automaton in the stored form (version 2.0.0.0, 3-byte addresses): state 0 at the
 // bottom, final or a dead end; optionally a state above it reached from the rest only by
 // `carFond` (so that the only forms end with it); then `couches` states, each with the
-// transitions `cars[k]` of count `comptes[k]` to the state just below, and, with `carImpasse`,
-// a last one of count 0 to a dead end. The root is the top.
+// transitions `cars[k]` of count `comptes[k]` (doubled at each layer with `doubles`) to the
+// state just below, and, with `carImpasse`, a last one of count 0 to a dead end. The root is
+// the top.
 struct Couches {
   uint32_t couches;
   std::u16string cars;
@@ -44,6 +45,7 @@ struct Couches {
   bool fondFinal = true;
   char16_t carFond = 0;
   char16_t carImpasse = 0;
+  bool doubles = false;
 };
 
 Octets Fabrique(const Couches& c) {
@@ -64,10 +66,11 @@ Octets Fabrique(const Couches& c) {
     const uint64_t ici = zone.size();
     Ecris(zone, (c.cars.size() + (c.carImpasse != 0)) * 2, 2);
     for (size_t t = 0; t < c.cars.size(); ++t) {
+      const uint32_t compte = c.doubles ? c.comptes[t] << k : c.comptes[t];
       Ecris(zone, c.cars[t], 2);
-      Ecris(zone, c.comptes[t], 3);
+      Ecris(zone, compte, 3);
       Ecris(zone, dessous, 3);
-      plusGrand = std::max(plusGrand, c.comptes[t]);
+      plusGrand = std::max(plusGrand, compte);
     }
     if (c.carImpasse != 0) {
       Ecris(zone, c.carImpasse, 2);
@@ -212,30 +215,9 @@ TEST(AutomateEndommage, LeGenerateurRefaitLesFichiers) {
 }
 
 // Every word of `couches` letters over {a, l}: 2^couches forms in couches + 1 states, with the
-// counts a correct lexicon has.
-Octets SuitesCorrectes(uint32_t couches) {
-  Octets zone;
-  Ecris(zone, 1, 2);
-  uint64_t dessous = 0;
-  for (uint32_t k = 0; k < couches; ++k) {
-    const uint64_t ici = zone.size();
-    Ecris(zone, 4, 2);
-    // Stored by descending count: "a" is numbered after "l" (equal sizes, higher letter first).
-    Ecris(zone, u'a', 2);
-    Ecris(zone, uint64_t{1} << k, 3);
-    Ecris(zone, dessous, 3);
-    Ecris(zone, u'l', 2);
-    Ecris(zone, 0, 3);
-    Ecris(zone, dessous, 3);
-    dessous = ici;
-  }
-  Octets o{2, 0, 0, 0};
-  Ecris(o, dessous, 4);
-  Ecris(o, zone.size(), 4);
-  Ecris(o, couches == 0 ? 0 : uint64_t{1} << (couches - 1), 4);
-  o.insert(o.end(), zone.begin(), zone.end());
-  return o;
-}
+// counts of a correct lexicon ("a" is numbered after "l": equal sizes, higher letter first, so
+// "a" is stored first with the count 2^k).
+Octets SuitesCorrectes(uint32_t couches) { return Fabrique({couches, u"al", {1, 0}, true, 0, 0, true}); }
 
 TEST(AutomateEndommage, UnLexiqueCorrectDeTresNombreusesFormesRestePrompt) {
   std::vector<std::u16string> mots{u""};
