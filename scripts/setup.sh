@@ -7,7 +7,7 @@ paquets=(
   cmake make g++ pkg-config python3
   qtbase5-dev
   libboost-thread-dev libboost-system-dev
-  zlib1g-dev libicu-dev
+  zlib1g-dev libdeflate-dev libicu-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   wfrench ccache clang-format unicode-data libabsl-dev libtbb-dev libmarisa-dev libdawgdic-dev libfst-dev libfst-tools wamerican
   man-db

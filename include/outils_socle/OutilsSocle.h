@@ -15,6 +15,10 @@
 #include <outils_socle/fils/DMessagerSurFilCourant.h>
 #include <outils_socle/fils/DMutex.h>
 #include <outils_socle/fils/FileOperations.h>
+#include <outils_socle/flux/CodeHuffman.h>
+#include <outils_socle/flux/CodeHuffmanCalcul.h>
+#include <outils_socle/flux/DonneesIndexeesParNo.h>
+#include <outils_socle/flux/EncodageParBlocCompresse.h>
 #include <outils_socle/flux/Fichier.h>
 #include <outils_socle/flux/Flux.h>
 #include <outils_socle/flux/Serialiseur.h>

@@ -1,0 +1,174 @@
+// Block-compressed entries (docs/blocs.md). The stream: the block size (VarElias), the type
+// (one byte), then one record per block, its stored length (VarElias) and its bytes, raw or as a
+// zlib stream. Entries are found through (record position, offset in the decoded block).
+#include <outils_socle/flux/EncodageParBlocCompresse.h>
+
+#include <cstring>
+#include <ostream>
+#include <string>
+
+#include <outils_socle/flux/Flux.h>
+#include <outils_socle/flux/Serialiseur.h>
+#include <outils_socle/texte/Exception.h>
+
+#include "flux/Compression.h"
+
+namespace sdd {
+
+namespace {
+
+[[noreturn]] void TypeInconnu() { throw exceptions::ErreurDeserialisation("Type de compression inconnu"); }
+
+[[noreturn]] void BlocEndommage(uint64_t position, const std::string& pourquoi) {
+  throw exceptions::ErreurDeserialisation("Bloc compressé endommagé à la position " +
+                                          std::to_string(position) + " : " + pourquoi);
+}
+
+}  // namespace
+
+std::ostream& operator<<(std::ostream& sortie, const _typPositionEncodageBloc& position) {
+  return sortie << '(' << position.positionBloc << ',' << position.positionDansBloc << ')';
+}
+
+// ---- encoding
+
+EncodageParBlocCompresse::EncodageParBlocCompresse(FluxSortie* sortie, unsigned int tailleBloc,
+                                                   eTypeCompression type)
+    : sortie_(sortie), tailleBloc_(tailleBloc), bloc_(256), type_(type) {
+  if (sortie == nullptr) throw exceptions::PointeurInvalide();
+  SerialiseurVarElias::Ecris(*sortie_, uint64_t{tailleBloc});
+  sortie_->Mets(static_cast<uint8_t>(type));
+}
+
+EncodageParBlocCompresse::EncodageParBlocCompresse(const EncodageParBlocCompresse& autre) = default;
+EncodageParBlocCompresse& EncodageParBlocCompresse::operator=(const EncodageParBlocCompresse& autre) =
+    default;
+EncodageParBlocCompresse::~EncodageParBlocCompresse() = default;
+
+_typPositionEncodageBloc EncodageParBlocCompresse::Place(uint64_t besoin) {
+  // Strictly: an entry that fills the block exactly stays in it.
+  if (tailleBloc_ < bloc_.DonnePosition() + besoin) Vidange();
+  return {sortie_->DonnePosition(), bloc_.DonnePosition()};
+}
+
+_typPositionEncodageBloc EncodageParBlocCompresse::EncodeChaine(ChaineN chaine, ChaineN::Codage codage) {
+  for (const char16_t c : chaine) {
+    if (c == 0)
+      throw exceptions::OperationInvalide("Une chaîne à coder en bloc ne peut contenir le caractère nul");
+  }
+  const std::string octets = chaine.Encode(codage);
+  const uint64_t terminateur = codage == ChaineN::kCodageUTF16LE || codage == ChaineN::kCodageUTF16BE ? 2 : 1;
+  if (octets.size() + terminateur > tailleBloc_) {
+    throw exceptions::OperationInvalide(
+        "Entrée plus grande que le bloc : " + std::to_string(octets.size() + terminateur) +
+        " octets pour des blocs de " + std::to_string(tailleBloc_));
+  }
+  // The room the format has always reckoned: the text up to its first zero byte, plus its length
+  // in VarElias.
+  const uint64_t longueur = std::strlen(octets.c_str());
+  const _typPositionEncodageBloc position = Place(longueur + SerialiseurVarElias::NbBitsRequis(longueur));
+  bloc_.Mets(reinterpret_cast<const uint8_t*>(octets.data()), octets.size());
+  for (uint64_t i = 0; i < terminateur; ++i) bloc_.Mets(uint8_t{0});
+  return position;
+}
+
+_typPositionEncodageBloc EncodageParBlocCompresse::EncodeOctets(const char* octets, uint64_t n) {
+  if (n > tailleBloc_) {
+    throw exceptions::OperationInvalide("Entrée plus grande que le bloc : " + std::to_string(n) +
+                                        " octets pour des blocs de " + std::to_string(tailleBloc_));
+  }
+  const _typPositionEncodageBloc position = Place(n);
+  bloc_.Mets(reinterpret_cast<const uint8_t*>(octets), n);
+  return position;
+}
+
+void EncodageParBlocCompresse::TermineEncodage() { Vidange(); }
+
+void EncodageParBlocCompresse::Vidange() {
+  const uint64_t n = bloc_.DonnePosition();
+  const uint8_t* octets = bloc_.PreteDonneesBrutes();
+  if (type_ == CompressionZlib) {
+    detail::CompresseZlib(octets, n, travail_);
+  } else if (type_ == SansCompression) {
+    travail_.assign(octets, octets + n);
+  } else {
+    throw exceptions::ErreurDeserialisation("Type de compression inconnu");
+  }
+  SerialiseurVarElias::Ecris(*sortie_, uint64_t{travail_.size()});
+  sortie_->Mets(travail_.data(), travail_.size());
+  bloc_.Vide();
+}
+
+// ---- decoding
+
+DecodageParBlocCompresse::DecodageParBlocCompresse(FluxEntreeMemoire* entree, uint64_t debut)
+    : entree_(entree), debut_(debut) {
+  if (entree == nullptr) throw exceptions::PointeurInvalide();
+  if (debut >= entree->Taille())
+    throw exceptions::ErreurDeserialisation("Blocs compressés : en-tête hors des données");
+  entree->Positionne(debut);
+  SerialiseurVarElias::Lis(*entree, &tailleBloc_);
+  if (entree->EstALaFin()) throw exceptions::ErreurDeserialisation("Blocs compressés : en-tête tronqué");
+  type_ = entree->Donne();
+}
+
+TamponMemoire DecodageParBlocCompresse::_PlaceTamponSelonPosition(
+    const _typPositionEncodageBloc& position) const {
+  if (type_ != SansCompression && type_ != CompressionZlib) TypeInconnu();
+  const uint64_t taille = entree_->Taille();
+  TamponMemoire lu = entree_->NouveauTamponEnPretantDonnees();
+  const uint8_t* octets = lu.PreteDonneesBrutes();
+  if (position.positionBloc >= taille || debut_ > taille - position.positionBloc) {
+    BlocEndommage(position.positionBloc, "hors des données");
+  }
+  const uint64_t record = debut_ + position.positionBloc;
+  uint64_t stocke = 0;
+  const uint8_t* donnees = SerialiseurVarElias::LisDepuis(octets + record, octets + taille, &stocke);
+  if (stocke > static_cast<uint64_t>(octets + taille - donnees)) {
+    BlocEndommage(position.positionBloc, "longueur " + std::to_string(stocke) + " au-delà des données");
+  }
+  if (type_ == SansCompression) {
+    TamponMemoire bloc(static_cast<uint64_t>(stocke + 1));
+    bloc.Mets(donnees, stocke);
+    bloc.Positionne(0);
+    bloc.MetsTaille(stocke);
+    return bloc;
+  }
+  // Nothing this library writes decodes to more than twice the block size (see the encoder).
+  const uint64_t capacite = 2 * tailleBloc_ + 16;
+  TamponMemoire bloc(capacite);
+  uint64_t obtenus = 0;
+  if (!detail::DecompresseZlib(donnees, stocke, const_cast<uint8_t*>(bloc.PreteDonneesBrutes()), capacite,
+                               &obtenus)) {
+    BlocEndommage(position.positionBloc, "flux zlib invalide");
+  }
+  bloc.Positionne(0);
+  bloc.MetsTaille(obtenus);
+  return bloc;
+}
+
+void DecodageParBlocCompresse::DecodeChaine(const _typPositionEncodageBloc& position, ChaineN& chaine,
+                                            ChaineN::Codage codage) const {
+  TamponMemoire bloc = _PlaceTamponSelonPosition(position);
+  if (position.positionDansBloc >= bloc.Taille()) {
+    BlocEndommage(position.positionBloc,
+                  "entrée au-delà du bloc (" + std::to_string(position.positionDansBloc) + ")");
+  }
+  bloc.Positionne(position.positionDansBloc);
+  try {
+    chaine.Lis(bloc, codage);
+  } catch (const exceptions::OperationInvalide&) {
+    BlocEndommage(position.positionBloc, "chaîne sans terminateur");
+  }
+}
+
+void DecodageParBlocCompresse::DecodeOctets(const _typPositionEncodageBloc& position, uint64_t n,
+                                            const char* destination) const {
+  TamponMemoire bloc = _PlaceTamponSelonPosition(position);
+  if (position.positionDansBloc > bloc.Taille() || n > bloc.Taille() - position.positionDansBloc) {
+    BlocEndommage(position.positionBloc, "entrée au-delà du bloc");
+  }
+  std::memcpy(const_cast<char*>(destination), bloc.PreteDonneesBrutes() + position.positionDansBloc, n);
+}
+
+}  // namespace sdd
