@@ -1,9 +1,12 @@
 #pragma once
 
+#include <outils_socle/conteneurs/ListeT.h>
 #include <outils_socle/texte/ChaineN.h>
 
+#include <chrono>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 // The subcommands of outils-socle. Each takes its own arguments (without the subcommand's name)
@@ -14,6 +17,8 @@ namespace outils {
 int Convertis(const std::vector<std::string>& arguments);
 int Demo(const std::vector<std::string>& arguments);
 int Lexique(const std::vector<std::string>& arguments);
+int Huffman(const std::vector<std::string>& arguments);
+int Blocs(const std::vector<std::string>& arguments);
 // The lexicon part of the demonstration, on the same word list.
 int DemoLexique(const std::string& liste);
 
@@ -25,6 +30,23 @@ std::string NomsDesCodages();
 
 // Reads a whole file ("-" for standard input); false with a message on stderr on failure.
 bool LisFichier(const std::string& chemin, std::string& contenu);
+// A UTF-8 word list, one word a line (CR LF too); empty lines are skipped.
+bool LisListe(const std::string& chemin, sdd::ListeT<sdd::ChaineN>& mots);
+std::string U8(const sdd::ChaineN& c);
+
+// Options of the form --nom VALEUR (for the names in `avecValeur`) or --drapeau; the rest are
+// positional.
+struct Arguments {
+  std::vector<std::string> positions;
+  std::vector<std::pair<std::string, std::string>> options;
+  bool Drapeau(const std::string& nom) const;
+  long Nombre(const std::string& nom, long defaut) const;
+  std::string Texte(const std::string& nom, const std::string& defaut) const;
+};
+Arguments Analyse(const std::vector<std::string>& arguments, const std::vector<std::string>& avecValeur);
+
+using Horloge = std::chrono::steady_clock;
+double MsDepuis(Horloge::time_point debut);
 // `texte` (UTF-8) followed by spaces up to `largeur` terminal columns, so that columns line up
 // whatever the accents: a precomposed "é" takes one column, a combining accent none, a wide
 // East Asian character two. Text already as wide is returned whole.

@@ -79,33 +79,6 @@ std::string NomsDesCodages() {
   return noms;
 }
 
-void Erreur(const std::string& message) { std::cerr << "outils-socle: " << message << '\n'; }
-
-bool LisFichier(const std::string& chemin, std::string& contenu) {
-  if (chemin == "-") {
-    contenu.assign(std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>());
-    return true;
-  }
-  std::error_code ec;
-  if (std::filesystem::is_directory(chemin, ec)) {
-    Erreur("« " + chemin + " » est un dossier, pas un fichier");
-    return false;
-  }
-  std::ifstream f(chemin, std::ios::binary);
-  if (!f) {
-    Erreur("impossible de lire « " + chemin + " » : " + std::strerror(errno));
-    return false;
-  }
-  std::ostringstream tout;
-  tout << f.rdbuf();
-  if (f.bad()) {
-    Erreur("erreur de lecture dans « " + chemin + " »");
-    return false;
-  }
-  contenu = tout.str();
-  return true;
-}
-
 int Convertis(const std::vector<std::string>& arguments) {
   C::Codage de = C::kCodageUTF8, vers = C::kCodageUTF8;
   std::string entree = "-", sortie;

@@ -13,7 +13,6 @@ namespace outils {
 namespace {
 
 using C = sdd::ChaineN;
-using Horloge = std::chrono::steady_clock;
 
 constexpr const char* kListeParDefaut = "/usr/share/dict/french";
 constexpr int kRepetitions = 5;  // the best of several runs steadies the throughput figure

@@ -37,60 +37,6 @@ const char* const kAideLexique =
     "  dot LISTE SORTIE [--svg]        le texte Graphviz de l'automate de la liste\n"
     "                                  (--svg : passe aussi par dot, s'il est installé)\n";
 
-using Horloge = std::chrono::steady_clock;
-
-double MsDepuis(Horloge::time_point debut) {
-  return std::chrono::duration<double, std::milli>(Horloge::now() - debut).count();
-}
-
-std::string U8(const sdd::ChaineN& c) { return c.PreteUTF8(); }
-
-bool LisListe(const std::string& chemin, sdd::ListeT<sdd::ChaineN>& mots) {
-  std::string contenu;
-  if (!LisFichier(chemin, contenu)) return false;
-  size_t debut = 0;
-  while (debut < contenu.size()) {
-    size_t fin = contenu.find('\n', debut);
-    if (fin == std::string::npos) fin = contenu.size();
-    size_t n = fin - debut;
-    if (n > 0 && contenu[debut + n - 1] == '\r') --n;
-    if (n > 0) mots.Ajoute(sdd::ChaineN(contenu.data() + debut, sdd::ChaineN::kCodageUTF8, n));
-    debut = fin + 1;
-  }
-  return true;
-}
-
-// Options of the form --nom VALEUR or --drapeau; the rest are positional.
-struct Arguments {
-  std::vector<std::string> positions;
-  std::vector<std::pair<std::string, std::string>> options;
-  bool Drapeau(const std::string& nom) const {
-    for (const auto& [n, v] : options)
-      if (n == nom) return true;
-    return false;
-  }
-  long Nombre(const std::string& nom, long defaut) const {
-    for (const auto& [n, v] : options)
-      if (n == nom) return std::strtol(v.c_str(), nullptr, 0);
-    return defaut;
-  }
-};
-
-Arguments Analyse(const std::vector<std::string>& arguments, const std::vector<std::string>& avecValeur) {
-  Arguments a;
-  for (size_t i = 0; i < arguments.size(); ++i) {
-    const std::string& x = arguments[i];
-    if (x.size() > 2 && x.compare(0, 2, "--") == 0) {
-      const std::string nom = x.substr(2);
-      const bool valeur = std::find(avecValeur.begin(), avecValeur.end(), nom) != avecValeur.end();
-      a.options.emplace_back(nom, valeur && i + 1 < arguments.size() ? arguments[++i] : "");
-    } else {
-      a.positions.push_back(x);
-    }
-  }
-  return a;
-}
-
 // A bar on stderr, redrawn when the percentage changes.
 class Barre : public sdd::Progression {
  public:

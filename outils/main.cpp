@@ -1,8 +1,11 @@
 // outils-socle: the command-line face of the library.
 #include <cstdio>
 #include <cstring>
+#include <exception>
 #include <string>
 #include <vector>
+
+#include <outils_socle/texte/Exception.h>
 
 #include "Commandes.h"
 
@@ -16,6 +19,8 @@ const char* const kAide =
     "Commandes :\n"
     "  convertis   convertit un texte d'un codage à un autre (comme iconv)\n"
     "  lexique     compile une liste de mots en automate minimal et l'interroge\n"
+    "  huffman     construit le code de Huffman d'un texte, code et décode avec lui\n"
+    "  blocs       range une liste de mots dans des blocs compressés et les relit\n"
     "  demo        fait l'aller-retour de la liste de mots française dans les sept codages\n"
     "\n"
     "Options :\n"
@@ -39,9 +44,21 @@ int main(int argc, char** argv) {
     std::printf("outils-socle %s\n", kVersion);
     return 0;
   }
-  if (commande == "convertis") return outils::Convertis(arguments);
-  if (commande == "lexique") return outils::Lexique(arguments);
-  if (commande == "demo") return outils::Demo(arguments);
+  // Failures the commands leave to us: the library's exceptions and the file alerts (a
+  // standard exception), reported on one line with exit status 1.
+  try {
+    if (commande == "convertis") return outils::Convertis(arguments);
+    if (commande == "lexique") return outils::Lexique(arguments);
+    if (commande == "huffman") return outils::Huffman(arguments);
+    if (commande == "blocs") return outils::Blocs(arguments);
+    if (commande == "demo") return outils::Demo(arguments);
+  } catch (const sdd::exceptions::Exception& e) {
+    outils::Erreur(e.MessageComplet().PreteUTF8());
+    return 1;
+  } catch (const std::exception& e) {
+    outils::Erreur(e.what());
+    return 1;
+  }
   outils::Erreur("commande inconnue : « " + commande + " » (voir outils-socle --help)");
   return 2;
 }

@@ -333,6 +333,11 @@ typename CodeHuffman<T>::_Code CodeHuffman<T>::PreteCodePourCar(T c, bool* incon
 }
 
 template <typename T>
+typename CodeHuffman<T>::_Code CodeHuffman<T>::CodeEchappement() const {
+  return donnees_->echappement;
+}
+
+template <typename T>
 uint32_t CodeHuffman<T>::NombreDeCaracteres() const {
   return donnees_->nbCaracteres;
 }

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <ostream>
 #include <string>
+#include <vector>
 
 #include <outils_socle/flux/Flux.h>
 #include <outils_socle/flux/Serialiseur.h>
@@ -112,48 +113,80 @@ DecodageParBlocCompresse::DecodageParBlocCompresse(FluxEntreeMemoire* entree, ui
   type_ = entree->Donne();
 }
 
-TamponMemoire DecodageParBlocCompresse::_PlaceTamponSelonPosition(
-    const _typPositionEncodageBloc& position) const {
+namespace {
+
+// The last block decoded on this thread, kept with the stored bytes it came from: a block asked
+// for again is served without decoding when its stored bytes are the same, compared byte for
+// byte (so a changed input, or another input at the same address, is decoded afresh). Entries
+// of one block are often read one after another; each costs then a comparison, not a decoding.
+struct DernierBloc {
+  std::vector<uint8_t> stocke;
+  std::vector<uint8_t> decode;
+  uint64_t taille = 0;
+  bool valide = false;
+};
+
+}  // namespace
+
+const uint8_t* DecodageParBlocCompresse::Bloc(const _typPositionEncodageBloc& position,
+                                              uint64_t* taille) const {
   if (type_ != SansCompression && type_ != CompressionZlib) TypeInconnu();
-  const uint64_t taille = entree_->Taille();
+  const uint64_t octetsEntree = entree_->Taille();
   TamponMemoire lu = entree_->NouveauTamponEnPretantDonnees();
   const uint8_t* octets = lu.PreteDonneesBrutes();
-  if (position.positionBloc >= taille || debut_ > taille - position.positionBloc) {
+  if (position.positionBloc >= octetsEntree || debut_ > octetsEntree - position.positionBloc) {
     BlocEndommage(position.positionBloc, "hors des données");
   }
-  const uint64_t record = debut_ + position.positionBloc;
   uint64_t stocke = 0;
-  const uint8_t* donnees = SerialiseurVarElias::LisDepuis(octets + record, octets + taille, &stocke);
-  if (stocke > static_cast<uint64_t>(octets + taille - donnees)) {
+  const uint8_t* donnees =
+      SerialiseurVarElias::LisDepuis(octets + debut_ + position.positionBloc, octets + octetsEntree, &stocke);
+  if (stocke > static_cast<uint64_t>(octets + octetsEntree - donnees)) {
     BlocEndommage(position.positionBloc, "longueur " + std::to_string(stocke) + " au-delà des données");
   }
   if (type_ == SansCompression) {
-    TamponMemoire bloc(static_cast<uint64_t>(stocke + 1));
-    bloc.Mets(donnees, stocke);
-    bloc.Positionne(0);
-    bloc.MetsTaille(stocke);
-    return bloc;
+    *taille = stocke;
+    return donnees;
   }
+  thread_local DernierBloc dernier;
+  if (dernier.valide && dernier.stocke.size() == stocke &&
+      std::memcmp(dernier.stocke.data(), donnees, stocke) == 0) {
+    *taille = dernier.taille;
+    return dernier.decode.data();
+  }
+  dernier.valide = false;
   // Nothing this library writes decodes to more than twice the block size (see the encoder).
   const uint64_t capacite = 2 * tailleBloc_ + 16;
-  TamponMemoire bloc(capacite);
-  uint64_t obtenus = 0;
-  if (!detail::DecompresseZlib(donnees, stocke, const_cast<uint8_t*>(bloc.PreteDonneesBrutes()), capacite,
-                               &obtenus)) {
+  if (dernier.decode.size() < capacite) dernier.decode.resize(capacite);
+  if (!detail::DecompresseZlib(donnees, stocke, dernier.decode.data(), capacite, &dernier.taille)) {
     BlocEndommage(position.positionBloc, "flux zlib invalide");
   }
+  dernier.stocke.assign(donnees, donnees + stocke);
+  dernier.valide = true;
+  *taille = dernier.taille;
+  return dernier.decode.data();
+}
+
+TamponMemoire DecodageParBlocCompresse::_PlaceTamponSelonPosition(
+    const _typPositionEncodageBloc& position) const {
+  uint64_t taille = 0;
+  const uint8_t* octets = Bloc(position, &taille);
+  TamponMemoire bloc(taille + 1);
+  bloc.Mets(octets, taille);
   bloc.Positionne(0);
-  bloc.MetsTaille(obtenus);
   return bloc;
 }
 
 void DecodageParBlocCompresse::DecodeChaine(const _typPositionEncodageBloc& position, ChaineN& chaine,
                                             ChaineN::Codage codage) const {
-  TamponMemoire bloc = _PlaceTamponSelonPosition(position);
-  if (position.positionDansBloc >= bloc.Taille()) {
+  uint64_t taille = 0;
+  const uint8_t* octets = Bloc(position, &taille);
+  if (position.positionDansBloc >= taille) {
     BlocEndommage(position.positionBloc,
                   "entrée au-delà du bloc (" + std::to_string(position.positionDansBloc) + ")");
   }
+  // Read in place: a buffer lending the block's bytes.
+  TamponMemoire bloc(reinterpret_cast<char*>(const_cast<uint8_t*>(octets)), static_cast<int64_t>(taille),
+                     false);
   bloc.Positionne(position.positionDansBloc);
   try {
     chaine.Lis(bloc, codage);
@@ -164,11 +197,12 @@ void DecodageParBlocCompresse::DecodeChaine(const _typPositionEncodageBloc& posi
 
 void DecodageParBlocCompresse::DecodeOctets(const _typPositionEncodageBloc& position, uint64_t n,
                                             const char* destination) const {
-  TamponMemoire bloc = _PlaceTamponSelonPosition(position);
-  if (position.positionDansBloc > bloc.Taille() || n > bloc.Taille() - position.positionDansBloc) {
+  uint64_t taille = 0;
+  const uint8_t* octets = Bloc(position, &taille);
+  if (position.positionDansBloc > taille || n > taille - position.positionDansBloc) {
     BlocEndommage(position.positionBloc, "entrée au-delà du bloc");
   }
-  std::memcpy(const_cast<char*>(destination), bloc.PreteDonneesBrutes() + position.positionDansBloc, n);
+  std::memcpy(const_cast<char*>(destination), octets + position.positionDansBloc, n);
 }
 
 }  // namespace sdd

@@ -16,6 +16,8 @@
 #include <locale>
 #include <sstream>
 
+#include "flux/Compression.h"
+
 namespace sdd {
 
 namespace {
@@ -349,13 +351,19 @@ std::string DecompresseUTF8(FluxEntree& entree) {
     throw -1;
   const uint64_t position = entree.DonnePosition(), taille = entree.Taille();
   if (position > taille || c > taille - position) throw -1;
-  std::string compresse(c, '\0');
-  if (entree.Donne(c, reinterpret_cast<uint8_t*>(compresse.data())) != c) throw -1;
+  // In place when the bytes are in memory, else copied out of the stream first.
+  std::string copie;
+  const uint8_t* compresse = nullptr;
+  if (auto* memoire = dynamic_cast<FluxEntreeMemoire*>(&entree)) {
+    compresse = static_cast<const uint8_t*>(memoire->PtrEtAvance(c));
+  } else {
+    copie.resize(c);
+    if (entree.Donne(c, reinterpret_cast<uint8_t*>(copie.data())) != c) throw -1;
+    compresse = reinterpret_cast<const uint8_t*>(copie.data());
+  }
   std::string texte(l, '\0');
-  uLongf obtenu = static_cast<uLongf>(l);
-  if (uncompress(reinterpret_cast<Bytef*>(texte.data()), &obtenu,
-                 reinterpret_cast<const Bytef*>(compresse.data()), static_cast<uLong>(c)) != Z_OK)
-    throw -1;
+  uint64_t obtenu = 0;
+  if (!detail::DecompresseZlib(compresse, c, reinterpret_cast<uint8_t*>(texte.data()), l, &obtenu)) throw -1;
   texte.resize(obtenu);
   return texte;
 }

@@ -41,11 +41,11 @@ for commande, texte in textes.items():
     if commande:
         attendus.add(f"outils-socle {commande}")
     attendus.update(re.findall(r"(?<![\w-])(--?[A-Za-z][\w-]*)", texte))
-# The lexicon's actions: the first word of each indented line of its help.
-actions = re.findall(r"^  ([a-z]+) ", textes["lexique"], re.M)
-if len(actions) < 8:
+# Each command's actions: an indented line of its help, the action and its first argument.
+for commande, texte in textes.items():
+    attendus.update(f"{action} {argument}" for action, argument in re.findall(r"^  ([a-z]+) ([A-Z]+)", texte, re.M))
+if not any(a.startswith("cherche ") for a in attendus):
     sys.exit(f"actions not found in the lexique help:\n{textes['lexique']}")
-attendus.update(f"{action} LEXIQUE" if action not in ("compile", "dot") else f"{action} LISTE" for action in actions)
 # The encodings' names listed by convertis.
 noms = textes["convertis"].split("Codages (sans distinction de casse) :")[1]
 attendus.update(n.strip(" .\n") for n in noms.split(","))

@@ -61,6 +61,8 @@ class OUTILS_SOCLE_EXPORT CodeHuffman {
   // The character's code, *inconnu false; for a character the code lacks, the escape code and
   // *inconnu true.
   _Code PreteCodePourCar(T c, bool* inconnu) const;
+  // The code that stands for every character the code lacks.
+  _Code CodeEchappement() const;
   // The characters the code was built with (the escape leaf aside).
   uint32_t NombreDeCaracteres() const;
   // The bits that `c` takes, escape and raw bits included.

@@ -72,8 +72,11 @@ class OUTILS_SOCLE_EXPORT EncodageParBlocCompresse {
 };
 
 // Reads entries back, in place, from the bytes of an encoder's output (a mapped file, a
-// buffer). Each call decodes the entry's block again into a buffer of its own, so one decoder
-// may serve several threads; the bytes must outlive it.
+// buffer); the bytes must outlive the decoder. A zlib block is decoded whole and its checksum
+// checked before any entry is read from it. Each thread keeps the last block it decoded, with
+// the stored bytes it came from, and serves the next entry of the same block from it when those
+// bytes are unchanged (compared byte for byte): reading a block's entries in turn costs one
+// decoding. One decoder may serve several threads.
 //
 // Damaged data never makes it read outside the input: a block record or an entry that does
 // not lie inside the input or the decoded block, or a zlib stream that does not decode whole
@@ -98,6 +101,10 @@ class OUTILS_SOCLE_EXPORT DecodageParBlocCompresse {
   TamponMemoire _PlaceTamponSelonPosition(const _typPositionEncodageBloc& position) const;
 
  private:
+  // The decoded bytes of the entry's block and their number: in the input for a raw block,
+  // else in this thread's last decoded block (valid until the thread's next decode).
+  const uint8_t* Bloc(const _typPositionEncodageBloc& position, uint64_t* taille) const;
+
   FluxEntreeMemoire* entree_;
   uint64_t debut_;
   uint64_t tailleBloc_;
