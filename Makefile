@@ -3,7 +3,8 @@
 #   make check       set up, build, and run every test with ctest
 #   make check-asan  the same tests built with AddressSanitizer and UndefinedBehaviorSanitizer
 #   make check-tsan  the tests built with ThreadSanitizer
-#   make bench       run the benchmarks (ours beside ICU, Qt, the standard library, marisa-trie and dawgdic)
+#   make bench       run the benchmarks (ours beside ICU, Qt, the standard library, zlib, libdeflate,
+#                    marisa-trie and dawgdic)
 #   make format      check the formatting with clang-format
 #   make deb         build the Debian packages into build-deb/paquets/
 #   make check-deb   build them, check them with lintian, unpack them and use them as a user would
@@ -49,6 +50,7 @@ check-tsan: setup build-tsan/CMakeCache.txt
 bench: build
 	./build/bench/bench_texte
 	./build/bench/bench_flux
+	./build/bench/bench_compression
 	./build/bench/bench_conteneurs
 	./build/bench/bench_fils
 	./build/bench/bench_automates

@@ -8,6 +8,8 @@
 //   Blocs_LectureBlocChaud               words fetched from one block, again and again
 //   Blocs_Zlib / Blocs_Libdeflate        that one block decoded by zlib's uncompress and by
 //                                        libdeflate, no entry read: the floor of a fetch
+//   Blocs_ZlibJusquALEntree              a random word's block inflated only up to the word, as
+//                                        a reader that skipped the checksum could do (we don't)
 //   ChaineCompressee_Decompresse         the compressed string record of TamponMemoire
 //   ChaineCompressee_Zlib / _Libdeflate  its zlib stream alone, by each decoder
 #include <outils_socle/flux/CodeHuffmanCalcul.h>
@@ -178,6 +180,30 @@ void Blocs_Libdeflate(benchmark::State& etat) {
   etat.SetBytesProcessed(static_cast<int64_t>(etat.iterations() * d.tailleBloc));
 }
 BENCHMARK(Blocs_Libdeflate)->Unit(benchmark::kMicrosecond);
+
+void Blocs_ZlibJusquALEntree(benchmark::State& etat) {
+  Donnees& d = const_cast<Donnees&>(D());
+  std::mt19937 alea(7);
+  std::vector<uint8_t> sortie(40000);
+  z_stream z{};
+  inflateInit(&z);
+  for (auto _ : etat) {
+    const auto& p = d.positions[alea() % d.positions.size()];
+    d.blocs.Positionne(p.positionBloc);
+    uint64_t s = 0;
+    sdd::SerialiseurVarElias::Lis(d.blocs, &s);
+    inflateReset(&z);
+    z.next_in = const_cast<Bytef*>(d.blocs.PreteDonneesBrutes() + d.blocs.DonnePosition());
+    z.avail_in = static_cast<uInt>(s);
+    z.next_out = sortie.data();
+    z.avail_out = static_cast<uInt>(p.positionDansBloc + 64);
+    inflate(&z, Z_SYNC_FLUSH);
+    benchmark::DoNotOptimize(z.total_out);
+  }
+  inflateEnd(&z);
+  etat.SetItemsProcessed(etat.iterations());
+}
+BENCHMARK(Blocs_ZlibJusquALEntree)->Unit(benchmark::kMicrosecond);
 
 void ChaineCompressee_Decompresse(benchmark::State& etat) {
   Donnees& d = const_cast<Donnees&>(D());
