@@ -10,6 +10,7 @@
 
 #include <outils_socle/flux/Flux.h>
 #include <outils_socle/flux/Serialiseur.h>
+#include <outils_socle/texte/ConvertisseurChaineN.h>
 #include <outils_socle/texte/Exception.h>
 
 #include "flux/Compression.h"
@@ -58,7 +59,7 @@ _typPositionEncodageBloc EncodageParBlocCompresse::EncodeChaine(ChaineN chaine, 
       throw exceptions::OperationInvalide("Une chaîne à coder en bloc ne peut contenir le caractère nul");
   }
   const std::string octets = chaine.Encode(codage);
-  const uint64_t terminateur = codage == ChaineN::kCodageUTF16LE || codage == ChaineN::kCodageUTF16BE ? 2 : 1;
+  const uint64_t terminateur = ConvertisseurChaineN::ConvertisseurPourCodage(codage).TailleTerminateur();
   if (octets.size() + terminateur > tailleBloc_) {
     throw exceptions::OperationInvalide(
         "Entrée plus grande que le bloc : " + std::to_string(octets.size() + terminateur) +
@@ -93,7 +94,7 @@ void EncodageParBlocCompresse::Vidange() {
   } else if (type_ == SansCompression) {
     travail_.assign(octets, octets + n);
   } else {
-    throw exceptions::ErreurDeserialisation("Type de compression inconnu");
+    TypeInconnu();
   }
   SerialiseurVarElias::Ecris(*sortie_, uint64_t{travail_.size()});
   sortie_->Mets(travail_.data(), travail_.size());
