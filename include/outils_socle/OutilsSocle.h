@@ -31,5 +31,6 @@
 #include <outils_socle/texte/Exception.h>
 #include <outils_socle/texte/ExceptionCode.h>
 #include <outils_socle/texte/Objet.h>
+#include <outils_socle/texte/RechercheFormes.h>
 #include <outils_socle/texte/UniCaractere.h>
 #include <outils_socle/texte/UniChaine.h>

@@ -9,9 +9,10 @@
 #include <outils_socle/flux/Flux.h>
 #include <outils_socle/texte/Exception.h>
 
+#include "automates/GrapheAutomate.h"
 #include "automates/LecteurAutomate.h"
 #include "automates/MarcheCorrections.h"
-#include "automates/MarcheInsensible.h"
+#include "automates/MarcheFormes.h"
 #include "automates/MarcheJoker.h"
 #include "automates/MarcheNumeros.h"
 
@@ -25,8 +26,6 @@ void AutomateCorrompu(uint64_t adresse) {
 }
 
 }  // namespace detail
-
-bool RecuperationFormeTelQuelAccepte(const RecuperationFormeParams&) { return true; }
 
 DelegueInterruptionAutomateAcycliqueMin::~DelegueInterruptionAutomateAcycliqueMin() = default;
 
@@ -165,18 +164,7 @@ bool AutomateAcycliqueMin::_TempsEcoulay() const {
 
 void AutomateAcycliqueMin::AjoutPositionDansListe(EnsembleTriay<_Position>& positions,
                                                   const _Position& position) {
-  bool present = false;
-  const _Position& stockee = positions.Insere(position, &present);
-  if (!present) return;
-  // Only the ranking fields change, never the key, so the set's order is untouched.
-  auto& s = const_cast<_Position&>(stockee);
-  const bool meilleure = position.rang1 < s.rang1 || (position.rang1 == s.rang1 && position.rang2 < s.rang2);
-  if (meilleure || (s.provisoire && !position.provisoire)) {
-    s.provisoire = position.provisoire;
-    s.rang1 = position.rang1;
-    s.rang2 = position.rang2;
-    s.detail = position.detail;
-  }
+  detail::AjoutePosition(positions, position);
 }
 
 bool AutomateAcycliqueMin::FormePourNo(uint32_t numero, _Forme& forme) const {
@@ -219,9 +207,9 @@ void AutomateAcycliqueMin::FormesPour(const ChaineN& mot, ListeC<_Forme>& formes
   if (nbFormes_ == 0) return;
   if (recuperation == nullptr) recuperation = RecuperationFormeTelQuelAccepte;
   if (largeurAdresse_ == 3) {
-    MarcheInsensible<3>(*this).FormesPour(mot, formes, options, recuperation);
+    MarcheFormes<3>(*this).FormesPour(mot, formes, options, recuperation);
   } else {
-    MarcheInsensible<4>(*this).FormesPour(mot, formes, options, recuperation);
+    MarcheFormes<4>(*this).FormesPour(mot, formes, options, recuperation);
   }
 }
 
@@ -246,9 +234,9 @@ bool AutomateAcycliqueMin::_FormesCommencant(const ListeT<ChaineN>& prefixes, Li
   if (recuperation == nullptr) recuperation = RecuperationFormeTelQuelAccepte;
   if (options.drapeaux & _OptionRecherche::kTempsLimite) debut_ = std::chrono::steady_clock::now();
   if (largeurAdresse_ == 3) {
-    return MarcheInsensible<3>(*this).FormesCommencant(prefixes, formes, options, limite, recuperation);
+    return MarcheFormes<3>(*this).FormesCommencant(prefixes, formes, options, limite, recuperation);
   }
-  return MarcheInsensible<4>(*this).FormesCommencant(prefixes, formes, options, limite, recuperation);
+  return MarcheFormes<4>(*this).FormesCommencant(prefixes, formes, options, limite, recuperation);
 }
 
 bool AutomateAcycliqueMin::FormesPourJoker(const ChaineN& motif, ListeC<_Forme>& formes, uint32_t parametre,
@@ -261,16 +249,38 @@ bool AutomateAcycliqueMin::FormesPourJoker(const ChaineN& motif, ListeC<_Forme>&
   return MarcheJoker<4>(*this, motif, parametre).FormesPourJoker(formes, limite, longueur, delegue);
 }
 
+namespace {
+
+template <int A>
+bool Corrections(const AutomateAcycliqueMin& automate, uint64_t tailleZone, const ChaineN& mot,
+                 const AutomateAcycliqueMin::_OptionRecherche& options, uint32_t limite, uint32_t coutMax,
+                 const ProbabiliteTransformation* modele,
+                 ListeC<AutomateAcycliqueMin::_FormeProbabiliste>& formes) {
+  using R = RechercheCorrections<GrapheAutomate<A>>;
+  const GrapheAutomate<A> g(automate);
+  std::vector<typename R::Candidat> retenus;
+  const bool complet = R::Cherche(g, tailleZone, mot, options, limite, coutMax, &modele, retenus);
+  for (auto& r : retenus) {
+    auto& f = formes.Ajoute(AutomateAcycliqueMin::_FormeProbabiliste{});
+    f.forme = std::move(r.texte);
+    f.numero = r.numero;
+    f.cout = r.cout;
+    f.probabilite = modele->Probabilite(r.cout);
+  }
+  return complet;
+}
+
+}  // namespace
+
 bool AutomateAcycliqueMin::FormesProbabilistes(const ChaineN& mot, const _OptionRecherche& options,
                                                uint32_t limite, uint32_t coutMax,
                                                const ProbabiliteTransformation* modele,
                                                ListeC<_FormeProbabiliste>& formes) {
   if (nbFormes_ == 0) return true;
   if (options.drapeaux & _OptionRecherche::kTempsLimite) debut_ = std::chrono::steady_clock::now();
-  if (largeurAdresse_ == 3) {
-    return MarcheCorrections<3>(*this).FormesProbabilistes(mot, options, limite, coutMax, modele, formes);
-  }
-  return MarcheCorrections<4>(*this).FormesProbabilistes(mot, options, limite, coutMax, modele, formes);
+  return largeurAdresse_ == 3
+             ? Corrections<3>(*this, tailleZone_, mot, options, limite, coutMax, modele, formes)
+             : Corrections<4>(*this, tailleZone_, mot, options, limite, coutMax, modele, formes);
 }
 
 }  // namespace sdd

@@ -39,18 +39,6 @@ inline uint32_t Lis32(const uint8_t* p) { return Lis24(p) | static_cast<uint32_t
 
 [[noreturn]] void AutomateCorrompu(uint64_t adresse);
 
-// The word a search works on: cut to kLongueurMaxMot with 0x80 (otherwise a longer word gives
-// nothing), stripped of non-letters with 0x10.
-inline bool PrepareMot(const ChaineN& mot, uint32_t drapeaux, ChaineN& copie) {
-  copie = mot;
-  if (copie.Longueur() > AutomateAcycliqueMin::kLongueurMaxMot) {
-    if (!(drapeaux & AutomateAcycliqueMin::_OptionRecherche::kCoupeMotsLongs)) return false;
-    copie.EnleveDepuisFin(AutomateAcycliqueMin::kLongueurMaxMot);
-  }
-  if (drapeaux & AutomateAcycliqueMin::_OptionRecherche::kEnleveNonAlpha) copie.EnleveCarNonAlpha();
-  return true;
-}
-
 }  // namespace detail
 
 template <int A>
@@ -74,10 +62,6 @@ class LecteurAutomate {
   bool RecupereExclamation() const { return a_.recupereExclamation_; }
   bool RecupereTiret() const { return a_.recupereTiret_; }
   bool TempsEcoulay() const { return a_._TempsEcoulay(); }
-  static void AjoutePosition(EnsembleTriay<AutomateAcycliqueMin::_Position>& positions,
-                             const AutomateAcycliqueMin::_Position& position) {
-    AutomateAcycliqueMin::AjoutPositionDansListe(positions, position);
-  }
 
   // A state whose transitions all lie inside the area and that is final or has a transition,
   // or TableNonValide.

@@ -1,128 +1,114 @@
 #pragma once
 
-// Word to forms and prefix to forms: the insensitive walk, which follows every transition that
-// a typed character may stand for (accents, case, variants, ligatures either way round), and
-// the listing of the forms below a prefix.
+// The insensitive walk, shared by the lexicon automaton and the string table: from the root, it
+// follows every transition that the typed character may stand for (accents, case, variants,
+// ligatures either way round) and gathers the places where the word, or a prefix, ends.
+//
+// It walks a graph of single-character transitions given by an adapter G:
+//   Etat Racine(); Vue Lis(Etat); bool Final(const Vue&);
+//   the transitions of a state, in a plain loop (kept out of callbacks: this is the hot loop):
+//   Sortie Premiere(const Vue&); bool Existe(const Vue&, Sortie); Sortie Suivante(Sortie);
+//   char16_t Car(Sortie);
+//   Etat Cible(const Vue&, Sortie); uint32_t Compte(Sortie) (the numbering's count, or 0);
+//   bool Trouve(const Vue&, char16_t, Sortie*); uint64_t Identite(Etat);
+//   uint32_t NbFormes(); bool RecupereExclamation(), RecupereTiret();
+//   [[noreturn]] Corrompu(uint64_t); static constexpr bool kMemorise.
+// Identite(Etat) and the accumulated number make a place's key; kMemorise asks the walk to
+// remember the (state, place in the word) pairs that led nowhere, which only a graph that
+// shares states (the automaton) needs.
 
 #include <algorithm>
-#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include <outils_socle/automates/AutomateAcycliqueMin.h>
 #include <outils_socle/conteneurs/EnsembleTriay.h>
-#include <outils_socle/texte/UniCaractere.h>
+#include <outils_socle/texte/RechercheFormes.h>
 
-#include "automates/LecteurAutomate.h"
 #include "automates/MemoMarche.h"
 #include "texte/Malgray.h"
+#include "texte/PlisRecherche.h"
 
 namespace sdd {
 
 namespace detail {
 
-// The folded form of every unit (variant, lower case, no accent), as a dense 128 KiB table built
-// on first use: the insensitive walks fold every transition they pass.
-inline const char16_t* TablePlis() {
-  static const std::unique_ptr<char16_t[]> table = [] {
-    auto t = std::make_unique<char16_t[]>(65536);
-    for (uint32_t c = 0; c < 65536; ++c) {
-      t[c] = UniCaractere::NormaliseVarianteMinusculiseSansAccent(static_cast<char16_t>(c));
-    }
-    return t;
-  }();
-  return table.get();
-}
-
-inline char16_t Pli(char16_t c) { return TablePlis()[c]; }
-
-// The kinds of difference (Malgray bits) between a stored character and a typed one that fold
-// to the same letter.
-inline uint16_t Difference(char16_t stocke, char16_t tape) {
-  uint16_t bits = 0;
-  if (UniCaractere::EstMajuscule(stocke) != UniCaractere::EstMajuscule(tape)) bits |= ChaineN::kMalgrayCasse;
-  const char16_t a = UniCaractere::Minuscule(stocke), b = UniCaractere::Minuscule(tape);
-  if (a != b) {
-    bits |= UniCaractere::SansAccent(a) == UniCaractere::SansAccent(b) ? ChaineN::kMalgrayAccents
-                                                                       : ChaineN::kMalgrayVariantes;
+// The word a search works on: cut to kLongueurMaxMot with 0x80 (otherwise a longer word gives
+// nothing), stripped of non-letters with 0x10.
+inline bool PrepareMot(const ChaineN& mot, uint32_t drapeaux, ChaineN& copie) {
+  copie = mot;
+  if (copie.Longueur() > AutomateAcycliqueMin::kLongueurMaxMot) {
+    if (!(drapeaux & OptionRecherche::kCoupeMotsLongs)) return false;
+    copie.EnleveDepuisFin(AutomateAcycliqueMin::kLongueurMaxMot);
   }
-  return bits;
+  if (drapeaux & OptionRecherche::kEnleveNonAlpha) copie.EnleveCarNonAlpha();
+  return true;
 }
 
-// The table's ligatures (Æ æ Œ œ) all lie at U+00C6 and above: ASCII letters, most of what a
-// walk meets, are told apart without a call.
-inline bool EstLigature(char16_t c) { return c >= 0xC6 && UniCaractere::EstLigature(c); }
-
-inline uint8_t Plus(uint8_t rang, bool oui) {
-  return oui && rang < 255 ? static_cast<uint8_t>(rang + 1) : rang;
+// Adds a place to the set; of two equal places the better ranked stays (smaller rang1, then
+// smaller rang2), and a provisional one always gives way to a firm one.
+inline void AjoutePosition(EnsembleTriay<AutomateAcycliqueMin::_Position>& positions,
+                           const AutomateAcycliqueMin::_Position& position) {
+  bool present = false;
+  const auto& stockee = positions.Insere(position, &present);
+  if (!present) return;
+  // Only the ranking fields change, never the key, so the set's order is untouched.
+  auto& s = const_cast<AutomateAcycliqueMin::_Position&>(stockee);
+  const bool meilleure = position.rang1 < s.rang1 || (position.rang1 == s.rang1 && position.rang2 < s.rang2);
+  if (meilleure || (s.provisoire && !position.provisoire)) {
+    s.provisoire = position.provisoire;
+    s.rang1 = position.rang1;
+    s.rang2 = position.rang2;
+    s.detail = position.detail;
+  }
 }
+
 }  // namespace detail
 
-template <int A>
+template <typename G>
 class MarcheInsensible {
-  using L = LecteurAutomate<A>;
-  using Etat = typename L::Etat;
-  using _Forme = AutomateAcycliqueMin::_Forme;
-  using _Position = AutomateAcycliqueMin::_Position;
-  using _OptionRecherche = AutomateAcycliqueMin::_OptionRecherche;
-  static constexpr uint32_t kT = L::kOctetsTransition;
+  using Etat = typename G::Etat;
+  using Vue = typename G::Vue;
+  using Sortie = typename G::Sortie;
 
  public:
-  explicit MarcheInsensible(const AutomateAcycliqueMin& automate) : l_(automate) {}
+  using _Position = AutomateAcycliqueMin::_Position;
 
-  void FormesPour(const ChaineN& mot, ListeC<_Forme>& formes, _OptionRecherche options,
-                  RecuperationForme recuperation) const {
-    ChaineN copie;
-    if (!detail::PrepareMot(mot, options.drapeaux, copie)) return;
-    EnsembleTriay<_Position> positions;
-    Marche m(copie, mot, options, false, recuperation, positions, l_.NbFormes());
-    Avance(m, l_.Racine(), 0, 0, 0, 0, 0);
-    auto ajoute = [&](const _Position* p) {
-      _Forme& f = formes.Ajoute(_Forme{});
-      f.forme = p->texte;
-      f.numero = p->numero;
-      f.rang1 = p->rang1;
-      f.rang2 = p->rang2;
-      f.detail = p->detail;
-      f.valeur = p->valeur;
-    };
-    auto premiere = positions.begin();
-    if (premiere == positions.end()) return;
-    if (std::next(premiere) == positions.end()) {
-      ajoute(&*premiere);  // the usual answer: one form, nothing to rank
-      return;
-    }
-    for (const _Position* p : Classe(positions)) ajoute(p);
+  explicit MarcheInsensible(const G& g) : g_(g) {}
+
+  // The places that `copie` (the word as prepared; `mot` as the caller gave it) reaches: where
+  // a form ends, or in prefix mode anywhere; `recuperation` (null in prefix mode) judges each.
+  void Cherche(const ChaineN& copie, const ChaineN& mot, const OptionRecherche& options, bool prefixe,
+               RecuperationForme recuperation, EnsembleTriay<_Position>& positions) const {
+    Marche m(copie, mot, options, prefixe, recuperation, positions, g_.NbFormes());
+    Avance(m, g_.Racine(), 0, 0, 0, 0, 0);
   }
 
-  bool FormesCommencant(const ListeT<ChaineN>& prefixes, ListeC<_Forme>& formes, _OptionRecherche options,
-                        uint32_t limite, RecuperationForme recuperation) {
-    EnsembleTriay<_Position> positions;
-    for (const ChaineN& prefixe : prefixes) {
-      ChaineN copie;
-      if (!detail::PrepareMot(prefixe, options.drapeaux, copie)) continue;
-      Marche m(copie, prefixe, options, true, nullptr, positions, l_.NbFormes());
-      Avance(m, l_.Racine(), 0, 0, 0, 0, 0);
+  // Best first: rank, then number.
+  static std::vector<const _Position*> Classe(const EnsembleTriay<_Position>& positions) {
+    std::vector<const _Position*> v;
+    for (const _Position& p : positions) v.push_back(&p);
+    if (v.size() > 1) {
+      std::sort(v.begin(), v.end(), [](const _Position* x, const _Position* y) {
+        if (x->rang1 != y->rang1) return x->rang1 < y->rang1;
+        if (x->rang2 != y->rang2) return x->rang2 < y->rang2;
+        return x->numero != y->numero ? x->numero < y->numero : x->etat < y->etat;
+      });
     }
-    uint64_t total = 0;
-    uint64_t emises = 0;  // forms met below every position: at most N
-    for (const _Position* p : Classe(positions)) {
-      if (!Complete(*p, formes, total, emises, options, limite, recuperation)) return false;
-    }
-    return true;
+    return v;
   }
 
  private:
   static constexpr uint8_t kMort = 1;
 
   struct Marche {
-    Marche(const ChaineN& copie, const ChaineN& original, _OptionRecherche options, bool enPrefixe,
+    Marche(const ChaineN& copie, const ChaineN& original, const OptionRecherche& options, bool enPrefixe,
            RecuperationForme rec, EnsembleTriay<_Position>& ens, uint32_t nbFormes)
         : q(copie.DonneUnites()),
           m(static_cast<uint32_t>(copie.Longueur())),
           masque(static_cast<uint16_t>(options.valeur == 0 ? 0xF : options.valeur & 0xF)),
-          exact(options.drapeaux & _OptionRecherche::kExactSeulement),
+          exact(options.drapeaux & OptionRecherche::kExactSeulement),
           prefixe(enPrefixe),
           mot(&original),
           recuperation(rec),
@@ -140,7 +126,7 @@ class MarcheInsensible {
     bool exact;
     bool prefixe;
     const ChaineN* mot;
-    RecuperationForme recuperation;  // null in prefix mode: the completed forms are judged
+    RecuperationForme recuperation;
     EnsembleTriay<_Position>& positions;
     const char16_t* table;  // the fold of every unit
     // Bounds on damaged bytes. A correct lexicon reaches each form by one path, so the places
@@ -166,26 +152,30 @@ class MarcheInsensible {
   // Follows every transition that the typed character at i may stand for. Exact steps cost
   // nothing; a folded match adds to rang1 (accent, variant) or rang2 (case); a ligature
   // against its two letters, either way round, adds to rang2.
-  void Avance(Marche& m, uint64_t adresse, uint32_t i, uint32_t numero, uint8_t r1, uint8_t r2,
+  void Avance(Marche& m, Etat etat, uint32_t i, uint32_t numero, uint8_t r1, uint8_t r2,
               uint16_t detail) const {
     if (i == m.m) {
-      Arrivee(m, adresse, numero, r1, r2, detail);
+      Arrivee(m, etat, numero, r1, r2, detail);
       return;
     }
-    if (++m.visites > m.seuilMemo && m.morts.Lis(adresse, i) == kMort) return;
-    const uint64_t arrivees = m.arrivees;
-    Suivants(m, adresse, i, numero, r1, r2, detail);
-    if (m.arrivees == arrivees && m.visites > m.seuilMemo) m.morts.Mets(adresse, i, kMort);
+    if constexpr (G::kMemorise) {
+      const uint64_t id = g_.Identite(etat);
+      if (++m.visites > m.seuilMemo && m.morts.Lis(id, i) == kMort) return;
+      const uint64_t arrivees = m.arrivees;
+      Suivants(m, etat, i, numero, r1, r2, detail);
+      if (m.arrivees == arrivees && m.visites > m.seuilMemo) m.morts.Mets(id, i, kMort);
+    } else {
+      Suivants(m, etat, i, numero, r1, r2, detail);
+    }
   }
 
-  void Suivants(Marche& m, uint64_t adresse, uint32_t i, uint32_t numero, uint8_t r1, uint8_t r2,
+  void Suivants(Marche& m, Etat etat, uint32_t i, uint32_t numero, uint8_t r1, uint8_t r2,
                 uint16_t detail) const {
-    const Etat e = l_.LisEtat(adresse);
+    const Vue e = g_.Lis(etat);
     const char16_t q = m.q[i];
     const char16_t pq = m.plis[i];
-    const uint8_t* t = e.transitions;
-    for (uint32_t k = 0; k < e.nb; ++k, t += kT) {
-      const char16_t c = L::Car(t);
+    for (Sortie t = g_.Premiere(e); g_.Existe(e, t); t = g_.Suivante(t)) {
+      const char16_t c = g_.Car(t);
       if (c == q) {
         Pas(m, e, t, c, i + 1, numero, r1, r2, detail);
         continue;
@@ -216,17 +206,16 @@ class MarcheInsensible {
         // Typed "œ", stored "oe": two steps for one typed character.
         const char16_t* lettres = detail::LettresDeLigature(q);
         if (detail::Pli(c) != detail::Pli(lettres[0])) continue;
-        const uint64_t milieu = L::Cible(e, t);
-        const Etat e2 = l_.LisEtat(milieu);
-        const uint8_t* t2 = e2.transitions;
-        for (uint32_t k2 = 0; k2 < e2.nb; ++k2, t2 += kT) {
-          const char16_t c2 = L::Car(t2);
+        const Vue e2 = g_.Lis(g_.Cible(e, t));
+        const uint32_t compte = g_.Compte(t);
+        for (Sortie t2 = g_.Premiere(e2); g_.Existe(e2, t2); t2 = g_.Suivante(t2)) {
+          const char16_t c2 = g_.Car(t2);
           if (detail::Pli(c2) != detail::Pli(lettres[1])) continue;
           const uint16_t bits = detail::Difference(c, lettres[0]) | detail::Difference(c2, lettres[1]) |
                                 ChaineN::kMalgrayLigatures;
           if ((bits & ~m.masque) != 0) continue;
           m.chemin.push_back(c);
-          Pas(m, e2, t2, c2, i + 1, numero + L::Compte(t), detail::Plus(r1, bits & ChaineN::kMalgrayAccents),
+          Pas(m, e2, t2, c2, i + 1, numero + compte, detail::Plus(r1, bits & ChaineN::kMalgrayAccents),
               detail::Plus(r2, true), detail | bits);
           m.chemin.pop_back();
         }
@@ -234,47 +223,46 @@ class MarcheInsensible {
     }
   }
 
-  void Pas(Marche& m, const Etat& e, const uint8_t* t, char16_t c, uint32_t i, uint32_t numero, uint8_t r1,
-           uint8_t r2, uint16_t detail) const {
+  void Pas(Marche& m, const Vue& e, Sortie t, char16_t c, uint32_t i, uint32_t numero, uint8_t r1, uint8_t r2,
+           uint16_t detail) const {
     m.chemin.push_back(c);
-    Avance(m, L::Cible(e, t), i, numero + L::Compte(t), r1, r2, detail);
+    Avance(m, g_.Cible(e, t), i, numero + g_.Compte(t), r1, r2, detail);
     m.chemin.pop_back();
   }
 
   // Counts a place where the walk ends; more than a correct lexicon allows is damage.
-  static void CompteArrivee(Marche& m, uint64_t adresse) {
-    if (++m.arrivees > m.arriveesMax) detail::AutomateCorrompu(adresse);
+  void CompteArrivee(Marche& m, Etat etat) const {
+    if (++m.arrivees > m.arriveesMax) g_.Corrompu(g_.Identite(etat));
   }
 
-  void Arrivee(Marche& m, uint64_t adresse, uint32_t numero, uint8_t r1, uint8_t r2, uint16_t detail) const {
+  void Arrivee(Marche& m, Etat etat, uint32_t numero, uint8_t r1, uint8_t r2, uint16_t detail) const {
     if (m.prefixe) {
-      CompteArrivee(m, adresse);
-      Propose(m, _Position{adresse, numero, r1, r2, detail, Texte(m.chemin), true, false, m.m});
+      CompteArrivee(m, etat);
+      Propose(m, _Position{g_.Identite(etat), numero, r1, r2, detail, Texte(m.chemin), true, false, m.m});
       return;
     }
-    const Etat e = l_.LisEtat(adresse);
-    if (e.final) {
-      CompteArrivee(m, adresse);
-      Propose(m, _Position{adresse, numero, r1, r2, detail, Texte(m.chemin), false, false, m.m});
+    const Vue e = g_.Lis(etat);
+    if (g_.Final(e)) {
+      CompteArrivee(m, etat);
+      Propose(m, _Position{g_.Identite(etat), numero, r1, r2, detail, Texte(m.chemin), false, false, m.m});
     }
     // The two switches: the word stored with a trailing "!" or "-", kept as weaker candidates.
-    const std::pair<bool, char16_t> suffixes[] = {{l_.RecupereExclamation(), u'!'},
-                                                  {l_.RecupereTiret(), u'-'}};
+    const std::pair<bool, char16_t> suffixes[] = {{g_.RecupereExclamation(), u'!'},
+                                                  {g_.RecupereTiret(), u'-'}};
     for (auto [actif, suffixe] : suffixes) {
       if (!actif) continue;
-      const uint8_t* t = L::Trouve(e, suffixe);
-      if (t == nullptr) continue;
-      const uint64_t cible = L::Cible(e, t);
-      if (!l_.LisEtat(cible).final) continue;
+      Sortie t{};
+      if (!g_.Trouve(e, suffixe, &t)) continue;
+      const Etat cible = g_.Cible(e, t);
+      if (!g_.Final(g_.Lis(cible))) continue;
       const uint16_t bit = suffixe == u'!' ? 0x10 : 0x20;
       CompteArrivee(m, cible);
-      Propose(m, _Position{cible, numero + L::Compte(t), r1, detail::Plus(r2, true),
+      Propose(m, _Position{g_.Identite(cible), numero + g_.Compte(t), r1, detail::Plus(r2, true),
                            static_cast<uint16_t>(detail | bit),
                            Texte(m.chemin) + ChaineN(&suffixe, uint64_t{1}), false, true, m.m});
     }
   }
 
-  static ChaineN Texte(const std::u16string& s) { return ChaineN(s.data(), static_cast<uint64_t>(s.size())); }
   template <typename Chemin>
   static ChaineN Texte(const Chemin& c) {
     return ChaineN(c.u, static_cast<uint64_t>(c.n));
@@ -285,73 +273,10 @@ class MarcheInsensible {
       RecuperationFormeParams params{m.mot, &p.texte, p.numero, p.rang1, p.rang2, p.detail};
       if (!m.recuperation(params)) return;
     }
-    L::AjoutePosition(m.positions, p);
+    detail::AjoutePosition(m.positions, p);
   }
 
-  // Best first: rank, then number.
-  static std::vector<const _Position*> Classe(const EnsembleTriay<_Position>& positions) {
-    std::vector<const _Position*> v;
-    for (const _Position& p : positions) v.push_back(&p);
-    if (v.size() > 1) {
-      std::sort(v.begin(), v.end(), [](const _Position* x, const _Position* y) {
-        if (x->rang1 != y->rang1) return x->rang1 < y->rang1;
-        if (x->rang2 != y->rang2) return x->rang2 < y->rang2;
-        return x->numero != y->numero ? x->numero < y->numero : x->etat < y->etat;
-      });
-    }
-    return v;
-  }
-
-  // Every form below a prefix position, in number order (end of form first, then the
-  // transitions from the smallest count up). In a correct lexicon these are the numbers
-  // p.numero, p.numero + 1, … without a gap, every path ends in a form (so a form comes within
-  // a path's length of walking) and all the positions together hold at most N forms: any
-  // other number, or more forms, is damage.
-  bool Complete(const _Position& p, ListeC<_Forme>& formes, uint64_t& total, uint64_t& emises,
-                _OptionRecherche options, uint32_t limite, RecuperationForme recuperation) const {
-    struct Entree {
-      uint64_t adresse;
-      uint32_t numero;
-      uint32_t profondeur;
-      char16_t car;
-    };
-    std::u16string chemin(p.texte.DonneUnites(), p.texte.Longueur());
-    const uint32_t base = static_cast<uint32_t>(chemin.size());
-    std::vector<Entree> pile{{p.etat, p.numero, base, 0}};
-    const bool chrono = options.drapeaux & _OptionRecherche::kTempsLimite;
-    uint64_t attendu = p.numero;
-    while (!pile.empty()) {
-      const Entree en = pile.back();
-      pile.pop_back();
-      chemin.resize(en.profondeur);
-      if (en.car != 0) chemin.back() = en.car;
-      const Etat e = l_.LisEtat(en.adresse);
-      if (e.final) {
-        if (++emises > l_.NbFormes() || en.numero != attendu++) detail::AutomateCorrompu(en.adresse);
-        ChaineN texte = Texte(chemin);
-        RecuperationFormeParams params{nullptr, &texte, en.numero, p.rang1, p.rang2, p.detail};
-        if (recuperation(params)) {
-          _Forme& f = formes.Ajoute(_Forme{});
-          f.forme = std::move(texte);
-          f.numero = en.numero;
-          f.rang1 = p.rang1;
-          f.rang2 = p.rang2;
-          f.detail = p.detail;
-          f.valeur = p.valeur;
-          ++total;
-          if (limite != 0 && total > limite) return false;
-        }
-        if (chrono && l_.TempsEcoulay()) return false;
-      }
-      const uint8_t* t = e.transitions;
-      for (uint32_t k = 0; k < e.nb; ++k, t += kT) {
-        pile.push_back({L::Cible(e, t), en.numero + L::Compte(t), en.profondeur + 1, L::Car(t)});
-      }
-    }
-    return true;
-  }
-
-  L l_;
+  const G& g_;
 };
 
 }  // namespace sdd

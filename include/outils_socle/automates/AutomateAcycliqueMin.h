@@ -9,6 +9,7 @@
 #include <outils_socle/conteneurs/ListeC.h>
 #include <outils_socle/conteneurs/ListeT.h>
 #include <outils_socle/texte/ChaineN.h>
+#include <outils_socle/texte/RechercheFormes.h>
 #include <outils_socle/texte/UniChaine.h>
 
 namespace sdd {
@@ -16,18 +17,6 @@ namespace sdd {
 class FluxEntree;
 class FluxEntreeMemoire;
 class ProbabiliteTransformation;
-
-// What the acceptance callback of a search sees for each candidate form.
-struct RecuperationFormeParams {
-  const ChaineN* mot = nullptr;    // the word, prefix or pattern as the caller gave it
-  const ChaineN* forme = nullptr;  // the stored form
-  uint32_t numero = 0;
-  uint8_t rang1 = 0;  // see AutomateAcycliqueMin::_Forme
-  uint8_t rang2 = 0;
-  uint16_t detail = 0;
-};
-using RecuperationForme = bool (*)(const RecuperationFormeParams&);
-OUTILS_SOCLE_EXPORT bool RecuperationFormeTelQuelAccepte(const RecuperationFormeParams&);
 
 // Lets a caller stop a long joker search: asked every few thousand steps.
 class OUTILS_SOCLE_EXPORT DelegueInterruptionAutomateAcycliqueMin {
@@ -77,7 +66,7 @@ class OUTILS_SOCLE_EXPORT AutomateAcycliqueMin {
   static constexpr uint64_t kAdrRacineInexistante = 0xFFFFFFFF;
   static constexpr uint64_t kLongueurMaxMot = 400;
   // Past this many milliseconds of a monotonic clock a time-limited search stops.
-  static constexpr int kTempsLimiteMs = 70;
+  static constexpr int kTempsLimiteMs = OptionRecherche::kTempsLimiteMs;
 
   // A stored form found by a search. The insensitive searches rank it: rang1 counts the
   // characters that differ by accent or variant (é for e, ’ for '), rang2 those that differ by
@@ -124,19 +113,8 @@ class OUTILS_SOCLE_EXPORT AutomateAcycliqueMin {
     double probabilite = 0;
   };
 
-  // Flags: 0x01 exact only (no insensitive walk), 0x10 remove non-alphabetic characters
-  // first, 0x20 stop prefix completion after kTempsLimiteMs, 0x80 cut words longer than
-  // kLongueurMaxMot instead of answering nothing. valeur: the Malgray mask of the differences
-  // the insensitive walk may tolerate; 0 means all of them (0xF).
-  struct _OptionRecherche {
-    static constexpr uint32_t kExactSeulement = 0x01;
-    static constexpr uint32_t kEnleveNonAlpha = 0x10;
-    static constexpr uint32_t kTempsLimite = 0x20;
-    static constexpr uint32_t kCoupeMotsLongs = 0x80;
-    constexpr _OptionRecherche(uint32_t d = 0, uint32_t v = 0) : drapeaux(d), valeur(v) {}  // NOLINT
-    uint32_t drapeaux;
-    uint32_t valeur;
-  };
+  // The options of the searches (texte/RechercheFormes.h).
+  using _OptionRecherche = OptionRecherche;
 
   // The stream must hold the automaton from `position` on; it stays the caller's and must
   // outlive this object (and its copies), whose reads point into its bytes.

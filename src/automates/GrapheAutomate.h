@@ -1,0 +1,52 @@
+#pragma once
+
+// The stored automaton as the graph the shared walks expect (see MarcheInsensible.h): states
+// are addresses, a transition is its record, counts are the numbering's.
+
+#include <cstdint>
+
+#include "automates/LecteurAutomate.h"
+
+namespace sdd {
+
+template <int A>
+class GrapheAutomate {
+  using L = LecteurAutomate<A>;
+
+ public:
+  using Etat = uint64_t;
+  using Vue = typename L::Etat;
+  using Sortie = const uint8_t*;
+  // A state is reached by many paths: the walks remember the pairs that led nowhere.
+  static constexpr bool kMemorise = true;
+
+  explicit GrapheAutomate(const AutomateAcycliqueMin& automate) : l_(automate) {}
+
+  const L& Lecteur() const { return l_; }
+  Etat Racine() const { return l_.Racine(); }
+  Vue Lis(Etat e) const { return l_.LisEtat(e); }
+  static bool Final(const Vue& v) { return v.final; }
+  static Sortie Premiere(const Vue& v) { return v.transitions; }
+  static bool Existe(const Vue& v, Sortie t) {
+    return t != v.transitions + uint64_t{v.nb} * L::kOctetsTransition;
+  }
+  static Sortie Suivante(Sortie t) { return t + L::kOctetsTransition; }
+  static char16_t Car(Sortie t) { return L::Car(t); }
+  static Etat Cible(const Vue& v, Sortie t) { return L::Cible(v, t); }
+  static uint32_t Compte(Sortie t) { return L::Compte(t); }
+  static bool Trouve(const Vue& v, char16_t c, Sortie* t) {
+    *t = L::Trouve(v, c);
+    return *t != nullptr;
+  }
+  static uint64_t Identite(Etat e) { return e; }
+  uint32_t NbFormes() const { return l_.NbFormes(); }
+  bool RecupereExclamation() const { return l_.RecupereExclamation(); }
+  bool RecupereTiret() const { return l_.RecupereTiret(); }
+  bool TempsEcoulay() const { return l_.TempsEcoulay(); }
+  [[noreturn]] static void Corrompu(uint64_t e) { detail::AutomateCorrompu(e); }
+
+ private:
+  L l_;
+};
+
+}  // namespace sdd

@@ -1,0 +1,7 @@
+#include <outils_socle/texte/RechercheFormes.h>
+
+namespace sdd {
+
+bool RecuperationFormeTelQuelAccepte(const RecuperationFormeParams&) { return true; }
+
+}  // namespace sdd
