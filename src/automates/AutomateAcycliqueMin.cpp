@@ -239,14 +239,31 @@ bool AutomateAcycliqueMin::_FormesCommencant(const ListeT<ChaineN>& prefixes, Li
   return MarcheFormes<4>(*this).FormesCommencant(prefixes, formes, options, limite, recuperation);
 }
 
+namespace {
+
+template <int A>
+bool Joker(const AutomateAcycliqueMin& automate, const ChaineN& motif,
+           ListeC<AutomateAcycliqueMin::_Forme>& formes, uint32_t parametre, uint32_t limite,
+           DelegueInterruptionAutomateAcycliqueMin* delegue) {
+  const GrapheAutomate<A> g(automate);
+  const auto longueur = static_cast<uint32_t>(motif.Longueur());
+  return MarcheJoker<GrapheAutomate<A>>(g, motif, parametre)
+      .Parcours(limite, delegue, [&](const char16_t* texte, uint64_t n, uint32_t numero, uint64_t) {
+        AutomateAcycliqueMin::_Forme& f = formes.Ajoute(AutomateAcycliqueMin::_Forme{});
+        f.forme = ChaineN(texte, n);
+        f.numero = numero;
+        f.valeur = longueur;
+      });
+}
+
+}  // namespace
+
 bool AutomateAcycliqueMin::FormesPourJoker(const ChaineN& motif, ListeC<_Forme>& formes, uint32_t parametre,
                                            uint32_t limite,
                                            DelegueInterruptionAutomateAcycliqueMin* delegue) const {
   if (nbFormes_ == 0) return true;
-  const auto longueur = static_cast<uint32_t>(motif.Longueur());
-  if (largeurAdresse_ == 3)
-    return MarcheJoker<3>(*this, motif, parametre).FormesPourJoker(formes, limite, longueur, delegue);
-  return MarcheJoker<4>(*this, motif, parametre).FormesPourJoker(formes, limite, longueur, delegue);
+  return largeurAdresse_ == 3 ? Joker<3>(*this, motif, formes, parametre, limite, delegue)
+                              : Joker<4>(*this, motif, formes, parametre, limite, delegue);
 }
 
 namespace {

@@ -19,6 +19,8 @@ class GrapheAutomate {
   using Sortie = const uint8_t*;
   // A state is reached by many paths: the walks remember the pairs that led nowhere.
   static constexpr bool kMemorise = true;
+  // Forms have numbers, which a path taken smallest count first meets in rising order.
+  static constexpr bool kNumerote = true;
 
   explicit GrapheAutomate(const AutomateAcycliqueMin& automate) : l_(automate) {}
 

@@ -10,6 +10,10 @@
 // rest can still be matched from the state reached ("live"); liveness is worked out once per
 // (state, place) and remembered. Every path walked therefore ends in at least one match, and
 // the work is the pairs' (the area's size times the pattern's length) plus the answer's.
+//
+// It walks the graph adapters of MarcheInsensible.h (the automaton's, the string table's); a
+// graph whose forms are numbered (G::kNumerote) must give rising numbers, as a correct lexicon
+// does when its paths are taken smallest count first.
 
 #include <algorithm>
 #include <string>
@@ -18,23 +22,21 @@
 #include <outils_socle/automates/AutomateAcycliqueMin.h>
 #include <outils_socle/texte/UniCaractere.h>
 
-#include "automates/LecteurAutomate.h"
 #include "automates/MemoMarche.h"
 #include "texte/ClassesCaracteres.h"
 #include "texte/Malgray.h"
 
 namespace sdd {
 
-template <int A>
+template <typename G>
 class MarcheJoker {
-  using L = LecteurAutomate<A>;
-  using Etat = typename L::Etat;
-  using _Forme = AutomateAcycliqueMin::_Forme;
-  static constexpr uint32_t kT = L::kOctetsTransition;
+  using Etat = typename G::Etat;
+  using Vue = typename G::Vue;
+  using Sortie = typename G::Sortie;
 
  public:
-  MarcheJoker(const AutomateAcycliqueMin& automate, const ChaineN& motif, uint32_t parametre)
-      : l_(automate),
+  MarcheJoker(const G& g, const ChaineN& motif, uint32_t parametre)
+      : g_(g),
         masque_(static_cast<ChaineN::Malgray>(parametre & 0xE)),
         ligatures_(parametre & 0x01),
         tout_(parametre & 0x10),
@@ -48,10 +50,13 @@ class MarcheJoker {
     marques_.assign(m_ + 1, 0);
   }
 
-  bool FormesPourJoker(ListeC<_Forme>& formes, uint32_t limite, uint32_t longueurMotif,
-                       DelegueInterruptionAutomateAcycliqueMin* delegue) {
+  // Walks the paths that match, each once, and hands every match to `emet(texte, n, numero,
+  // identite)`; stops after `limite` matches (0: none) or when the delegate asks. False when
+  // the delegate interrupted it.
+  template <typename F>
+  bool Parcours(uint32_t limite, DelegueInterruptionAutomateAcycliqueMin* delegue, F&& emet) {
     struct Cadre {
-      uint64_t adresse;
+      Etat etat;
       uint32_t numero;
       uint32_t profondeur;
       uint32_t debut;  // its places: places_[debut, debut + nb)
@@ -59,10 +64,10 @@ class MarcheJoker {
       char16_t car;
     };
     std::vector<uint32_t> ici;
-    Ferme(0, l_.Racine(), ici);
+    Ferme(0, g_.Racine(), ici);
     if (ici.empty()) return true;
     places_.assign(ici.begin(), ici.end());
-    std::vector<Cadre> pile{{l_.Racine(), 0, 0, 0, static_cast<uint32_t>(ici.size()), 0}};
+    std::vector<Cadre> pile{{g_.Racine(), 0, 0, 0, static_cast<uint32_t>(ici.size()), 0}};
     std::u16string chemin;
     uint64_t trouvees = 0;
     uint64_t dernier = 0;
@@ -75,24 +80,22 @@ class MarcheJoker {
       places_.resize(c.debut);
       chemin.resize(c.profondeur);
       if (c.car != 0) chemin.back() = c.car;
-      const Etat e = l_.LisEtat(c.adresse);
-      if (e.final && ici.back() == m_) {
-        // Paths come smallest number first, so a correct lexicon gives rising numbers, at most N.
-        if (trouvees >= l_.NbFormes() || (trouvees > 0 && c.numero <= dernier)) {
-          detail::AutomateCorrompu(c.adresse);
+      const Vue e = g_.Lis(c.etat);
+      if (G::Final(e) && ici.back() == m_) {
+        // At most N forms; in a numbered graph, paths come smallest number first, so a correct
+        // lexicon gives rising numbers.
+        if (trouvees >= g_.NbFormes()) g_.Corrompu(g_.Identite(c.etat));
+        if constexpr (G::kNumerote) {
+          if (trouvees > 0 && c.numero <= dernier) g_.Corrompu(g_.Identite(c.etat));
         }
         dernier = c.numero;
-        _Forme& f = formes.Ajoute(_Forme{});
-        f.forme = ChaineN(chemin.data(), static_cast<uint64_t>(chemin.size()));
-        f.numero = c.numero;
-        f.valeur = longueurMotif;
+        emet(chemin.data(), static_cast<uint64_t>(chemin.size()), c.numero, g_.Identite(c.etat));
         if (++trouvees == limite) return true;
       }
-      // Stored order is descending count: the last one stacked, the smallest, comes out first.
-      const uint8_t* t = e.transitions;
-      for (uint32_t k = 0; k < e.nb; ++k, t += kT) {
-        const char16_t car = L::Car(t);
-        const uint64_t cible = L::Cible(e, t);
+      // The last one stacked comes out first.
+      for (Sortie t = g_.Premiere(e); g_.Existe(e, t); t = g_.Suivante(t)) {
+        const char16_t car = g_.Car(t);
+        const Etat cible = g_.Cible(e, t);
         const uint32_t debut = static_cast<uint32_t>(places_.size());
         NouvelEnsemble();
         const uint64_t classes = UniCaractere::Classes(car);
@@ -104,7 +107,7 @@ class MarcheJoker {
         if (nb == 0) continue;
         // Sorted, so that the end of the pattern, when present, is last.
         std::sort(places_.begin() + debut, places_.end());
-        pile.push_back({cible, c.numero + L::Compte(t), c.profondeur + 1, debut, nb, car});
+        pile.push_back({cible, c.numero + g_.Compte(t), c.profondeur + 1, debut, nb, car});
       }
     }
     return true;
@@ -150,7 +153,7 @@ class MarcheJoker {
 
   // Adds place j, and the place after it when j is a "*" (which may match nothing), to the
   // set being built for state `etat`, keeping only live places, each once.
-  void Ajoute(uint32_t j, uint64_t etat) {
+  void Ajoute(uint32_t j, Etat etat) {
     for (;;) {
       if (marques_[j] != generation_) {
         marques_[j] = generation_;
@@ -162,7 +165,7 @@ class MarcheJoker {
   }
 
   // The set of live places of `etat` reached from place i alone.
-  void Ferme(uint32_t i, uint64_t etat, std::vector<uint32_t>& ensemble) {
+  void Ferme(uint32_t i, Etat etat, std::vector<uint32_t>& ensemble) {
     NouvelEnsemble();
     const size_t debut = places_.size();
     Ajoute(i, etat);
@@ -174,57 +177,73 @@ class MarcheJoker {
   // Whether some path from `etat` reads a text matching the pattern from place i to its end
   // and ends in a form. Worked out without recursion (paths may be as long as the area) and
   // remembered for every pair met on the way; each pair's transitions are read at most twice.
-  bool Vivante(uint64_t etat, uint32_t i) {
-    if (const uint8_t v = vivants_.Lis(etat, i)) return v == kVivant;
+  bool Vivante(Etat etat, uint32_t i) {
+    const uint64_t id = g_.Identite(etat);
+    if (const uint8_t v = vivants_.Lis(id, i)) return v == kVivant;
     struct Cadre {
-      uint64_t adresse;
+      Etat etat;
       uint32_t i;
-      int64_t k;  // the next way out to look at; −1 is a "*" matching nothing
-      Etat e;
+      bool etoile;  // a "*" still to try matching nothing
+      Vue e;
+      Sortie t;  // the next way out to look at
     };
     std::vector<Cadre> pile;
-    auto empile = [&](uint64_t adresse, uint32_t place) {
-      pile.push_back({adresse, place, place < m_ && p_[place] == u'*' ? -1 : 0, l_.LisEtat(adresse)});
+    auto empile = [&](Etat suivant, uint32_t place) {
+      const Vue e = g_.Lis(suivant);
+      pile.push_back({suivant, place, place < m_ && p_[place] == u'*', e, g_.Premiere(e)});
     };
     empile(etat, i);
     while (!pile.empty()) {
       Cadre& c = pile.back();
-      bool vivante = c.i == m_ && c.e.final;
+      bool vivante = c.i == m_ && G::Final(c.e);
       bool attend = false;
       if (c.i < m_) {
-        for (; c.k < static_cast<int64_t>(c.e.nb); ++c.k) {
-          uint64_t suivant;
+        for (;;) {
+          Etat suivant;
           uint32_t j;
-          if (c.k < 0) {
-            suivant = c.adresse;
+          if (c.etoile) {
+            suivant = c.etat;
             j = c.i + 1;
-          } else {
-            const uint8_t* t = c.e.transitions + static_cast<uint64_t>(c.k) * kT;
-            const char16_t car = L::Car(t);
+          } else if (g_.Existe(c.e, c.t)) {
+            const char16_t car = g_.Car(c.t);
             j = Suivante(c.i, car, UniCaractere::Classes(car));
-            if (j == kAucune) continue;
-            suivant = L::Cible(c.e, t);
+            if (j == kAucune) {
+              c.t = g_.Suivante(c.t);
+              continue;
+            }
+            suivant = g_.Cible(c.e, c.t);
+          } else {
+            break;
           }
-          const uint8_t v = vivants_.Lis(suivant, j);
+          const uint8_t v = vivants_.Lis(g_.Identite(suivant), j);
           if (v == kVivant) {
             vivante = true;
             break;
           }
-          if (v == kMort) continue;
-          empile(suivant, j);  // `c` moves with the stack: look no further at it
+          if (v == kMort) {
+            if (c.etoile) {
+              c.etoile = false;
+            } else {
+              c.t = g_.Suivante(c.t);
+            }
+            continue;
+          }
+          // Worked out first; this way out is looked at again once its pair is known. `c`
+          // moves with the stack: look no further at it.
+          empile(suivant, j);
           attend = true;
           break;
         }
       }
       if (attend) continue;
       const Cadre fait = pile.back();
-      vivants_.Mets(fait.adresse, fait.i, vivante ? kVivant : kMort);
+      vivants_.Mets(g_.Identite(fait.etat), fait.i, vivante ? kVivant : kMort);
       pile.pop_back();
     }
-    return vivants_.Lis(etat, i) == kVivant;
+    return vivants_.Lis(id, i) == kVivant;
   }
 
-  L l_;
+  const G& g_;
   std::u16string p_;
   uint32_t m_ = 0;
   ChaineN::Malgray masque_;
