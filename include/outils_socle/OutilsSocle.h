@@ -9,6 +9,9 @@
 #include <outils_socle/conteneurs/ListeC.h>
 #include <outils_socle/conteneurs/ListeT.h>
 #include <outils_socle/conteneurs/ListesDePtr.h>
+#include <outils_socle/conteneurs/TableChaine.h>
+#include <outils_socle/conteneurs/TableChaineNoyau.h>
+#include <outils_socle/conteneurs/TableChaineSurDisqueNoyau.h>
 #include <outils_socle/conteneurs/TableTrieeNoyau.h>
 #include <outils_socle/fils/DFil.h>
 #include <outils_socle/fils/DGestionnaireFils.h>

@@ -157,7 +157,10 @@ class MarcheJoker {
     for (;;) {
       if (marques_[j] != generation_) {
         marques_[j] = generation_;
-        if (Vivante(etat, j)) places_.push_back(j);
+        // Over a graph that shares states, only places the rest of the pattern can still match
+        // from (see above); over a tree every path is walked once anyway, and the pairs would
+        // cost more to remember than to walk.
+        if (!G::kMemorise || Vivante(etat, j)) places_.push_back(j);
       }
       if (j == m_ || p_[j] != u'*') return;
       ++j;

@@ -1,0 +1,226 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <vector>
+
+#include <outils_socle/Export.h>
+#include <outils_socle/conteneurs/ListeC.h>
+#include <outils_socle/conteneurs/ListeT.h>
+#include <outils_socle/flux/Serialiseur.h>
+#include <outils_socle/texte/ChaineN.h>
+#include <outils_socle/texte/RechercheFormes.h>
+
+namespace sdd {
+
+class FluxEntree;
+class FluxSortie;
+class ProbabiliteTransformation;
+class TableChaineNoyau;
+
+template <>
+struct Serialiseur<TableChaineNoyau>;
+
+// A set of strings with payloads, as a compressed prefix tree (radix tree): every node carries a
+// fragment of characters, and a key is the fragments on the path from the root to a node marked
+// as a key end. Children form a list in ascending order of their first character (a whole code
+// point: a tree never splits a surrogate pair), no two alike. The payload comes with a derived
+// node type: TableChaine<Charge> (TableChaine.h) is the typed layer; the core alone is a set.
+//
+// Besides membership it answers the searches of the lexicon automaton, with the same rules and
+// ranks (they share their walks): insensitive lookup, prefixes, joker patterns, corrections; and
+// anagrams. Iteration and the searches list keys in tree order: ascending code points.
+//
+// The serialised form (docs/table_chaine.md) is read in place by TableChaineSurDisqueNoyau.
+// Not synchronised: callers serialise writers; searches only read, except for the start time of
+// a time-limited search.
+class OUTILS_SOCLE_EXPORT TableChaineNoyau {
+ public:
+  static constexpr uint16_t kVersionTableTrie = 110;
+  // Read too: child and sibling positions on 8 bytes instead of VarElias.
+  static constexpr uint16_t kVersionTableTrie100 = 100;
+  // Keys are at most this long (the searches address a place in a fragment on 16 bits); a
+  // longer one is refused with OperationInvalide.
+  static constexpr uint64_t kLongueurMaxClef = 65535;
+  using _OptionRecherche = OptionRecherche;
+
+  class OUTILS_SOCLE_EXPORT Noeud {
+   public:
+    static constexpr uint8_t kFinDeClef = 2;
+
+    Noeud() = default;
+    explicit Noeud(const ChaineN& cars);
+    Noeud(const Noeud&) = delete;
+    Noeud& operator=(const Noeud&) = delete;
+    // Destroys the node's children and its following siblings too, without recursion.
+    virtual ~Noeud();
+
+    const ChaineN& Cars() const { return cars_; }
+    void MetsCars(const ChaineN& cars);
+    bool EstClef() const { return drapeaux_ & kFinDeClef; }
+    const Noeud* PremierEnfant() const { return enfant_; }
+    const Noeud* Suivant() const { return suivant_; }
+    bool AUnSeulEnfant() const { return enfant_ != nullptr && enfant_->suivant_ == nullptr; }
+    bool APlusDUnEnfant() const { return enfant_ != nullptr && enfant_->suivant_ != nullptr; }
+    // A deep copy of the node, its children and its following siblings.
+    Noeud* Clone() const;
+    // Merges the only child into this node: its fragment is appended, and the node takes its
+    // flags, payload and children.
+    void RappatrieEnfant();
+    // Hands this node's children to `autre`, which has none.
+    void TransfereFeuilles(Noeud* autre);
+    // Dumps for diagnosis: "fragment*" for a key end, children in brackets; and a PlantUML
+    // mind map.
+    void RepresentationLineaire(ChaineN& texte) const;
+    void RepresentationPlantUML(ChaineN& texte) const;
+
+   protected:
+    // What a derived type's payload needs. The base node has none.
+    virtual void CopieCharge(const Noeud& autre);
+    virtual void EchangeCharge(Noeud& autre);
+    virtual Noeud* Cree(const ChaineN& cars) const;  // a node of the same type
+    virtual void EcrisCharge(FluxSortie& sortie) const;
+    virtual void LisCharge(FluxEntree& entree);
+
+   private:
+    friend class TableChaineNoyau;
+    friend struct Serialiseur<TableChaineNoyau>;
+    void MetsPremier();
+
+    ChaineN cars_;
+    Noeud* enfant_ = nullptr;
+    Noeud* suivant_ = nullptr;
+    char32_t premier_ = 0;  // the fragment's first code point (0 for the root)
+    uint8_t drapeaux_ = 0;
+  };
+
+  // A found key: its text, its node (for its payload) and, from the insensitive searches, the
+  // ranks of AutomateAcycliqueMin::_Forme (rang1 accents and variants, rang2 case and
+  // ligatures, detail the Malgray mask of the differences met).
+  struct _Forme {
+    ChaineN forme;
+    uint8_t rang1 = 0;
+    uint8_t rang2 = 0;
+    uint16_t detail = 0;
+    uint32_t valeur = 0;  // the characters of the searched text that the match consumed
+    const Noeud* noeud = nullptr;
+  };
+  struct _FormeProbabiliste {
+    ChaineN forme;
+    uint32_t cout = 0;
+    double probabilite = 0;
+    const Noeud* noeud = nullptr;
+  };
+
+  // The keys in tree order. Prochain() moves to the next key (the first, at the first call)
+  // and answers false past the last. The table must not change meanwhile.
+  class OUTILS_SOCLE_EXPORT __Iterateur {
+   public:
+    explicit __Iterateur(const TableChaineNoyau& table);
+    bool Prochain();
+    // The current key: the prefix above the node and the node's fragment; empty when there is
+    // none.
+    ChaineN Clef() const;
+    const Noeud* NoeudCourant() const { return pile_.empty() ? nullptr : pile_.back(); }
+
+   private:
+    const Noeud* racine_;
+    std::vector<const Noeud*> pile_;  // the path from the root's child to the current node
+    bool commence_ = false;
+  };
+
+  TableChaineNoyau();
+  TableChaineNoyau(const TableChaineNoyau& autre);
+  TableChaineNoyau& operator=(const TableChaineNoyau& autre);
+  virtual ~TableChaineNoyau();
+
+  void Vide();
+  uint64_t Taille() const { return nombre_; }
+  bool Possede(const ChaineN& clef) const;
+  bool Supprime(const ChaineN& clef);
+  const Noeud* Racine() const { return racine_; }
+
+  // ---- searches: each returns false when the limit (0: none) or the clock cut it
+  // The keys that match the word insensitively, best first (rank, then tree order), as
+  // AutomateAcycliqueMin::FormesPour ranks them; the callback judges each.
+  bool FormesPour(const ChaineN& mot, _OptionRecherche options, uint32_t limite, ListeC<_Forme>& formes,
+                  RecuperationForme recuperation = nullptr) const;
+  // The keys below each place the prefix reaches (insensitively); places best first, keys
+  // below each in tree order. Stops once more than `limite` keys are gathered.
+  bool FormesCommencant(const ChaineN& prefixe, _OptionRecherche options, uint32_t limite,
+                        ListeC<_Forme>& formes, RecuperationForme recuperation = nullptr) const;
+  bool FormesCommencant(const ListeT<ChaineN>& prefixes, _OptionRecherche options, uint32_t limite,
+                        ListeC<_Forme>& formes, RecuperationForme recuperation = nullptr) const;
+  // Joker patterns, as AutomateAcycliqueMin::FormesPourJoker: "*" any run, "?" and "_" one
+  // character, "#" a consonant, "&" a vowel; `parametre` bits 2, 4, 8 the Malgray mask of the
+  // other characters, 0x01 a stored ligature matches its letters, 0x10 jokers stand for any
+  // character. Keys in tree order.
+  bool FormesPourJoker(const ChaineN& motif, uint32_t limite, uint32_t parametre,
+                       ListeC<_Forme>& formes) const;
+  // The keys made of the word's characters, each used once, compared under the Malgray mask
+  // of the option's value (0: all differences); with kSousAnagrammes, of some of them.
+  bool FormesPourAnagrammes(const ChaineN& mot, _OptionRecherche options, uint32_t limite,
+                            ListeC<_Forme>& formes) const;
+  // Corrections, as AutomateAcycliqueMin::FormesProbabilistes: the keys within `coutMax` of
+  // the word (0: the model's bound; no model: the French one), by cost then tree order.
+  bool FormesProbabilistes(const ChaineN& mot, _OptionRecherche options, uint32_t limite, uint32_t coutMax,
+                           ListeC<_FormeProbabiliste>& formes,
+                           const ProbabiliteTransformation* modele = nullptr) const;
+
+  // With it on, FormesPour also finds the key stored with a final "!" ("zut!" for "zut").
+  void MetsRecupereExclamation(bool oui) { recupereExclamation_ = oui; }
+  // With it on, FormesPour also finds the key stored as a prefix with a final "-" ("anti-").
+  void MetsRecupereTiretPourPrefixes(bool oui) { recupereTiret_ = oui; }
+
+  ChaineN RepresentationLineaire() const;
+  ChaineN RepresentationPlantUML() const;
+
+ protected:
+  // The derived table hands its root, of its node type; the core takes it.
+  explicit TableChaineNoyau(Noeud* racine);
+
+  // Locates the key. True when it ends exactly at a node boundary (*noeud is that node). In
+  // every case *longueur is the length matched, *parent the last node entered, *precedent the
+  // child of *parent after which the key's rest would go, and *noeud the child that begins like
+  // the rest (to be split), or null.
+  bool TrouveMeilleurEmplacement(const ChaineN& clef, uint64_t* longueur, Noeud** precedent, Noeud** noeud,
+                                 Noeud** parent) const;
+  // The node of the key, or null (a key end or not).
+  Noeud* TrouveEmplacement(const ChaineN& clef) const;
+  // The key's node, made if need be; *present false when the key is new.
+  Noeud* TrouveEmplacementEtInsere(const ChaineN& clef, bool* present);
+  bool TrouveEmplacementEtSupprime(const ChaineN& clef);
+  Noeud* InsereNouveauNoeud(const ChaineN& clef, uint64_t longueur, Noeud* precedent, Noeud* noeud,
+                            Noeud* parent);
+  // Whether fragment `a` sorts before the text `b` from `position` on (first code points).
+  static bool EstAvant(const ChaineN& a, const ChaineN& b, uint64_t position);
+  // The node of the empty key: the root.
+  Noeud* TrouveNoeudVide() const { return racine_; }
+  bool _TempsEcoulay() const;
+
+ private:
+  friend struct Serialiseur<TableChaineNoyau>;
+  friend class TableChaineRecherches;
+  // Replaces the tree (reading a serialised table).
+  void MetsArbre(Noeud* racine, uint64_t nombre);
+
+  Noeud* racine_;
+  uint64_t nombre_ = 0;
+  mutable std::chrono::steady_clock::time_point debut_{};
+  bool recupereExclamation_ = false;
+  bool recupereTiret_ = false;
+};
+
+// The serialised form: version (2 bytes), key count (4 bytes), root position and block size
+// (VarElias), the node block (docs/table_chaine.md). Ecris writes version 110, or 100 if asked;
+// it refuses a key holding an unpaired surrogate (its UTF-8 form could not be read back). Lis
+// reads 100 and 110 and refuses anything malformed with TableNonValide; the table is left as it
+// was when it refuses.
+template <>
+struct OUTILS_SOCLE_EXPORT Serialiseur<TableChaineNoyau> {
+  static uint64_t Ecris(FluxSortie& sortie, const TableChaineNoyau& table,
+                        uint16_t version = TableChaineNoyau::kVersionTableTrie);
+  static void Lis(FluxEntree& entree, TableChaineNoyau* table);
+};
+
+}  // namespace sdd
