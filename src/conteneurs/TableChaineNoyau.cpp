@@ -18,7 +18,8 @@ using detail::PointDeCode;
 
 // ---- nodes
 
-TableChaineNoyau::Noeud::Noeud(const ChaineN& cars) : cars_(cars) { MetsPremier(); }
+TableChaineNoyau::Noeud::Noeud() = default;
+TableChaineNoyau::Noeud::Noeud(const ChaineN& cars) : cars_(cars) { Actualise(); }
 
 TableChaineNoyau::Noeud::~Noeud() {
   // The children and following siblings, one by one: each is emptied of its links before it
@@ -37,13 +38,36 @@ TableChaineNoyau::Noeud::~Noeud() {
   }
 }
 
-void TableChaineNoyau::Noeud::MetsPremier() {
-  premier_ = cars_.EstVide() ? 0 : PointDeCode(cars_.DonneUnites(), cars_.Longueur(), 0);
+void TableChaineNoyau::Noeud::Actualise() {
+  const uint64_t n = cars_.Longueur();
+  longueur_ = static_cast<uint16_t>(n);  // callers refuse longer fragments before use
+  premier_ = n == 0 ? 0 : PointDeCode(cars_.DonneUnites(), n, 0);
+  if (n <= kCourt) std::copy(cars_.DonneUnites(), cars_.DonneUnites() + n, court_);
+}
+
+void TableChaineNoyau::Noeud::ActualiseIndex() {
+  uint32_t n = 0;
+  for (Noeud* e = enfant_; e != nullptr; e = e->suivant_) {
+    if (n < kEnLigne) {
+      premiersEnLigne_[n] = e->premier_;
+      miroir_.enLigne[n] = e;
+    }
+    ++n;
+  }
+  nbEnfants_ = n;
+  index_.clear();
+  if (n <= kEnLigne) {
+    index_.shrink_to_fit();
+    return;
+  }
+  index_.reserve(n);
+  for (Noeud* e = enfant_; e != nullptr; e = e->suivant_) index_.push_back({e->premier_, e});
+  miroir_.index = index_.data();
 }
 
 void TableChaineNoyau::Noeud::MetsCars(const ChaineN& cars) {
   cars_ = cars;
-  MetsPremier();
+  Actualise();
 }
 
 void TableChaineNoyau::Noeud::CopieCharge(const Noeud&) {}
@@ -52,7 +76,9 @@ TableChaineNoyau::Noeud* TableChaineNoyau::Noeud::Cree(const ChaineN& cars) cons
 void TableChaineNoyau::Noeud::EcrisCharge(FluxSortie&) const {}
 void TableChaineNoyau::Noeud::LisCharge(FluxEntree&) {}
 
-TableChaineNoyau::Noeud* TableChaineNoyau::Noeud::Clone() const {
+TableChaineNoyau::Noeud* TableChaineNoyau::Noeud::Clone() const { return Copie(false); }
+
+TableChaineNoyau::Noeud* TableChaineNoyau::Noeud::Copie(bool fragmentsNeufs) const {
   // Each original node with the place in the copy that must point to its copy.
   std::vector<std::pair<const Noeud*, Noeud**>> a;
   Noeud* copie = nullptr;
@@ -60,31 +86,48 @@ TableChaineNoyau::Noeud* TableChaineNoyau::Noeud::Clone() const {
   while (!a.empty()) {
     const auto [original, lien] = a.back();
     a.pop_back();
-    Noeud* n = original->Cree(original->cars_);
+    // A fragment's copy shares its buffer unless asked otherwise.
+    Noeud* n = original->Cree(fragmentsNeufs ? ChaineN(original->cars_.DonneUnites(), original->cars_.Longueur())
+                                             : original->cars_);
     n->drapeaux_ = original->drapeaux_;
     n->CopieCharge(*original);
     *lien = n;
     if (original->suivant_ != nullptr) a.emplace_back(original->suivant_, &n->suivant_);
     if (original->enfant_ != nullptr) a.emplace_back(original->enfant_, &n->enfant_);
   }
+  copie->ActualiseIndexes();
   return copie;
+}
+
+void TableChaineNoyau::Noeud::ActualiseIndexes() {
+  std::vector<Noeud*> a{this};
+  while (!a.empty()) {
+    Noeud* n = a.back();
+    a.pop_back();
+    n->ActualiseIndex();
+    for (Noeud* e = n->enfant_; e != nullptr; e = e->suivant_) a.push_back(e);
+  }
 }
 
 void TableChaineNoyau::Noeud::RappatrieEnfant() {
   Noeud* enfant = enfant_;
   if (enfant == nullptr || enfant->suivant_ != nullptr) throw exceptions::OperationInvalide();
   cars_.AjouteFin(enfant->cars_);
+  Actualise();
   drapeaux_ = enfant->drapeaux_;
   EchangeCharge(*enfant);
   enfant_ = enfant->enfant_;
   enfant->enfant_ = nullptr;
   delete enfant;
+  ActualiseIndex();
 }
 
 void TableChaineNoyau::Noeud::TransfereFeuilles(Noeud* autre) {
   if (autre->enfant_ != nullptr) throw exceptions::OperationInvalide();
   autre->enfant_ = enfant_;
   enfant_ = nullptr;
+  autre->ActualiseIndex();
+  ActualiseIndex();
 }
 
 namespace {
@@ -167,7 +210,7 @@ TableChaineNoyau::TableChaineNoyau(const TableChaineNoyau& autre)
 TableChaineNoyau& TableChaineNoyau::operator=(const TableChaineNoyau& autre) {
   if (this != &autre) {
     Noeud* copie = autre.racine_->Clone();
-    delete racine_;
+        delete racine_;
     racine_ = copie;
     nombre_ = autre.nombre_;
     recupereExclamation_ = autre.recupereExclamation_;
@@ -180,13 +223,13 @@ TableChaineNoyau::~TableChaineNoyau() { delete racine_; }
 
 void TableChaineNoyau::Vide() {
   Noeud* racine = racine_->Cree(ChaineN());
-  delete racine_;
+    delete racine_;
   racine_ = racine;
   nombre_ = 0;
 }
 
 void TableChaineNoyau::MetsArbre(Noeud* racine, uint64_t nombre) {
-  delete racine_;
+    delete racine_;
   racine_ = racine;
   nombre_ = nombre;
 }
@@ -219,24 +262,41 @@ bool TableChaineNoyau::TrouveMeilleurEmplacement(const ChaineN& clef, uint64_t* 
     *parent = ici;
     *precedent = nullptr;
     const char32_t c = PointDeCode(u, n, lu);
-    Noeud* e = ici->enfant_;
-    while (e != nullptr && e->premier_ < c) {
-      *precedent = e;
-      e = e->suivant_;
+    // The child that begins with c, from the node's mirror of its children.
+    const uint32_t nb = ici->nbEnfants_;
+    uint32_t k = 0;
+    if (nb <= Noeud::kEnLigne) {
+      while (k < nb && ici->premiersEnLigne_[k] < c) ++k;
+    } else {
+      const Noeud::_Entree* p = ici->miroir_.index;
+      k = static_cast<uint32_t>(
+          std::lower_bound(p, p + nb, c, [](const Noeud::_Entree& x, char32_t y) { return x.premier < y; }) - p);
     }
+    if (k > 0) *precedent = ici->Enfant(k - 1);
+    Noeud* e = k < nb ? ici->Enfant(k) : nullptr;
+    const bool trouve = e != nullptr && ici->PremierDeLEnfant(k) == c;
     *longueur = lu;
-    if (e == nullptr || e->premier_ != c) {
+    if (!trouve) {
       *noeud = nullptr;
       return false;
     }
-    const uint64_t m = e->cars_.Longueur();
-    if (m > n - lu || !std::equal(u + lu, u + lu + m, e->cars_.DonneUnites())) {
+    const uint64_t m = e->longueur_;
+    if (m > n - lu || !std::equal(u + lu, u + lu + m, e->Unites())) {
       *noeud = e;  // begins like the rest: to be split
       return false;
     }
     lu += m;
     ici = e;
   }
+}
+
+void TableChaineNoyau::Compacte() {
+  // The copy allocates in pre-order while the old nodes still hold their memory, so its nodes
+  // (with their fragments, copied rather than shared) come one after another, each subtree in
+  // one stretch.
+  Noeud* copie = racine_->Copie(true);
+  delete racine_;
+  racine_ = copie;
 }
 
 TableChaineNoyau::Noeud* TableChaineNoyau::TrouveEmplacement(const ChaineN& clef) const {
@@ -259,6 +319,7 @@ TableChaineNoyau::Noeud* TableChaineNoyau::InsereNouveauNoeud(const ChaineN& cle
     Noeud* feuille = racine_->Cree(ChaineN(reste, r));
     feuille->suivant_ = precedent == nullptr ? parent->enfant_ : precedent->suivant_;
     (precedent == nullptr ? parent->enfant_ : precedent->suivant_) = feuille;
+    parent->ActualiseIndex();
     return feuille;
   }
   // Split `noeud` after the prefix it shares with the rest, never inside a surrogate pair.
@@ -275,10 +336,13 @@ TableChaineNoyau::Noeud* TableChaineNoyau::InsereNouveauNoeud(const ChaineN& cle
   suite->EchangeCharge(*noeud);
   noeud->TransfereFeuilles(suite);
   noeud->cars_ = ChaineN(f, commun);
-  noeud->MetsPremier();
+  noeud->Actualise();
   noeud->drapeaux_ = 0;
   noeud->enfant_ = suite;
-  if (r == commun) return noeud;
+  if (r == commun) {
+    noeud->ActualiseIndex();
+    return noeud;
+  }
   Noeud* feuille = noeud->Cree(ChaineN(reste + commun, r - commun));
   if (feuille->premier_ < suite->premier_) {
     feuille->suivant_ = suite;
@@ -286,6 +350,7 @@ TableChaineNoyau::Noeud* TableChaineNoyau::InsereNouveauNoeud(const ChaineN& cle
   } else {
     suite->suivant_ = feuille;
   }
+  noeud->ActualiseIndex();
   return feuille;
 }
 
@@ -320,17 +385,14 @@ bool TableChaineNoyau::TrouveEmplacementEtSupprime(const ChaineN& clef) {
   }
   if (noeud->AUnSeulEnfant()) {
     noeud->RappatrieEnfant();
-    noeud->MetsPremier();
     return true;
   }
   // A leaf: unlink it; its parent, no key and left with one child, takes that child in.
   (precedent == nullptr ? parent->enfant_ : precedent->suivant_) = noeud->suivant_;
   noeud->suivant_ = nullptr;
   delete noeud;
-  if (parent != racine_ && !parent->EstClef() && parent->AUnSeulEnfant()) {
-    parent->RappatrieEnfant();
-    parent->MetsPremier();
-  }
+  parent->ActualiseIndex();
+  if (parent != racine_ && !parent->EstClef() && parent->AUnSeulEnfant()) parent->RappatrieEnfant();
   return true;
 }
 

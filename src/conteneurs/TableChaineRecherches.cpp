@@ -25,7 +25,9 @@ namespace detail {
 using Noeud = TableChaineNoyau::Noeud;
 
 // The tree as a graph: a state is a node and how many units of its fragment have been read;
-// inside a fragment there is one transition, at its end one per child.
+// inside a fragment there is one transition, at its end one per child. The children's first
+// units come from the parent's mirror of them, so that a walk touches a node only when it goes
+// into it: a tree's nodes lie wherever they were allocated, and each touch is a cache miss.
 class GrapheTable {
  public:
   struct Etat {
@@ -34,8 +36,10 @@ class GrapheTable {
   };
   using Vue = Etat;
   struct Sortie {
-    const Noeud* n;  // null past the last
-    uint32_t i;      // the unit of n's fragment that the transition reads
+    const Noeud* n;  // the node left
+    uint32_t i;      // inside its fragment: the unit read
+    uint32_t k;      // the way out: inside, 0 (the only one); at the end, the child
+    uint32_t nb;     // ways out
     bool interne;
   };
   // A tree reaches each state by one path: nothing to remember, and no numbers.
@@ -47,20 +51,33 @@ class GrapheTable {
 
   Etat Racine() const { return {table_.Racine(), 0}; }
   static Vue Lis(Etat e) { return e; }
-  static bool Final(const Vue& v) { return v.i == v.n->Cars().Longueur() && v.n->EstClef(); }
+  static bool Final(const Vue& v) { return v.i == v.n->longueur_ && v.n->EstClef(); }
   static Sortie Premiere(const Vue& v) {
-    if (v.i < v.n->Cars().Longueur()) return {v.n, v.i, true};
-    return {v.n->PremierEnfant(), 0, false};
+    if (v.i < v.n->longueur_) return {v.n, v.i, 0, 1, true};
+    return {v.n, 0, 0, v.n->NbEnfants(), false};
   }
-  static bool Existe(const Vue&, Sortie s) { return s.n != nullptr; }
+  static bool Existe(const Vue&, Sortie s) { return s.k < s.nb; }
   static Sortie Suivante(Sortie s) {
-    return s.interne ? Sortie{nullptr, 0, false} : Sortie{s.n->Suivant(), 0, false};
+    ++s.k;
+    return s;
   }
-  static char16_t Car(Sortie s) { return s.n->Cars().DonneUnites()[s.i]; }
-  static Etat Cible(const Vue&, Sortie s) { return {s.n, s.i + 1}; }
+  static char16_t Car(Sortie s) {
+    if (s.interne) return s.n->Unites()[s.i];
+    // A child's first unit: its first code point, or that code point's high surrogate.
+    const char32_t c = s.n->PremierDeLEnfant(s.k);
+    return c < 0x10000 ? static_cast<char16_t>(c) : static_cast<char16_t>(0xD800 + ((c - 0x10000) >> 10));
+  }
+  static Etat Cible(const Vue&, Sortie s) {
+    if (s.interne) return {s.n, s.i + 1};
+    // The walks ask for every child's state before they go into the first: fetching each now
+    // lets the misses overlap rather than come one after another.
+    const Noeud* enfant = s.n->Enfant(s.k);
+    __builtin_prefetch(enfant);
+    return {enfant, 1};
+  }
   static uint32_t Compte(Sortie) { return 0; }
   static bool Trouve(const Vue& v, char16_t c, Sortie* s) {
-    for (Sortie t = Premiere(v); t.n != nullptr; t = Suivante(t)) {
+    for (Sortie t = Premiere(v); Existe(v, t); t = Suivante(t)) {
       if (Car(t) == c) {
         *s = t;
         return true;

@@ -153,7 +153,7 @@ void Serialiseur<TableChaineNoyau>::Lis(FluxEntree& entree, TableChaineNoyau* ta
     } catch (const exceptions::OperationInvalide&) {
       Invalide("Table de chaînes : fragment sans fin à la position " + std::to_string(p.position));
     }
-    n->MetsPremier();
+    n->Actualise();
     if (n->cars_.Longueur() > TableChaineNoyau::kLongueurMaxClef)
       Invalide("Table de chaînes : fragment trop long");
     if (p.racine != n->cars_.EstVide())
@@ -188,6 +188,7 @@ void Serialiseur<TableChaineNoyau>::Lis(FluxEntree& entree, TableChaineNoyau* ta
     }
   }
   if (clefs != nombre) Invalide("Table de chaînes : moins de clefs que l’en-tête n’en annonce");
+  nouvelle->ActualiseIndexes();
   table->MetsArbre(nouvelle.release(), nombre);
 }
 
