@@ -52,6 +52,7 @@ bench: build
 	./build/bench/bench_flux
 	./build/bench/bench_compression
 	./build/bench/bench_conteneurs
+	./build/bench/bench_table_chaine
 	./build/bench/bench_fils
 	./build/bench/bench_automates
 

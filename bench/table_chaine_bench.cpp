@@ -134,7 +134,8 @@ BENCHMARK(Construction_Marisa)->Unit(benchmark::kMillisecond);
 
 void Present_Table(benchmark::State& etat) {
   const Corpus& c = D();
-  ParRequete(etat, c.mots.size(), [&](size_t i) { benchmark::DoNotOptimize(LaTable(etat).Possede(c.mots[i])); });
+  ParRequete(etat, c.mots.size(),
+             [&](size_t i) { benchmark::DoNotOptimize(LaTable(etat).Possede(c.mots[i])); });
 }
 BENCHMARK(Present_Table)->ArgName("compacte")->Arg(0)->Arg(1);
 
@@ -157,7 +158,8 @@ BENCHMARK(Present_SurDisque);
 
 void Present_UnorderedSet(benchmark::State& etat) {
   const Corpus& c = D();
-  ParRequete(etat, c.unites.size(), [&](size_t i) { benchmark::DoNotOptimize(c.ensemble.count(c.unites[i])); });
+  ParRequete(etat, c.unites.size(),
+             [&](size_t i) { benchmark::DoNotOptimize(c.ensemble.count(c.unites[i])); });
 }
 BENCHMARK(Present_UnorderedSet);
 
@@ -203,7 +205,8 @@ void Joker_Table(benchmark::State& etat) {
   for (auto _ : etat) {
     for (const char16_t* motif : kMotifs) {
       sdd::ListeC<sdd::TableChaineNoyau::_Forme> formes;
-      LaTable(etat).FormesPourJoker(ChaineN(motif, std::char_traits<char16_t>::length(motif)), 0, 0x10, formes);
+      LaTable(etat).FormesPourJoker(ChaineN(motif, std::char_traits<char16_t>::length(motif)), 0, 0x10,
+                                    formes);
       n += formes.Taille();
     }
   }
@@ -211,7 +214,6 @@ void Joker_Table(benchmark::State& etat) {
   etat.counters["formes"] = static_cast<double>(n) / static_cast<double>(etat.iterations());
 }
 BENCHMARK(Joker_Table)->ArgName("compacte")->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
-
 
 void Joker_Balayage(benchmark::State& etat) {
   const Corpus& c = D();

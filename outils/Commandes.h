@@ -19,6 +19,7 @@ int Demo(const std::vector<std::string>& arguments);
 int Lexique(const std::vector<std::string>& arguments);
 int Huffman(const std::vector<std::string>& arguments);
 int Blocs(const std::vector<std::string>& arguments);
+int TableDeChaines(const std::vector<std::string>& arguments);
 // The lexicon part of the demonstration, on the same word list.
 int DemoLexique(const std::string& liste);
 

@@ -21,6 +21,7 @@ const char* const kAide =
     "  lexique     compile une liste de mots en automate minimal et l'interroge\n"
     "  huffman     construit le code de Huffman d'un texte, code et décode avec lui\n"
     "  blocs       range une liste de mots dans des blocs compressés et les relit\n"
+    "  table       range une liste de mots dans une table de chaînes et l'interroge\n"
     "  demo        fait l'aller-retour de la liste de mots française dans les sept codages\n"
     "\n"
     "Options :\n"
@@ -51,6 +52,7 @@ int main(int argc, char** argv) {
     if (commande == "lexique") return outils::Lexique(arguments);
     if (commande == "huffman") return outils::Huffman(arguments);
     if (commande == "blocs") return outils::Blocs(arguments);
+    if (commande == "table") return outils::TableDeChaines(arguments);
     if (commande == "demo") return outils::Demo(arguments);
   } catch (const sdd::exceptions::Exception& e) {
     outils::Erreur(e.MessageComplet().PreteUTF8());

@@ -87,8 +87,9 @@ TableChaineNoyau::Noeud* TableChaineNoyau::Noeud::Copie(bool fragmentsNeufs) con
     const auto [original, lien] = a.back();
     a.pop_back();
     // A fragment's copy shares its buffer unless asked otherwise.
-    Noeud* n = original->Cree(fragmentsNeufs ? ChaineN(original->cars_.DonneUnites(), original->cars_.Longueur())
-                                             : original->cars_);
+    Noeud* n =
+        original->Cree(fragmentsNeufs ? ChaineN(original->cars_.DonneUnites(), original->cars_.Longueur())
+                                      : original->cars_);
     n->drapeaux_ = original->drapeaux_;
     n->CopieCharge(*original);
     *lien = n;
@@ -210,7 +211,7 @@ TableChaineNoyau::TableChaineNoyau(const TableChaineNoyau& autre)
 TableChaineNoyau& TableChaineNoyau::operator=(const TableChaineNoyau& autre) {
   if (this != &autre) {
     Noeud* copie = autre.racine_->Clone();
-        delete racine_;
+    delete racine_;
     racine_ = copie;
     nombre_ = autre.nombre_;
     recupereExclamation_ = autre.recupereExclamation_;
@@ -223,13 +224,13 @@ TableChaineNoyau::~TableChaineNoyau() { delete racine_; }
 
 void TableChaineNoyau::Vide() {
   Noeud* racine = racine_->Cree(ChaineN());
-    delete racine_;
+  delete racine_;
   racine_ = racine;
   nombre_ = 0;
 }
 
 void TableChaineNoyau::MetsArbre(Noeud* racine, uint64_t nombre) {
-    delete racine_;
+  delete racine_;
   racine_ = racine;
   nombre_ = nombre;
 }
@@ -270,7 +271,8 @@ bool TableChaineNoyau::TrouveMeilleurEmplacement(const ChaineN& clef, uint64_t* 
     } else {
       const Noeud::_Entree* p = ici->miroir_.index;
       k = static_cast<uint32_t>(
-          std::lower_bound(p, p + nb, c, [](const Noeud::_Entree& x, char32_t y) { return x.premier < y; }) - p);
+          std::lower_bound(p, p + nb, c, [](const Noeud::_Entree& x, char32_t y) { return x.premier < y; }) -
+          p);
     }
     if (k > 0) *precedent = ici->Enfant(k - 1);
     Noeud* e = k < nb ? ici->Enfant(k) : nullptr;

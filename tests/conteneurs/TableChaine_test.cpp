@@ -194,7 +194,10 @@ TEST(TableChaine, FormeSerialiseeALOctetPres) {
   TamponMemoire c;
   t.Ecris(c, TableChaineNoyau::kVersionTableTrie100);
   const Octets o100 = OctetsDe(c);
-  EXPECT_EQ(o100[0], 100);
+  ASSERT_EQ(o100.size(), 57u);
+  EXPECT_EQ(Octets(o100.begin(), o100.begin() + 8), (Octets{0x64, 0x00, 0x03, 0x00, 0x00, 0x00, 0xA7, 0xB1}));
+  EXPECT_EQ(Octets(o100.begin() + 12, o100.begin() + 24),
+            (Octets{0x65, 0x00, 0x06, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x02}));
   for (const Octets& o : {v110, o100}) {
     TamponSur lu(o);
     TableChaine<unsigned char> r;

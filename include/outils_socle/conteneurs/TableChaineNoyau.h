@@ -119,8 +119,8 @@ class OUTILS_SOCLE_EXPORT TableChaineNoyau {
 
     // What a search reads comes first, in the node's first 64 bytes (after the pointer to the
     // virtual table): one cache line per level of a descent.
-    char32_t premier_ = 0;     // the fragment's first code point (0 for the root)
-    uint16_t longueur_ = 0;    // its length (keys are at most kLongueurMaxClef units)
+    char32_t premier_ = 0;   // the fragment's first code point (0 for the root)
+    uint16_t longueur_ = 0;  // its length (keys are at most kLongueurMaxClef units)
     uint8_t drapeaux_ = 0;
     char16_t court_[kCourt] = {};
     uint32_t nbEnfants_ = 0;

@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include <outils_socle/Export.h>
+#include <outils_socle/conteneurs/TableChaineNoyau.h>
 #include <outils_socle/flux/Serialiseur.h>
 #include <outils_socle/flux/TamponMemoire.h>
 
@@ -38,6 +39,9 @@ class OUTILS_SOCLE_EXPORT TableChaineSurDisqueNoyau {
   void Init(FluxEntreeMemoire* flux, uint64_t position = 0);
 
   uint32_t Taille() const { return nombre_; }
+  uint16_t Version() const {
+    return elias_ ? TableChaineNoyau::kVersionTableTrie : TableChaineNoyau::kVersionTableTrie100;
+  }
   // Header plus node block: what an embedding container skips over.
   uint64_t DonneTailleTotal() const { return debutBloc_ - debut_ + tailleBloc_; }
   bool Possede(const ChaineN& clef) const;
