@@ -235,8 +235,8 @@ void TableChaineNoyau::MetsArbre(Noeud* racine, uint64_t nombre) {
   nombre_ = nombre;
 }
 
-bool TableChaineNoyau::_TempsEcoulay() const {
-  return std::chrono::steady_clock::now() - debut_ >
+bool TableChaineNoyau::_TempsEcoulay(std::chrono::steady_clock::time_point debut) {
+  return std::chrono::steady_clock::now() - debut >
          std::chrono::milliseconds(OptionRecherche::kTempsLimiteMs);
 }
 

@@ -46,8 +46,10 @@ class GrapheTable {
   static constexpr bool kMemorise = false;
   static constexpr bool kNumerote = false;
 
-  GrapheTable(const TableChaineNoyau& table, bool exclamation, bool tiret, const TableChaineNoyau* chrono)
-      : table_(table), exclamation_(exclamation), tiret_(tiret), chrono_(chrono) {}
+  GrapheTable(const TableChaineNoyau& table, bool exclamation, bool tiret, bool chrono)
+      : table_(table), exclamation_(exclamation), tiret_(tiret), chrono_(chrono) {
+    if (chrono_) debut_ = std::chrono::steady_clock::now();
+  }
 
   Etat Racine() const { return {table_.Racine(), 0}; }
   static Vue Lis(Etat e) { return e; }
@@ -105,7 +107,9 @@ class GrapheTable {
   const TableChaineNoyau& table_;
   bool exclamation_;
   bool tiret_;
-  const TableChaineNoyau* chrono_;  // the table whose clock a time-limited search reads, or null
+  // A time-limited search keeps its own clock: searches are const, and several may run at once.
+  bool chrono_;
+  std::chrono::steady_clock::time_point debut_{};
 };
 
 }  // namespace detail
@@ -156,15 +160,14 @@ std::vector<const MarcheInsensible<GrapheTable>::_Position*> Classe(
 class TableChaineRecherches {
  public:
   static GrapheTable Graphe(const TableChaineNoyau& t, bool chrono) {
-    return GrapheTable(t, t.recupereExclamation_, t.recupereTiret_, chrono ? &t : nullptr);
+    return GrapheTable(t, t.recupereExclamation_, t.recupereTiret_, chrono);
   }
-  static void Demarre(const TableChaineNoyau& t) { t.debut_ = std::chrono::steady_clock::now(); }
-  static bool TempsEcoulay(const TableChaineNoyau& t) { return t._TempsEcoulay(); }
+  static bool TempsEcoulay(std::chrono::steady_clock::time_point debut) {
+    return TableChaineNoyau::_TempsEcoulay(debut);
+  }
 };
 
-bool GrapheTable::TempsEcoulay() const {
-  return chrono_ != nullptr && TableChaineRecherches::TempsEcoulay(*chrono_);
-}
+bool GrapheTable::TempsEcoulay() const { return chrono_ && TableChaineRecherches::TempsEcoulay(debut_); }
 
 // ---- word to keys, prefix to keys
 
@@ -197,7 +200,6 @@ bool TableChaineNoyau::FormesCommencant(const ListeT<ChaineN>& prefixes, _Option
                                         RecuperationForme recuperation) const {
   if (recuperation == nullptr) recuperation = RecuperationFormeTelQuelAccepte;
   const bool chrono = options.drapeaux & OptionRecherche::kTempsLimite;
-  if (chrono) TableChaineRecherches::Demarre(*this);
   const GrapheTable g = TableChaineRecherches::Graphe(*this, chrono);
   EnsembleTriay<MarcheInsensible<GrapheTable>::_Position> positions;
   for (const ChaineN& prefixe : prefixes) {
@@ -242,7 +244,7 @@ bool TableChaineNoyau::FormesCommencant(const ListeT<ChaineN>& prefixes, _Option
           formes.Ajoute(std::move(f));
           if (limite != 0 && ++total > limite) return false;
         }
-        if (chrono && _TempsEcoulay()) return false;
+        if (g.TempsEcoulay()) return false;
       }
     }
   }
@@ -278,7 +280,6 @@ bool TableChaineNoyau::FormesProbabilistes(const ChaineN& mot, _OptionRecherche 
                                            uint32_t coutMax, ListeC<_FormeProbabiliste>& formes,
                                            const ProbabiliteTransformation* modele) const {
   const bool chrono = options.drapeaux & OptionRecherche::kTempsLimite;
-  if (chrono) TableChaineRecherches::Demarre(*this);
   const GrapheTable g = TableChaineRecherches::Graphe(*this, chrono);
   using R = RechercheCorrections<GrapheTable>;
   std::vector<R::Candidat> retenus;

@@ -15,6 +15,7 @@
 #include <random>
 #include <set>
 #include <string>
+#include <thread>
 #include <tuple>
 #include <vector>
 
@@ -268,6 +269,58 @@ TEST(TableChaineRecherches, SurDisqueCommeEnMemoire) {
     }
     EXPECT_FALSE(disque.Possede(ChaineN("")));
   }
+  // The empty key is the root's key-end bit; a proper prefix of a key is no key.
+  TableChaine<uint32_t> petite;
+  petite.Insere(ChaineN("chaton"), 1);
+  petite.Insere(ChaineN(""), 2);
+  for (uint16_t version : {TableChaineNoyau::kVersionTableTrie, TableChaineNoyau::kVersionTableTrie100}) {
+    TamponMemoire b;
+    petite.Ecris(b, version);
+    const TableChaineSurDisque<uint32_t> disque(&b);
+    uint32_t charge = 0;
+    EXPECT_TRUE(disque.Trouve(ChaineN(""), &charge));
+    EXPECT_EQ(charge, 2u);
+    EXPECT_FALSE(disque.Possede(ChaineN("chat")));
+    EXPECT_TRUE(disque.Possede(ChaineN("chaton")));
+  }
+}
+
+// Lookups in place bring their own readers, and the searches of a table that nobody changes
+// only read it (the time limit's clock included): threads share both without a lock. Run under
+// ThreadSanitizer too.
+TEST(TableChaineRecherches, LecturesConcurrentes) {
+  TableChaine<uint32_t> t;
+  std::vector<std::u16string> mots;
+  std::mt19937 alea(5);
+  for (int i = 0; i < 3000; ++i) {
+    std::u16string m;
+    for (unsigned n = 1 + alea() % 8; n > 0; --n) m += u"aeéiorstœ"[alea() % 9];
+    if (t.Insere(C(m), static_cast<uint32_t>(mots.size()))) mots.push_back(m);
+  }
+  TamponMemoire b;
+  t.Ecris(b);
+  const TableChaineSurDisque<uint32_t> disque(&b);
+  const TableChaine<uint32_t>& table = t;
+  std::vector<int> fautes(4, 0);
+  std::vector<std::thread> fils;
+  for (int f = 0; f < 4; ++f) {
+    fils.emplace_back([&, f] {
+      for (size_t i = static_cast<size_t>(f); i < mots.size(); i += 4) {
+        uint32_t v = 0;
+        fautes[f] += !disque.Trouve(C(mots[i]), &v) || v != i;
+        fautes[f] += disque.Possede(C(mots[i] + u"z"));
+        ListeC<TableChaineNoyau::_Forme> formes;
+        table.FormesCommencant(C(mots[i].substr(0, 1)), OptionRecherche(OptionRecherche::kTempsLimite), 5,
+                               formes);
+        fautes[f] += formes.Taille() == 0;
+        formes.Vide();
+        table.FormesPour(C(mots[i]), {}, 0, formes);
+        fautes[f] += formes.Taille() == 0;
+      }
+    });
+  }
+  for (auto& f : fils) f.join();
+  EXPECT_EQ(fautes, std::vector<int>(4, 0));
 }
 
 TEST(TableChaineRecherches, SurDisqueEndommage) {

@@ -245,7 +245,8 @@ class OUTILS_SOCLE_EXPORT TableChaineNoyau {
   static bool EstAvant(const ChaineN& a, const ChaineN& b, uint64_t position);
   // The node of the empty key: the root.
   Noeud* TrouveNoeudVide() const { return racine_; }
-  bool _TempsEcoulay() const;
+  // Whether a time-limited search begun at `debut` has run out of time.
+  static bool _TempsEcoulay(std::chrono::steady_clock::time_point debut);
 
  private:
   friend struct Serialiseur<TableChaineNoyau>;
@@ -255,7 +256,6 @@ class OUTILS_SOCLE_EXPORT TableChaineNoyau {
 
   Noeud* racine_;
   uint64_t nombre_ = 0;
-  mutable std::chrono::steady_clock::time_point debut_{};
   bool recupereExclamation_ = false;
   bool recupereTiret_ = false;
 };
