@@ -9,7 +9,8 @@
 //   Joker_{Table,Balayage}                       "?" and "*" patterns, beside a scan of the list
 //   Anagrammes_{Table,Balayage}                  anagrams of words, beside a scan comparing
 //                                                sorted letters
-//   Prefixes_{Table,Marisa}                      every word under "anti", "re" and "é"
+//   Prefixes_{Table,Marisa,MarisaEnListe}        every word under "anti", "re" and "é" (the
+//                                                last gathered in a list, as the table answers)
 #include <outils_socle/conteneurs/TableChaine.h>
 #include <outils_socle/conteneurs/TableChaineSurDisqueNoyau.h>
 #include <outils_socle/flux/TamponMemoire.h>
@@ -20,6 +21,7 @@
 
 #include <algorithm>
 #include <fstream>
+#include <list>
 #include <random>
 #include <string>
 #include <unordered_set>
@@ -313,6 +315,27 @@ void Prefixes_Marisa(benchmark::State& etat) {
   etat.SetItemsProcessed(static_cast<int64_t>(n));
 }
 BENCHMARK(Prefixes_Marisa)->Unit(benchmark::kMillisecond);
+
+// The same, gathering the keys into a linked list of strings as the table's searches must (a
+// ListeC of forms, each with its own ChaineN): what building an answer costs.
+void Prefixes_MarisaEnListe(benchmark::State& etat) {
+  const Corpus& c = D();
+  marisa::Agent agent;
+  uint64_t n = 0;
+  for (auto _ : etat) {
+    for (const char* p : kPrefixes) {
+      std::list<std::u16string> formes;
+      agent.set_query(p);
+      while (c.marisa.predictive_search(agent)) {
+        const ChaineN cle(agent.key().ptr(), ChaineN::kCodageUTF8, agent.key().length());
+        formes.emplace_back(cle.DonneUnites(), cle.Longueur());
+      }
+      n += formes.size();
+    }
+  }
+  etat.SetItemsProcessed(static_cast<int64_t>(n));
+}
+BENCHMARK(Prefixes_MarisaEnListe)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 

@@ -150,7 +150,7 @@ class RechercheCorrections {
       }
       const Vue e = g_.Lis(en.etat);
       const uint32_t cout = lignes_[static_cast<size_t>(d) * largeur + m_];
-      if (G::Final(e) && cout <= borne) {
+      if (g_.Final(e) && cout <= borne) {
         trouves.push_back({en.numero, cout, ChaineN(chemin.data(), uint64_t{d}), g_.Identite(en.etat)});
         if (trouves.size() > g_.NbFormes()) g_.Corrompu(g_.Identite(en.etat));
         retient(cout, en.numero);

@@ -81,7 +81,7 @@ class MarcheJoker {
       chemin.resize(c.profondeur);
       if (c.car != 0) chemin.back() = c.car;
       const Vue e = g_.Lis(c.etat);
-      if (G::Final(e) && ici.back() == m_) {
+      if (g_.Final(e) && ici.back() == m_) {
         // At most N forms; in a numbered graph, paths come smallest number first, so a correct
         // lexicon gives rising numbers.
         if (trouvees >= g_.NbFormes()) g_.Corrompu(g_.Identite(c.etat));
@@ -105,8 +105,9 @@ class MarcheJoker {
         }
         const uint32_t nb = static_cast<uint32_t>(places_.size()) - debut;
         if (nb == 0) continue;
-        // Sorted, so that the end of the pattern, when present, is last.
-        std::sort(places_.begin() + debut, places_.end());
+        // Sorted, so that the end of the pattern, when present, is last. Sets hold a place or
+        // two (one per "*" still open, and its successor).
+        if (nb > 1) InsertionTriee(places_.data() + debut, nb);
         pile.push_back({cible, c.numero + g_.Compte(t), c.profondeur + 1, debut, nb, car});
       }
     }
@@ -118,9 +119,19 @@ class MarcheJoker {
   static constexpr uint8_t kVivant = 1;
   static constexpr uint8_t kMort = 2;
 
+  static void InsertionTriee(uint32_t* p, uint32_t n) {
+    for (uint32_t k = 1; k < n; ++k) {
+      const uint32_t x = p[k];
+      uint32_t j = k;
+      for (; j > 0 && p[j - 1] > x; --j) p[j] = p[j - 1];
+      p[j] = x;
+    }
+  }
+
   // The place after reading `c` at place i (i itself under a "*"), or kAucune. Without bit
-  // 0x10 jokers stand only for letters and digits, "*" for letters only.
-  uint32_t Suivante(uint32_t i, char16_t c, uint64_t classes) const {
+  // 0x10 jokers stand only for letters and digits, "*" for letters only. Called for every
+  // place at every step of the walk: inlined.
+  [[gnu::always_inline]] uint32_t Suivante(uint32_t i, char16_t c, uint64_t classes) const {
     if (i == m_) return kAucune;
     const char16_t j = p_[i];
     const bool joker = tout_ || (classes & (detail::classes::kChiffreJoker | detail::classes::kLettreJoker));
@@ -198,7 +209,7 @@ class MarcheJoker {
     empile(etat, i);
     while (!pile.empty()) {
       Cadre& c = pile.back();
-      bool vivante = c.i == m_ && G::Final(c.e);
+      bool vivante = c.i == m_ && g_.Final(c.e);
       bool attend = false;
       if (c.i < m_) {
         for (;;) {

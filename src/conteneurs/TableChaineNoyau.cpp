@@ -10,6 +10,7 @@
 
 #include <outils_socle/texte/Exception.h>
 
+#include "conteneurs/IndexClefs.h"
 #include "conteneurs/PointsDeCode.h"
 
 namespace sdd {
@@ -211,6 +212,7 @@ TableChaineNoyau::TableChaineNoyau(const TableChaineNoyau& autre)
 TableChaineNoyau& TableChaineNoyau::operator=(const TableChaineNoyau& autre) {
   if (this != &autre) {
     Noeud* copie = autre.racine_->Clone();
+    indexClefs_.reset();
     delete racine_;
     racine_ = copie;
     nombre_ = autre.nombre_;
@@ -224,12 +226,14 @@ TableChaineNoyau::~TableChaineNoyau() { delete racine_; }
 
 void TableChaineNoyau::Vide() {
   Noeud* racine = racine_->Cree(ChaineN());
+  indexClefs_.reset();
   delete racine_;
   racine_ = racine;
   nombre_ = 0;
 }
 
 void TableChaineNoyau::MetsArbre(Noeud* racine, uint64_t nombre) {
+  indexClefs_.reset();
   delete racine_;
   racine_ = racine;
   nombre_ = nombre;
@@ -297,17 +301,28 @@ void TableChaineNoyau::Compacte() {
   // (with their fragments, copied rather than shared) come one after another, each subtree in
   // one stretch.
   Noeud* copie = racine_->Copie(true);
+  indexClefs_.reset();
   delete racine_;
   racine_ = copie;
+  indexClefs_ = std::make_unique<detail::IndexClefs>(racine_);
 }
 
 TableChaineNoyau::Noeud* TableChaineNoyau::TrouveEmplacement(const ChaineN& clef) const {
+  if (indexClefs_ != nullptr) {
+    const uint32_t i = indexClefs_->Trouve(clef.DonneUnites(), clef.Longueur());
+    // The index points at this table's own nodes.
+    return i == detail::IndexClefs::kAbsente ? nullptr : const_cast<Noeud*>(indexClefs_->NoeudDe(i));
+  }
   uint64_t longueur = 0;
   Noeud *precedent = nullptr, *noeud = nullptr, *parent = nullptr;
   return TrouveMeilleurEmplacement(clef, &longueur, &precedent, &noeud, &parent) ? noeud : nullptr;
 }
 
 bool TableChaineNoyau::Possede(const ChaineN& clef) const {
+  if (indexClefs_ != nullptr) {
+    const uint32_t i = indexClefs_->Trouve(clef.DonneUnites(), clef.Longueur());
+    return i != detail::IndexClefs::kAbsente && indexClefs_->EstClef(i);
+  }
   const Noeud* n = TrouveEmplacement(clef);
   return n != nullptr && n->EstClef();
 }
@@ -368,6 +383,7 @@ TableChaineNoyau::Noeud* TableChaineNoyau::TrouveEmplacementEtInsere(const Chain
   }
   *present = true;
   if (!noeud->EstClef()) {
+    indexClefs_.reset();  // a new key, perhaps new nodes
     noeud->drapeaux_ |= Noeud::kFinDeClef;
     ++nombre_;
     *present = false;
@@ -381,6 +397,7 @@ bool TableChaineNoyau::TrouveEmplacementEtSupprime(const ChaineN& clef) {
   if (!TrouveMeilleurEmplacement(clef, &longueur, &precedent, &noeud, &parent) || !noeud->EstClef())
     return false;
   --nombre_;
+  indexClefs_.reset();
   if (noeud == racine_ || noeud->APlusDUnEnfant()) {
     noeud->drapeaux_ &= static_cast<uint8_t>(~Noeud::kFinDeClef);
     return true;

@@ -2,6 +2,7 @@
 // automaton's own walks (src/automates/Marche*.h) over the tree seen as a graph of one-character
 // transitions, so that both answer with the same rules and ranks; anagrams are the table's own.
 #include <algorithm>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -15,104 +16,12 @@
 #include "automates/MarcheCorrections.h"
 #include "automates/MarcheInsensible.h"
 #include "automates/MarcheJoker.h"
+#include "conteneurs/GraphesTable.h"
+#include "conteneurs/IndexClefs.h"
 #include "conteneurs/PointsDeCode.h"
 #include "texte/Malgray.h"
 
 namespace sdd {
-
-namespace detail {
-
-using Noeud = TableChaineNoyau::Noeud;
-
-// The tree as a graph: a state is a node and how many units of its fragment have been read;
-// inside a fragment there is one transition, at its end one per child. The children's first
-// units come from the parent's mirror of them, so that a walk touches a node only when it goes
-// into it: a tree's nodes lie wherever they were allocated, and each touch is a cache miss.
-class GrapheTable {
- public:
-  struct Etat {
-    const Noeud* n;
-    uint32_t i;
-  };
-  using Vue = Etat;
-  struct Sortie {
-    const Noeud* n;  // the node left
-    uint32_t i;      // inside its fragment: the unit read
-    uint32_t k;      // the way out: inside, 0 (the only one); at the end, the child
-    uint32_t nb;     // ways out
-    bool interne;
-  };
-  // A tree reaches each state by one path: nothing to remember, and no numbers.
-  static constexpr bool kMemorise = false;
-  static constexpr bool kNumerote = false;
-
-  GrapheTable(const TableChaineNoyau& table, bool exclamation, bool tiret, bool chrono)
-      : table_(table), exclamation_(exclamation), tiret_(tiret), chrono_(chrono) {
-    if (chrono_) debut_ = std::chrono::steady_clock::now();
-  }
-
-  Etat Racine() const { return {table_.Racine(), 0}; }
-  static Vue Lis(Etat e) { return e; }
-  static bool Final(const Vue& v) { return v.i == v.n->longueur_ && v.n->EstClef(); }
-  static Sortie Premiere(const Vue& v) {
-    if (v.i < v.n->longueur_) return {v.n, v.i, 0, 1, true};
-    return {v.n, 0, 0, v.n->NbEnfants(), false};
-  }
-  static bool Existe(const Vue&, Sortie s) { return s.k < s.nb; }
-  static Sortie Suivante(Sortie s) {
-    ++s.k;
-    return s;
-  }
-  static char16_t Car(Sortie s) {
-    if (s.interne) return s.n->Unites()[s.i];
-    // A child's first unit: its first code point, or that code point's high surrogate.
-    const char32_t c = s.n->PremierDeLEnfant(s.k);
-    return c < 0x10000 ? static_cast<char16_t>(c) : static_cast<char16_t>(0xD800 + ((c - 0x10000) >> 10));
-  }
-  static Etat Cible(const Vue&, Sortie s) {
-    if (s.interne) return {s.n, s.i + 1};
-    // The walks ask for every child's state before they go into the first: fetching each now
-    // lets the misses overlap rather than come one after another.
-    const Noeud* enfant = s.n->Enfant(s.k);
-    __builtin_prefetch(enfant);
-    return {enfant, 1};
-  }
-  static uint32_t Compte(Sortie) { return 0; }
-  static bool Trouve(const Vue& v, char16_t c, Sortie* s) {
-    for (Sortie t = Premiere(v); Existe(v, t); t = Suivante(t)) {
-      if (Car(t) == c) {
-        *s = t;
-        return true;
-      }
-    }
-    return false;
-  }
-  // Fragments hold at most kLongueurMaxClef units: the offset fits the low 16 bits.
-  static uint64_t Identite(Etat e) {
-    return static_cast<uint64_t>(reinterpret_cast<uintptr_t>(e.n)) << 16 | e.i;
-  }
-  static Etat DepuisIdentite(uint64_t id) {
-    return {reinterpret_cast<const Noeud*>(static_cast<uintptr_t>(id >> 16)),
-            static_cast<uint32_t>(id & 0xFFFF)};
-  }
-  uint32_t NbFormes() const { return static_cast<uint32_t>(std::min<uint64_t>(table_.Taille(), UINT32_MAX)); }
-  bool RecupereExclamation() const { return exclamation_; }
-  bool RecupereTiret() const { return tiret_; }
-  bool TempsEcoulay() const;
-  [[noreturn]] static void Corrompu(uint64_t) {
-    throw exceptions::TableNonValide("Table de chaînes : plus de réponses que de clefs");
-  }
-
- private:
-  const TableChaineNoyau& table_;
-  bool exclamation_;
-  bool tiret_;
-  // A time-limited search keeps its own clock: searches are const, and several may run at once.
-  bool chrono_;
-  std::chrono::steady_clock::time_point debut_{};
-};
-
-}  // namespace detail
 
 namespace {
 
@@ -162,12 +71,19 @@ class TableChaineRecherches {
   static GrapheTable Graphe(const TableChaineNoyau& t, bool chrono) {
     return GrapheTable(t, t.recupereExclamation_, t.recupereTiret_, chrono);
   }
+  // The lookup index's graph, when Compacte laid one out.
+  static std::optional<detail::GrapheIndex> GrapheDeLIndex(const TableChaineNoyau& t, bool chrono) {
+    if (t.indexClefs_ == nullptr) return std::nullopt;
+    return detail::GrapheIndex(t, *t.indexClefs_, t.recupereExclamation_, t.recupereTiret_, chrono);
+  }
   static bool TempsEcoulay(std::chrono::steady_clock::time_point debut) {
     return TableChaineNoyau::_TempsEcoulay(debut);
   }
 };
 
-bool GrapheTable::TempsEcoulay() const { return chrono_ && TableChaineRecherches::TempsEcoulay(debut_); }
+bool detail::GrapheTableCommun::TempsEcoulay() const {
+  return chrono_ && TableChaineRecherches::TempsEcoulay(debut_);
+}
 
 // ---- word to keys, prefix to keys
 
@@ -253,25 +169,38 @@ bool TableChaineNoyau::FormesCommencant(const ListeT<ChaineN>& prefixes, _Option
 
 // ---- jokers
 
-bool TableChaineNoyau::FormesPourJoker(const ChaineN& motif, uint32_t limite, uint32_t parametre,
-                                       ListeC<_Forme>& formes) const {
-  const GrapheTable g = TableChaineRecherches::Graphe(*this, false);
-  // The walk meets keys in the order of its stack, not the tree's: gather, then sort and cut.
-  std::vector<_Forme> trouvees;
-  MarcheJoker<GrapheTable>(g, motif, parametre)
+namespace {
+
+// The walk meets keys in the order of its stack, not the tree's: gather, then sort and cut.
+template <typename G>
+bool Jokers(const G& g, const ChaineN& motif, uint32_t limite, uint32_t parametre,
+            ListeC<TableChaineNoyau::_Forme>& formes) {
+  std::vector<TableChaineNoyau::_Forme> trouvees;
+  MarcheJoker<G>(g, motif, parametre)
       .Parcours(0, nullptr, [&](const char16_t* texte, uint64_t n, uint32_t, uint64_t identite) {
-        _Forme f;
+        TableChaineNoyau::_Forme f;
         f.forme = ChaineN(texte, n);
         f.valeur = static_cast<uint32_t>(motif.Longueur());
-        f.noeud = GrapheTable::DepuisIdentite(identite).n;
+        f.noeud = g.NoeudDe(identite);
         trouvees.push_back(std::move(f));
       });
   std::sort(trouvees.begin(), trouvees.end(),
-            [](const _Forme& x, const _Forme& y) { return AvantEnPointsDeCode(x.forme, y.forme); });
+            [](const TableChaineNoyau::_Forme& x, const TableChaineNoyau::_Forme& y) {
+              return AvantEnPointsDeCode(x.forme, y.forme);
+            });
   const bool complet = limite == 0 || trouvees.size() <= limite;
   if (!complet) trouvees.resize(limite);
-  for (_Forme& f : trouvees) formes.Ajoute(std::move(f));
+  for (TableChaineNoyau::_Forme& f : trouvees) formes.Ajoute(std::move(f));
   return complet;
+}
+
+}  // namespace
+
+bool TableChaineNoyau::FormesPourJoker(const ChaineN& motif, uint32_t limite, uint32_t parametre,
+                                       ListeC<_Forme>& formes) const {
+  if (const auto g = TableChaineRecherches::GrapheDeLIndex(*this, false))
+    return Jokers(*g, motif, limite, parametre, formes);
+  return Jokers(TableChaineRecherches::Graphe(*this, false), motif, limite, parametre, formes);
 }
 
 // ---- corrections

@@ -11,6 +11,7 @@
 #include <outils_socle/texte/Exception.h>
 
 #include "conteneurs/FormatTableChaine.h"
+#include "conteneurs/IndexClefs.h"
 #include "conteneurs/PointsDeCode.h"
 
 namespace sdd {
@@ -189,7 +190,11 @@ void Serialiseur<TableChaineNoyau>::Lis(FluxEntree& entree, TableChaineNoyau* ta
   }
   if (clefs != nombre) Invalide("Table de chaînes : moins de clefs que l’en-tête n’en annonce");
   nouvelle->ActualiseIndexes();
+  // A table read back is usually read from then on: its lookup index, as Compacte lays it out
+  // (its nodes, allocated in the order of the records, are in tree order already).
+  auto index = std::make_unique<detail::IndexClefs>(nouvelle.get());
   table->MetsArbre(nouvelle.release(), nombre);
+  table->indexClefs_ = std::move(index);
 }
 
 }  // namespace sdd

@@ -37,6 +37,7 @@ std::u16string U(const ChaineN& c) { return std::u16string(c.DonneUnites(), c.Lo
 struct Jeu {
   std::vector<std::u16string> mots;
   TableChaine<uint32_t> table;
+  TableChaine<uint32_t> compactee;  // the same after Compacte: some searches walk its index
   TamponMemoire lexique;
   std::unique_ptr<AutomateAcycliqueMin> automate;
 };
@@ -55,6 +56,8 @@ const Jeu& J() {
       x->table.Insere(C(x->mots[i]), static_cast<uint32_t>(i));
       liste.Ajoute(C(x->mots[i]));
     }
+    x->compactee = x->table;
+    x->compactee.Compacte();
     CompilateurAutomateAcycliqueMin(liste).FormeCompactay(x->lexique);
     x->automate = std::make_unique<AutomateAcycliqueMin>(&x->lexique);
     return x;
@@ -141,8 +144,12 @@ TEST(TableChaineRecherches, PrefixesJokersEtCorrectionsCommeLAutomate) {
       a.Vide();
       t.Vide();
       j.automate->FormesPourJoker(C(motif), a, parametre);
-      j.table.FormesPourJoker(C(motif), 0, parametre, t);
-      ASSERT_EQ(EnRangs(t), EnRangs(a)) << Utf8(C(motif)) << " " << parametre;
+      for (const TableChaine<uint32_t>* table : {&j.table, &j.compactee}) {
+        t.Vide();
+        table->FormesPourJoker(C(motif), 0, parametre, t);
+        ASSERT_EQ(EnRangs(t), EnRangs(a)) << Utf8(C(motif)) << " " << parametre;
+        for (const auto& f : t) ASSERT_EQ(j.mots[TableChaine<uint32_t>::DonneCharge(f)], U(f.forme));
+      }
     }
 
     // A typing mistake: every correction within two ordinary ones, at the same cost.
@@ -174,17 +181,19 @@ TEST(TableChaineRecherches, JokersContreUnBalayage) {
     for (const auto& m : j.mots)
       if (Glob(motif, 0, m, 0)) attendus.push_back(m);
     std::sort(attendus.begin(), attendus.end());
-    ListeC<TableChaineNoyau::_Forme> t;
-    EXPECT_TRUE(j.table.FormesPourJoker(C(motif), 0, 0x10, t));
-    std::vector<std::u16string> trouves;
-    for (const auto& f : t) trouves.push_back(U(f.forme));
-    EXPECT_EQ(trouves, attendus) << Utf8(C(motif));
-    // A limit gives the head, in tree order.
-    if (attendus.size() > 3) {
-      t.Vide();
-      EXPECT_FALSE(j.table.FormesPourJoker(C(motif), 3, 0x10, t));
-      ASSERT_EQ(t.Taille(), 3u);
-      EXPECT_EQ(U(t[2].forme), attendus[2]);
+    for (const TableChaine<uint32_t>* table : {&j.table, &j.compactee}) {
+      ListeC<TableChaineNoyau::_Forme> t;
+      EXPECT_TRUE(table->FormesPourJoker(C(motif), 0, 0x10, t));
+      std::vector<std::u16string> trouves;
+      for (const auto& f : t) trouves.push_back(U(f.forme));
+      EXPECT_EQ(trouves, attendus) << Utf8(C(motif));
+      // A limit gives the head, in tree order.
+      if (attendus.size() > 3) {
+        t.Vide();
+        EXPECT_FALSE(table->FormesPourJoker(C(motif), 3, 0x10, t));
+        ASSERT_EQ(t.Taille(), 3u);
+        EXPECT_EQ(U(t[2].forme), attendus[2]);
+      }
     }
   }
 }
@@ -247,9 +256,11 @@ TEST(TableChaineRecherches, AnagrammesContreUnBalayage) {
   }
 }
 
-TEST(TableChaineRecherches, SurDisqueCommeEnMemoire) {
+TEST(TableChaineRecherches, SurDisqueEtCompacteeCommeEnMemoire) {
   const Jeu& j = J();
   std::mt19937 alea(9);
+  const TableChaine<uint32_t>& compactee = j.compactee;
+  ASSERT_TRUE(compactee.EstCompacte());
   for (uint16_t version : {TableChaineNoyau::kVersionTableTrie, TableChaineNoyau::kVersionTableTrie100}) {
     TamponMemoire b(8);
     b.Mets(uint8_t{0xAB});  // not at the stream's start
@@ -265,7 +276,10 @@ TEST(TableChaineRecherches, SurDisqueCommeEnMemoire) {
       for (std::u16string proche :
            {j.mots[i] + u"x", j.mots[i].substr(0, j.mots[i].size() - 1), Variante(j.mots[i], alea)}) {
         ASSERT_EQ(disque.Possede(C(proche)), j.table.Possede(C(proche))) << Utf8(C(proche));
+        ASSERT_EQ(compactee.Possede(C(proche)), j.table.Possede(C(proche))) << Utf8(C(proche));
       }
+      const uint32_t* trouvee = compactee.Trouve(C(j.mots[i]));
+      ASSERT_TRUE(trouvee != nullptr && *trouvee == i);
     }
     EXPECT_FALSE(disque.Possede(ChaineN("")));
   }

@@ -85,7 +85,14 @@ TEST(TableChaine, DifferentielContreStdMap) {
       const uint32_t v = alea();
       switch (alea() % 4) {
         case 0:
-        case 1: ASSERT_EQ(t.Insere(C(clef), v), modele.emplace(clef, v).second) << essai << " " << op; break;
+        case 1: {
+          const bool nouvelle = t.Insere(C(clef), v);
+          ASSERT_EQ(nouvelle, modele.emplace(clef, v).second) << essai << " " << op;
+          if (nouvelle) {
+            ASSERT_FALSE(t.EstCompacte()) << "a new key drops the lookup index";
+          }
+          break;
+        }
         case 2: ASSERT_EQ(t.Supprime(C(clef)), modele.erase(clef) == 1) << essai << " " << op; break;
         default: {
           const uint32_t* trouve = t.Trouve(C(clef));
@@ -102,6 +109,7 @@ TEST(TableChaine, DifferentielContreStdMap) {
       if (op % 700 == 699) {
         const std::string avant = Dump(t);
         t.Compacte();
+        ASSERT_TRUE(t.EstCompacte());
         ASSERT_EQ(Dump(t), avant);
       }
     }
@@ -149,6 +157,11 @@ TEST(TableChaine, PairesDeSubstitution) {
   b.Positionne(0);
   relue.Lis(b);
   EXPECT_EQ(Dump(relue), Dump(t));
+  // The lookup index compares code points as the tree does.
+  relue.Compacte();
+  for (const auto& k : {sourire + a, clin + a, prive, sourire}) EXPECT_TRUE(relue.Possede(C(k)));
+  for (const auto& k : {clin, sourire + a + a, std::u16string(1, sourire[0]), std::u16string(u"\uE000a")})
+    EXPECT_FALSE(relue.Possede(C(k)));
   // A key with a lone surrogate cannot be written in UTF-8: refused, not garbled.
   t.Insere(C(u"x\xD800"));
   TamponMemoire c;
