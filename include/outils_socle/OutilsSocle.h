@@ -13,6 +13,7 @@
 #include <outils_socle/conteneurs/TableChaineNoyau.h>
 #include <outils_socle/conteneurs/TableChaineSurDisqueNoyau.h>
 #include <outils_socle/conteneurs/TableTrieeNoyau.h>
+#include <outils_socle/dates/Calendrier.h>
 #include <outils_socle/fils/DFil.h>
 #include <outils_socle/fils/DGestionnaireFils.h>
 #include <outils_socle/fils/DMessagerSurFilCourant.h>
@@ -26,6 +27,7 @@
 #include <outils_socle/flux/Flux.h>
 #include <outils_socle/flux/Serialiseur.h>
 #include <outils_socle/flux/TamponMemoire.h>
+#include <outils_socle/synchro/Synchro.h>
 #include <outils_socle/texte/ChaineN.h>
 #include <outils_socle/texte/ConvertisseurChaineN.h>
 #include <outils_socle/texte/DAlerteDeleguay.h>
