@@ -57,7 +57,8 @@ TEST(Synchro, ChainesEtRappels) {
   for (int j = 0; j < 3; ++j) EXPECT_EQ(r[j], j);
   EXPECT_EQ(r[11], 12);
   // The same through UniChaine, and through lines compared as whole strings.
-  Synchro u(UniChaine("le petit chat"), UniChaine("le gros chat"));
+  const UniChaine ua("le petit chat"), ub("le gros chat");
+  Synchro u(ua, ub);
   EXPECT_EQ(u.DonneDistance(), 9);
   // A negative index reads as the character 0.
   UniChaine vide, x("x");
@@ -86,7 +87,8 @@ TEST(Synchro, ChainesEtRappels) {
 TEST(Synchro, DistanceEtSimilarite) {
   int distance = 0;
   double a = 0, b = 0;
-  Synchro loin(std::string(10, 'a').c_str(), 10, std::string(30, 'a').c_str(), 30);
+  const std::string a10(10, 'a'), a30(30, 'a');
+  Synchro loin(a10.c_str(), 10, a30.c_str(), 30);
   loin.DonneDistanceEtDivergence(distance, a, b);
   EXPECT_EQ(distance, INT_MAX);
   EXPECT_EQ(a, std::numeric_limits<double>::max());

@@ -32,6 +32,14 @@ class OUTILS_SOCLE_EXPORT Synchro {
   Synchro(const UniChaine& ancien, const UniChaine& nouveau, float limite = 0);
   Synchro(void* ancien, int n, void* nouveau, int m, Comparaison compare, float limite = 0);
   Synchro(const char* ancien, int n, const char* nouveau, int m, float limite = 0);
+  // The object keeps pointers to the strings, so temporaries would dangle before the first
+  // call: refused at compile time.
+  Synchro(sdd::ChaineN&&, const sdd::ChaineN&, float = 0) = delete;
+  Synchro(const sdd::ChaineN&, sdd::ChaineN&&, float = 0) = delete;
+  Synchro(sdd::ChaineN&&, sdd::ChaineN&&, float = 0) = delete;
+  Synchro(UniChaine&&, const UniChaine&, float = 0) = delete;
+  Synchro(const UniChaine&, UniChaine&&, float = 0) = delete;
+  Synchro(UniChaine&&, UniChaine&&, float = 0) = delete;
   // Copies share the work arrays and the result the object owns.
   Synchro(const Synchro&) = default;
   Synchro& operator=(const Synchro&) = default;
