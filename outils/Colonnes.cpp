@@ -2,6 +2,8 @@
 // line holding an accent; these count terminal columns instead, as the C library's wcwidth
 // does for a UTF-8 terminal.
 #include <locale.h>
+
+#include <algorithm>
 #include <clocale>
 #include <cwchar>
 
@@ -47,6 +49,29 @@ size_t LargeurAffichage(const std::string& texte) {
   }
   uselocale(precedente);
   return colonnes;
+}
+
+std::string Coupe(const std::string& texte, size_t largeur) {
+  const locale_t utf8 = LocaleUTF8();
+  const locale_t precedente = utf8 != static_cast<locale_t>(0) ? uselocale(utf8) : static_cast<locale_t>(0);
+  size_t colonnes = 0, i = 0;
+  std::mbstate_t etat{};
+  while (i < texte.size()) {
+    wchar_t c = 0;
+    size_t lus = std::mbrtowc(&c, texte.data() + i, texte.size() - i, &etat);
+    int largeurCar = 1;
+    if (lus == static_cast<size_t>(-1) || lus == static_cast<size_t>(-2) || lus == 0) {
+      lus = 1;
+      etat = std::mbstate_t{};
+    } else if (utf8 != static_cast<locale_t>(0)) {
+      largeurCar = std::max(wcwidth(c), 0);
+    }
+    if (colonnes + static_cast<size_t>(largeurCar) > largeur) break;
+    colonnes += static_cast<size_t>(largeurCar);
+    i += lus;
+  }
+  if (precedente != static_cast<locale_t>(0)) uselocale(precedente);
+  return texte.substr(0, i);
 }
 
 std::string Aligne(const std::string& texte, size_t largeur) {

@@ -20,6 +20,8 @@ int Lexique(const std::vector<std::string>& arguments);
 int Huffman(const std::vector<std::string>& arguments);
 int Blocs(const std::vector<std::string>& arguments);
 int TableDeChaines(const std::vector<std::string>& arguments);
+int SynchroTextes(const std::vector<std::string>& arguments);
+int Jours(const std::vector<std::string>& arguments);
 // The lexicon part of the demonstration, on the same word list.
 int DemoLexique(const std::string& liste);
 
@@ -52,6 +54,8 @@ double MsDepuis(Horloge::time_point debut);
 // whatever the accents: a precomposed "é" takes one column, a combining accent none, a wide
 // East Asian character two. Text already as wide is returned whole.
 std::string Aligne(const std::string& texte, size_t largeur);
+// The longest head of `texte` (UTF-8) that fits in `largeur` terminal columns.
+std::string Coupe(const std::string& texte, size_t largeur);
 // The terminal columns that `texte` (UTF-8) takes.
 size_t LargeurAffichage(const std::string& texte);
 

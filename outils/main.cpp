@@ -22,6 +22,8 @@ const char* const kAide =
     "  huffman     construit le code de Huffman d'un texte, code et décode avec lui\n"
     "  blocs       range une liste de mots dans des blocs compressés et les relit\n"
     "  table       range une liste de mots dans une table de chaînes et l'interroge\n"
+    "  synchro     compare deux textes ligne à ligne, comme diff\n"
+    "  jours       compte les jours entre deux dates à travers les réformes de 1582 et 1752\n"
     "  demo        fait l'aller-retour de la liste de mots française dans les sept codages\n"
     "\n"
     "Options :\n"
@@ -53,6 +55,8 @@ int main(int argc, char** argv) {
     if (commande == "huffman") return outils::Huffman(arguments);
     if (commande == "blocs") return outils::Blocs(arguments);
     if (commande == "table") return outils::TableDeChaines(arguments);
+    if (commande == "synchro") return outils::SynchroTextes(arguments);
+    if (commande == "jours") return outils::Jours(arguments);
     if (commande == "demo") return outils::Demo(arguments);
   } catch (const sdd::exceptions::Exception& e) {
     outils::Erreur(e.MessageComplet().PreteUTF8());

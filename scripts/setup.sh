@@ -11,6 +11,8 @@ paquets=(
   libgtest-dev libgmock-dev libbenchmark-dev
   wfrench ccache clang-format unicode-data libabsl-dev libtbb-dev libmarisa-dev libdawgdic-dev libfst-dev libfst-tools wamerican
   man-db
+  # The text comparison is tested and measured against GNU diff and patch.
+  diffutils patch
   # Debian packages (make deb, make check-deb): dependencies, build flags, checks.
   dpkg-dev file lintian
 )

@@ -25,7 +25,7 @@ r = subprocess.run(["man", "--warnings", "-E", "UTF-8", "-l", PAGE], capture_out
 if r.returncode != 0 or r.stderr.strip():
     sys.exit(f"man reports on {PAGE}:\n{r.stderr.decode('utf-8', 'replace')}")
 page = r.stdout.decode("utf-8")
-if "@" in page:
+if re.search(r"@[A-Za-z_][A-Za-z0-9_]*@", page):
     sys.exit("an unconfigured @VARIABLE@ is left in the page")
 
 generale = aide()

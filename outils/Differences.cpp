@@ -1,0 +1,186 @@
+#include "Differences.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <random>
+#include <stdexcept>
+
+#include <outils_socle/synchro/Synchro.h>
+
+namespace outils {
+
+void TexteEnLignes::Decoupe() {
+  lignes.clear();
+  const std::string_view tout(octets);
+  size_t debut = 0;
+  while (debut < tout.size()) {
+    size_t fin = tout.find('\n', debut);
+    fin = fin == std::string_view::npos ? tout.size() : fin + 1;
+    lignes.push_back(tout.substr(debut, fin - debut));
+    debut = fin;
+  }
+}
+
+namespace {
+
+bool CompareEntiers(void* ancien, int i, void* nouveau, int j) {
+  return static_cast<const int*>(ancien)[i] == static_cast<const int*>(nouveau)[j];
+}
+
+// The elements of `suite` whose number occurs in `autre` (numbers are below `plafond`), and
+// their places in `suite`.
+void GardeCommuns(const std::vector<int>& suite, const std::vector<char>& dansAutre, std::vector<int>& gardes,
+                  std::vector<int>& places) {
+  for (size_t i = 0; i < suite.size(); ++i) {
+    if (dansAutre[static_cast<size_t>(suite[i])]) {
+      gardes.push_back(suite[i]);
+      places.push_back(static_cast<int>(i));
+    }
+  }
+}
+
+}  // namespace
+
+Differences CompareSuites(const std::vector<int>& ancien, const std::vector<int>& nouveau, float limite) {
+  int plafond = 0;
+  for (int x : ancien) plafond = std::max(plafond, x + 1);
+  for (int x : nouveau) plafond = std::max(plafond, x + 1);
+  std::vector<char> dansAncien(static_cast<size_t>(plafond)), dansNouveau(static_cast<size_t>(plafond));
+  for (int x : ancien) dansAncien[static_cast<size_t>(x)] = 1;
+  for (int x : nouveau) dansNouveau[static_cast<size_t>(x)] = 1;
+  std::vector<int> a, b, placesA, placesB;
+  GardeCommuns(ancien, dansNouveau, a, placesA);
+  GardeCommuns(nouveau, dansAncien, b, placesB);
+
+  std::vector<int> alignes(b.size() + 1, -1);
+  Synchro synchro(a.data(), static_cast<int>(a.size()), b.data(), static_cast<int>(b.size()), CompareEntiers,
+                  limite);
+  synchro.Synchronise(alignes.data());
+
+  // Back to the whole sequences: each new element, its old element or -1.
+  std::vector<int> ancienDe(nouveau.size(), -1);
+  for (size_t j = 0; j < b.size(); ++j)
+    if (alignes[j] >= 0) ancienDe[static_cast<size_t>(placesB[j])] = placesA[static_cast<size_t>(alignes[j])];
+
+  Differences r;
+  r.limiteAtteinte = synchro.LimiteTempsDepassee();
+  int i = 0;      // next old element
+  int debut = 0;  // first new element since the last match
+  const int n = static_cast<int>(ancien.size()), m = static_cast<int>(nouveau.size());
+  for (int j = 0; j <= m; ++j) {
+    const int k = j < m ? ancienDe[static_cast<size_t>(j)] : n;
+    if (j < m && k < 0) continue;
+    // An alignment out of order or onto unequal elements would give a wrong script: never
+    // print one.
+    if (k < i || (j < m && ancien[static_cast<size_t>(k)] != nouveau[static_cast<size_t>(j)]))
+      throw std::logic_error("alignement incohérent");
+    if (k > i || j > debut) {
+      r.modifications.push_back({i, k - i, debut, j - debut});
+      r.distance += (k - i) + (j - debut);
+    }
+    i = k + 1;
+    debut = j + 1;
+  }
+  return r;
+}
+
+namespace {
+
+// Numbers equal lines alike: an open-addressing table of line texts, since hashing every line
+// is most of the work on files that differ little. The hash is seeded per process, so that a
+// file made to collide cannot turn the lookups quadratic.
+class Numeroteur {
+ public:
+  explicit Numeroteur(size_t lignes) {
+    size_t capacite = 16;
+    while (capacite < 2 * lignes) capacite *= 2;
+    cases_.assign(capacite, 0);
+    masque_ = capacite - 1;
+    textes_.reserve(lignes);
+  }
+
+  int Numero(std::string_view ligne) {
+    const uint64_t h = Hache(ligne);
+    for (size_t i = h & masque_;; i = (i + 1) & masque_) {
+      const uint32_t c = cases_[i];
+      if (c == 0) {
+        textes_.push_back(ligne);
+        hachages_.push_back(h);
+        cases_[i] = static_cast<uint32_t>(textes_.size());
+        return static_cast<int>(textes_.size() - 1);
+      }
+      if (hachages_[c - 1] == h && textes_[c - 1] == ligne) return static_cast<int>(c - 1);
+    }
+  }
+
+ private:
+  static uint64_t Graine() {
+    static const uint64_t graine =
+        (static_cast<uint64_t>(std::random_device{}()) << 32) ^ std::random_device{}();
+    return graine;
+  }
+  static uint64_t Melange(uint64_t h) {
+    h ^= h >> 33;
+    h *= 0xff51afd7ed558ccdULL;
+    h ^= h >> 33;
+    return h;
+  }
+  static uint64_t Hache(std::string_view s) {
+    uint64_t h = Graine() ^ (s.size() * 0x9E3779B97F4A7C15ULL);
+    size_t i = 0;
+    for (; i + 8 <= s.size(); i += 8) {
+      uint64_t mot;
+      std::memcpy(&mot, s.data() + i, 8);
+      h = Melange(h ^ mot) * 0xc4ceb9fe1a85ec53ULL;
+    }
+    uint64_t reste = 0;
+    std::memcpy(&reste, s.data() + i, s.size() - i);
+    return Melange(h ^ reste);
+  }
+
+  std::vector<uint32_t> cases_;  // number + 1, 0 for an empty slot
+  size_t masque_;
+  std::vector<std::string_view> textes_;
+  std::vector<uint64_t> hachages_;
+};
+
+}  // namespace
+
+Differences CompareLignes(const std::vector<std::string_view>& ancien,
+                          const std::vector<std::string_view>& nouveau, float limite) {
+  Numeroteur numeros(ancien.size() + nouveau.size());
+  std::vector<int> a, b;
+  a.reserve(ancien.size());
+  b.reserve(nouveau.size());
+  for (std::string_view l : ancien) a.push_back(numeros.Numero(l));
+  for (std::string_view l : nouveau) b.push_back(numeros.Numero(l));
+  return CompareSuites(a, b, limite);
+}
+
+std::vector<Bloc> GroupeEnBlocs(const std::vector<Modification>& modifications, int lignesAnciennes,
+                                int lignesNouvelles, int contexte) {
+  std::vector<Bloc> blocs;
+  for (size_t premiere = 0; premiere < modifications.size();) {
+    size_t derniere = premiere;
+    while (derniere + 1 < modifications.size()) {
+      const Modification& p = modifications[derniere];
+      const Modification& s = modifications[derniere + 1];
+      if (s.ancien - (p.ancien + p.supprimes) > 2 * contexte) break;
+      ++derniere;
+    }
+    const Modification& p = modifications[premiere];
+    const Modification& d = modifications[derniere];
+    // Unchanged lines match one to one between modifications, so the context is the same
+    // count on both sides.
+    const int avant = std::min(contexte, std::min(p.ancien, p.nouveau));
+    const int apres = std::min(contexte, std::min(lignesAnciennes - (d.ancien + d.supprimes),
+                                                  lignesNouvelles - (d.nouveau + d.inseres)));
+    blocs.push_back({premiere, derniere, p.ancien - avant, d.ancien + d.supprimes + apres, p.nouveau - avant,
+                     d.nouveau + d.inseres + apres});
+    premiere = derniere + 1;
+  }
+  return blocs;
+}
+
+}  // namespace outils

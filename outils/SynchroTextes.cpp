@@ -1,0 +1,554 @@
+// outils-socle synchro: two texts compared line by line with the library's Synchro, shown as a
+// unified diff (what patch reads) or side by side on a terminal, optionally down to the
+// characters that changed within lines.
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <exception>
+#include <unordered_map>
+
+#include <outils_socle/texte/Exception.h>
+#include <outils_socle/texte/UniCaractere.h>
+
+#include "Commandes.h"
+#include "Differences.h"
+
+namespace outils {
+
+namespace {
+
+const char* const kAideSynchro =
+    "Usage : outils-socle synchro ANCIEN NOUVEAU [options]\n"
+    "\n"
+    "Compare deux textes ligne à ligne (« - » pour l'entrée standard) et affiche ce qui a changé :\n"
+    "une différence unifiée comme « diff -u », que « patch » applique, quand la sortie est un fichier\n"
+    "ou un tube ; les deux textes côte à côte, en couleurs, sur un terminal.\n"
+    "\n"
+    "  --unifie          la différence unifiée, même sur un terminal\n"
+    "  --cote-a-cote     les deux textes côte à côte, même hors d'un terminal (alors sans couleurs)\n"
+    "  --contexte N      lignes inchangées autour de chaque changement (3 par défaut)\n"
+    "  --caracteres      montre aussi les caractères supprimés [-...-] et insérés {+...+} dans les\n"
+    "                    lignes changées (en couleurs sur un terminal)\n"
+    "  --limite S        cesse de chercher la plus courte différence après S secondes : ce qui\n"
+    "                    est affiché reste juste, mais peut être plus long qu'il ne faut\n"
+    "  --distance        affiche seulement le nombre de lignes supprimées et insérées (de\n"
+    "                    caractères dans les lignes changées avec --caracteres)\n"
+    "  --largeur N       colonnes de la vue côte à côte (celles du terminal, sinon 80)\n"
+    "\n"
+    "Code de retour : 0 si les textes sont identiques, 1 s'ils diffèrent, 2 en cas d'erreur.\n";
+
+// Past this many characters on both sides, a changed block is not compared character by
+// character (the search grows with the product of the lengths when they differ much): it is
+// shown as removed and inserted whole.
+constexpr size_t kJetonsMaximum = 5000;
+
+const char* const kRouge = "\x1b[31m";
+const char* const kVert = "\x1b[32m";
+const char* const kCyan = "\x1b[36m";
+const char* const kRougeInverse = "\x1b[7;31m";
+const char* const kVertInverse = "\x1b[7;32m";
+const char* const kFinCouleur = "\x1b[0m";
+
+struct Options {
+  bool coteACote = false;
+  bool couleurs = false;
+  bool caracteres = false;
+  int contexte = 3;
+  float limite = 0;
+  size_t largeur = 80;
+};
+
+struct Fichier {
+  std::string nom;
+  TexteEnLignes texte;
+  struct timespec modification {};
+};
+
+bool LisTexte(const std::string& chemin, Fichier& f) {
+  f.nom = chemin;
+  if (chemin == "-") {
+    clock_gettime(CLOCK_REALTIME, &f.modification);
+    if (!LisFichier(chemin, f.texte.octets)) return false;
+  } else {
+    std::FILE* flux = std::fopen(chemin.c_str(), "rb");
+    struct stat etat {};
+    if (flux == nullptr || fstat(fileno(flux), &etat) != 0 || S_ISDIR(etat.st_mode)) {
+      const std::string raison = flux == nullptr ? std::strerror(errno) : "c'est un dossier";
+      if (flux != nullptr) std::fclose(flux);
+      Erreur("impossible de lire « " + chemin + " » : " + raison);
+      return false;
+    }
+    f.modification = etat.st_mtim;
+    std::string& octets = f.texte.octets;
+    char tampon[1 << 16];
+    size_t lus;
+    octets.reserve(static_cast<size_t>(std::max<off_t>(etat.st_size, 0)));
+    while ((lus = std::fread(tampon, 1, sizeof(tampon), flux)) > 0) octets.append(tampon, lus);
+    const bool erreur = std::ferror(flux) != 0;
+    std::fclose(flux);
+    if (erreur) {
+      Erreur("erreur de lecture dans « " + chemin + " »");
+      return false;
+    }
+  }
+  f.texte.Decoupe();
+  return true;
+}
+
+// ---- characters
+
+// A text cut into characters: a code point and the combining marks after it, so that "é"
+// written with a combining accent moves as one piece. Malformed bytes stand alone.
+std::vector<std::string_view> Caracteres(std::string_view texte) {
+  std::vector<std::string_view> jetons;
+  auto pointDeCode = [&](size_t i, size_t& longueur) -> uint32_t {
+    const auto o = [&](size_t k) { return static_cast<unsigned char>(texte[k]); };
+    const unsigned c = o(i);
+    longueur = c < 0x80 ? 1 : (c >> 5) == 6 ? 2 : (c >> 4) == 14 ? 3 : (c >> 3) == 30 ? 4 : 1;
+    if (i + longueur > texte.size()) longueur = 1;
+    uint32_t cp = longueur == 1 ? c : c & (0x7Fu >> longueur);
+    for (size_t k = 1; k < longueur; ++k) {
+      if ((o(i + k) & 0xC0) != 0x80) {
+        longueur = 1;
+        return c;
+      }
+      cp = (cp << 6) | (o(i + k) & 0x3F);
+    }
+    return cp;
+  };
+  auto combinant = [](uint32_t cp) {
+    return cp < 0x10000 && (sdd::UniCaractere::Classes(static_cast<char16_t>(cp)) & (uint64_t{1} << 10)) != 0;
+  };
+  size_t i = 0;
+  while (i < texte.size()) {
+    size_t longueur;
+    pointDeCode(i, longueur);
+    size_t fin = i + longueur;
+    while (fin < texte.size()) {
+      size_t l;
+      if (!combinant(pointDeCode(fin, l))) break;
+      fin += l;
+    }
+    jetons.push_back(texte.substr(i, fin - i));
+    i = fin;
+  }
+  return jetons;
+}
+
+enum class Genre { kCommun, kSupprime, kInsere };
+struct Morceau {
+  Genre genre;
+  std::string_view texte;
+};
+
+// The old and the new text as common, removed and inserted pieces, with the count of
+// characters removed and inserted. Too long, or out of time: removed whole, inserted whole.
+std::vector<Morceau> CompareCaracteres(std::string_view ancien, std::string_view nouveau, float limite,
+                                       int& distance) {
+  const std::vector<std::string_view> a = Caracteres(ancien), b = Caracteres(nouveau);
+  std::vector<Morceau> morceaux;
+  auto ajoute = [&](Genre g, std::string_view t) {
+    if (t.empty()) return;
+    if (!morceaux.empty() && morceaux.back().genre == g && morceaux.back().texte.end() == t.begin()) {
+      morceaux.back().texte =
+          std::string_view(morceaux.back().texte.data(), morceaux.back().texte.size() + t.size());
+    } else {
+      morceaux.push_back({g, t});
+    }
+  };
+  if (a.size() + b.size() > kJetonsMaximum || limite < 0) {
+    distance += static_cast<int>(a.size() + b.size());
+    ajoute(Genre::kSupprime, ancien);
+    ajoute(Genre::kInsere, nouveau);
+    return morceaux;
+  }
+  const Differences d = CompareLignes(a, b, limite);
+  distance += d.distance;
+  // Pieces of a text from character `de` to character `a` (exclusive).
+  auto etendue = [](const std::vector<std::string_view>& j, int de, int a) {
+    if (de >= a) return std::string_view();
+    return std::string_view(
+        j[static_cast<size_t>(de)].data(),
+        static_cast<size_t>(j[static_cast<size_t>(a - 1)].end() - j[static_cast<size_t>(de)].begin()));
+  };
+  int i = 0;
+  for (const Modification& m : d.modifications) {
+    ajoute(Genre::kCommun, etendue(a, i, m.ancien));
+    ajoute(Genre::kSupprime, etendue(a, m.ancien, m.ancien + m.supprimes));
+    ajoute(Genre::kInsere, etendue(b, m.nouveau, m.nouveau + m.inseres));
+    i = m.ancien + m.supprimes;
+  }
+  ajoute(Genre::kCommun, etendue(a, i, static_cast<int>(a.size())));
+  return morceaux;
+}
+
+// Seconds left of the user's limit: 0 for no limit, negative once it has passed.
+struct Echeance {
+  float limite;
+  Horloge::time_point debut = Horloge::now();
+  float Reste() const {
+    if (limite <= 0) return 0;
+    const float reste = limite - static_cast<float>(MsDepuis(debut) / 1000);
+    return reste > 0 ? reste : -1;
+  }
+};
+
+// The old lines [de, a) as one stretch of the text (lines are contiguous in it).
+std::string_view Lignes(const TexteEnLignes& t, int de, int a) {
+  if (de >= a) return std::string_view();
+  const auto& l = t.lignes;
+  return std::string_view(
+      l[static_cast<size_t>(de)].data(),
+      static_cast<size_t>(l[static_cast<size_t>(a - 1)].end() - l[static_cast<size_t>(de)].begin()));
+}
+
+// ---- unified diff
+
+void AjouteEtendue(std::string& sortie, int debut, int compte) {
+  // diff's convention: a single line is its number alone; an empty range names the line
+  // before it.
+  if (compte == 1) {
+    sortie += std::to_string(debut + 1);
+  } else {
+    sortie += std::to_string(compte == 0 ? debut : debut + 1);
+    sortie += ',';
+    sortie += std::to_string(compte);
+  }
+}
+
+void AjouteEnTeteBloc(std::string& sortie, const Bloc& b, const Options& o) {
+  if (o.couleurs) sortie += kCyan;
+  sortie += "@@ -";
+  AjouteEtendue(sortie, b.ancienDebut, b.ancienFin - b.ancienDebut);
+  sortie += " +";
+  AjouteEtendue(sortie, b.nouveauDebut, b.nouveauFin - b.nouveauDebut);
+  sortie += " @@";
+  if (o.couleurs) sortie += kFinCouleur;
+  sortie += '\n';
+}
+
+void AjouteEnTeteFichier(std::string& sortie, const char* marque, const Fichier& f) {
+  struct tm local {};
+  localtime_r(&f.modification.tv_sec, &local);
+  char date[64], zone[16];
+  std::strftime(date, sizeof(date), "%Y-%m-%d %H:%M:%S", &local);
+  std::strftime(zone, sizeof(zone), "%z", &local);
+  char nanos[16];
+  std::snprintf(nanos, sizeof(nanos), ".%09ld", static_cast<long>(f.modification.tv_nsec));
+  sortie += marque;
+  sortie += f.nom + "\t" + date + nanos + " " + zone + "\n";
+}
+
+void AjouteLigne(std::string& sortie, char marque, std::string_view ligne, const char* couleur) {
+  if (couleur != nullptr) sortie += couleur;
+  sortie += marque;
+  if (!ligne.empty() && ligne.back() == '\n') {
+    sortie.append(ligne.data(), ligne.size() - 1);
+    if (couleur != nullptr) sortie += kFinCouleur;
+    sortie += '\n';
+  } else {
+    sortie.append(ligne);
+    if (couleur != nullptr) sortie += kFinCouleur;
+    sortie += "\n\\ No newline at end of file\n";
+  }
+}
+
+// `texte` between the marks, line ends included, so that the view reads back exactly (a line
+// end outside them would be common to both texts); or in colour, stopped before each line end
+// so that it never runs into the next line.
+void AjouteMarque(std::string& sortie, std::string_view texte, const char* ouvre, const char* ferme,
+                  const char* couleur) {
+  if (couleur == nullptr) {
+    sortie += ouvre;
+    sortie.append(texte);
+    sortie += ferme;
+    return;
+  }
+  while (!texte.empty()) {
+    const size_t fin = texte.find('\n');
+    const std::string_view morceau = texte.substr(0, fin);
+    if (!morceau.empty()) {
+      sortie += couleur;
+      sortie.append(morceau);
+      sortie += kFinCouleur;
+    }
+    if (fin == std::string_view::npos) break;
+    sortie += '\n';
+    texte.remove_prefix(fin + 1);
+  }
+}
+
+// One changed block down to the characters, as git's --word-diff does it with words: the
+// merged text, removals between [- -], insertions between {+ +}.
+void AjouteBlocCaracteres(std::string& sortie, std::string_view ancien, std::string_view nouveau,
+                          const Options& o, const Echeance& e, int& distance) {
+  const bool finAncien = ancien.empty() || ancien.back() == '\n';
+  const bool finNouveau = nouveau.empty() || nouveau.back() == '\n';
+  for (const Morceau& m : CompareCaracteres(ancien, nouveau, e.Reste(), distance)) {
+    if (m.genre == Genre::kCommun) sortie.append(m.texte);
+    if (m.genre == Genre::kSupprime) AjouteMarque(sortie, m.texte, "[-", "-]", o.couleurs ? kRouge : nullptr);
+    if (m.genre == Genre::kInsere) AjouteMarque(sortie, m.texte, "{+", "+}", o.couleurs ? kVert : nullptr);
+  }
+  if (!finAncien || !finNouveau) {
+    if (sortie.empty() || sortie.back() != '\n') sortie += '\n';
+    sortie += "\\ No newline at end of file\n";
+  }
+}
+
+void EcrisUnifie(std::string& sortie, const Fichier& ancien, const Fichier& nouveau, const Differences& d,
+                 const Options& o, const Echeance& e, int& distanceCaracteres) {
+  const TexteEnLignes& a = ancien.texte;
+  const TexteEnLignes& b = nouveau.texte;
+  AjouteEnTeteFichier(sortie, "--- ", ancien);
+  AjouteEnTeteFichier(sortie, "+++ ", nouveau);
+  const char* rouge = o.couleurs ? kRouge : nullptr;
+  const char* vert = o.couleurs ? kVert : nullptr;
+  for (const Bloc& bloc : GroupeEnBlocs(d.modifications, static_cast<int>(a.lignes.size()),
+                                        static_cast<int>(b.lignes.size()), o.contexte)) {
+    AjouteEnTeteBloc(sortie, bloc, o);
+    int i = bloc.ancienDebut;
+    for (size_t k = bloc.premiere; k <= bloc.derniere; ++k) {
+      const Modification& m = d.modifications[k];
+      for (; i < m.ancien; ++i) {
+        if (o.caracteres) {
+          sortie.append(a.lignes[static_cast<size_t>(i)]);
+        } else {
+          AjouteLigne(sortie, ' ', a.lignes[static_cast<size_t>(i)], nullptr);
+        }
+      }
+      if (o.caracteres) {
+        AjouteBlocCaracteres(sortie, Lignes(a, m.ancien, m.ancien + m.supprimes),
+                             Lignes(b, m.nouveau, m.nouveau + m.inseres), o, e, distanceCaracteres);
+      } else {
+        for (int s = 0; s < m.supprimes; ++s)
+          AjouteLigne(sortie, '-', a.lignes[static_cast<size_t>(m.ancien + s)], rouge);
+        for (int s = 0; s < m.inseres; ++s)
+          AjouteLigne(sortie, '+', b.lignes[static_cast<size_t>(m.nouveau + s)], vert);
+      }
+      i = m.ancien + m.supprimes;
+    }
+    for (; i < bloc.ancienFin; ++i) {
+      if (o.caracteres) {
+        sortie.append(a.lignes[static_cast<size_t>(i)]);
+        if (sortie.back() != '\n') sortie += "\n\\ No newline at end of file\n";
+      } else {
+        AjouteLigne(sortie, ' ', a.lignes[static_cast<size_t>(i)], nullptr);
+      }
+    }
+  }
+}
+
+// ---- side by side
+
+// A line as a terminal shows it: without its end, tabs expanded to the next multiple of 8,
+// control characters in caret notation (^M for a carriage return), as cat -v writes them.
+std::string Affichable(std::string_view texte, size_t colonneDeDepart) {
+  std::string r;
+  size_t debutLigne = 0;  // where the columns of `r` start counting, for the tabs
+  for (const char c : texte) {
+    const auto o = static_cast<unsigned char>(c);
+    if (c == '\n') continue;
+    if (c == '\t') {
+      const size_t colonne = colonneDeDepart + LargeurAffichage(r.substr(debutLigne));
+      r.append(8 - colonne % 8, ' ');
+    } else if (o < 0x20 || o == 0x7F) {
+      r += '^';
+      r += static_cast<char>(o == 0x7F ? '?' : o + 0x40);
+    } else {
+      r += c;
+    }
+  }
+  return r;
+}
+
+struct Segment {
+  std::string_view texte;
+  bool change;
+};
+
+// How one side shows the characters that changed: in a colour, or between marks.
+struct Accent {
+  const char* couleur;
+  const char* ouvre;
+  const char* ferme;
+};
+
+// One half of a side-by-side line: the segments cut to `largeur` columns, changed segments
+// with `accent`, the rest in `couleur` (no colour when null), padded when `complete`.
+std::string Colonne(const std::vector<Segment>& segments, size_t largeur, const char* couleur,
+                    const Accent& accent, bool complete) {
+  std::string r;
+  size_t utilisees = 0;
+  for (const Segment& s : segments) {
+    if (utilisees >= largeur) break;
+    std::string visible = Affichable(s.texte, utilisees);
+    if (s.change && accent.couleur == nullptr) visible = accent.ouvre + visible + accent.ferme;
+    visible = Coupe(visible, largeur - utilisees);
+    utilisees += LargeurAffichage(visible);
+    if (visible.empty()) continue;
+    const char* c = s.change ? accent.couleur : couleur;
+    if (c != nullptr) r += c;
+    r += visible;
+    if (c != nullptr) r += kFinCouleur;
+  }
+  if (complete && utilisees < largeur) r.append(largeur - utilisees, ' ');
+  return r;
+}
+
+void EcrisCoteACote(std::string& sortie, const Fichier& ancien, const Fichier& nouveau, const Differences& d,
+                    const Options& o, const Echeance& e, int& distanceCaracteres) {
+  const TexteEnLignes& a = ancien.texte;
+  const TexteEnLignes& b = nouveau.texte;
+  const size_t chiffres = std::to_string(std::max(a.lignes.size(), b.lignes.size())).size();
+  const size_t moitie = std::max<size_t>((o.largeur - 3) / 2, chiffres + 2);
+  const size_t texte = moitie - chiffres - 1;
+  char numero[32];
+  auto numerote = [&](int i) {
+    std::snprintf(numero, sizeof(numero), "%*d ", static_cast<int>(chiffres), i + 1);
+    return std::string(numero);
+  };
+  // One line of the view; a negative index leaves its side empty.
+  auto ligne = [&](int i, int j, char marque, const std::vector<Segment>& gauche,
+                   const std::vector<Segment>& droite) {
+    sortie += i >= 0 ? numerote(i) + Colonne(gauche, texte, marque == ' ' || !o.couleurs ? nullptr : kRouge,
+                                             {o.couleurs ? kRougeInverse : nullptr, "[-", "-]"}, true)
+                     : std::string(moitie, ' ');
+    sortie += ' ';
+    sortie += marque;
+    sortie += ' ';
+    if (j >= 0) {
+      sortie += numerote(j);
+      sortie += Colonne(droite, texte, marque == ' ' || !o.couleurs ? nullptr : kVert,
+                        {o.couleurs ? kVertInverse : nullptr, "{+", "+}"}, false);
+    }
+    while (!sortie.empty() && sortie.back() == ' ') sortie.pop_back();
+    sortie += '\n';
+  };
+  auto entiere = [](std::string_view l) { return std::vector<Segment>{{l, false}}; };
+  for (const Bloc& bloc : GroupeEnBlocs(d.modifications, static_cast<int>(a.lignes.size()),
+                                        static_cast<int>(b.lignes.size()), o.contexte)) {
+    AjouteEnTeteBloc(sortie, bloc, o);
+    int i = bloc.ancienDebut, j = bloc.nouveauDebut;
+    auto contexteJusquA = [&](int fin) {
+      for (; i < fin; ++i, ++j)
+        ligne(i, j, ' ', entiere(a.lignes[static_cast<size_t>(i)]),
+              entiere(b.lignes[static_cast<size_t>(j)]));
+    };
+    for (size_t k = bloc.premiere; k <= bloc.derniere; ++k) {
+      const Modification& m = d.modifications[k];
+      contexteJusquA(m.ancien);
+      for (int p = 0; p < std::max(m.supprimes, m.inseres); ++p) {
+        const int x = p < m.supprimes ? m.ancien + p : -1;
+        const int y = p < m.inseres ? m.nouveau + p : -1;
+        std::vector<Segment> gauche, droite;
+        if (x >= 0 && y >= 0 && o.caracteres) {
+          // A changed pair: the characters that differ stand out.
+          for (const Morceau& mo :
+               CompareCaracteres(a.lignes[static_cast<size_t>(x)], b.lignes[static_cast<size_t>(y)],
+                                 e.Reste(), distanceCaracteres)) {
+            if (mo.genre != Genre::kInsere) gauche.push_back({mo.texte, mo.genre == Genre::kSupprime});
+            if (mo.genre != Genre::kSupprime) droite.push_back({mo.texte, mo.genre == Genre::kInsere});
+          }
+        } else {
+          if (x >= 0) gauche = entiere(a.lignes[static_cast<size_t>(x)]);
+          if (y >= 0) droite = entiere(b.lignes[static_cast<size_t>(y)]);
+        }
+        ligne(x, y, x >= 0 && y >= 0 ? '|' : x >= 0 ? '<' : '>', gauche, droite);
+      }
+      i = m.ancien + m.supprimes;
+      j = m.nouveau + m.inseres;
+    }
+    contexteJusquA(bloc.ancienFin);
+  }
+}
+
+size_t LargeurDuTerminal() {
+  struct winsize taille {};
+  if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &taille) == 0 && taille.ws_col > 0) return taille.ws_col;
+  if (const char* colonnes = std::getenv("COLUMNS")) {
+    const long n = std::strtol(colonnes, nullptr, 10);
+    if (n > 0) return static_cast<size_t>(n);
+  }
+  return 80;
+}
+
+// The character distance of the changed blocks, for --distance --caracteres.
+int DistanceCaracteres(const Fichier& ancien, const Fichier& nouveau, const Differences& d,
+                       const Echeance& e) {
+  int distance = 0;
+  for (const Modification& m : d.modifications)
+    CompareCaracteres(Lignes(ancien.texte, m.ancien, m.ancien + m.supprimes),
+                      Lignes(nouveau.texte, m.nouveau, m.nouveau + m.inseres), e.Reste(), distance);
+  return distance;
+}
+
+int Compare(const Arguments& a) {
+  Options o;
+  const bool tty = isatty(STDOUT_FILENO) != 0;
+  o.coteACote = a.Drapeau("cote-a-cote") || (tty && !a.Drapeau("unifie"));
+  o.couleurs = tty && std::getenv("NO_COLOR") == nullptr;
+  o.caracteres = a.Drapeau("caracteres");
+  o.contexte = static_cast<int>(a.Nombre("contexte", 3));
+  o.limite = std::strtof(a.Texte("limite", "0").c_str(), nullptr);
+  o.largeur =
+      static_cast<size_t>(a.Nombre("largeur", o.coteACote ? static_cast<long>(LargeurDuTerminal()) : 80));
+  if (a.positions.size() != 2 || o.contexte < 0 || o.contexte > 1000000 || !(o.limite >= 0) ||
+      o.largeur < 20 || o.largeur > 100000) {
+    Erreur(a.positions.size() != 2 ? "synchro : ANCIEN et NOUVEAU attendus (voir outils-socle synchro --help)"
+                                   : "synchro : valeur d'option hors des bornes");
+    return 2;
+  }
+  if (a.positions[0] == "-" && a.positions[1] == "-") {
+    Erreur("synchro : l'entrée standard ne peut servir qu'une fois");
+    return 2;
+  }
+  Fichier ancien, nouveau;
+  if (!LisTexte(a.positions[0], ancien) || !LisTexte(a.positions[1], nouveau)) return 2;
+  const Echeance echeance{o.limite};
+  const Differences d = CompareLignes(ancien.texte.lignes, nouveau.texte.lignes, o.limite);
+  if (d.limiteAtteinte)
+    Erreur("synchro : limite de temps atteinte, la différence affichée n'est peut-être pas la plus courte");
+  int distanceCaracteres = 0;
+  if (a.Drapeau("distance")) {
+    std::printf("%d\n", o.caracteres ? DistanceCaracteres(ancien, nouveau, d, echeance) : d.distance);
+  } else if (!d.modifications.empty()) {
+    std::string sortie;
+    if (o.coteACote) {
+      EcrisCoteACote(sortie, ancien, nouveau, d, o, echeance, distanceCaracteres);
+    } else {
+      EcrisUnifie(sortie, ancien, nouveau, d, o, echeance, distanceCaracteres);
+    }
+    if (std::fwrite(sortie.data(), 1, sortie.size(), stdout) != sortie.size() || std::fflush(stdout) != 0) {
+      Erreur("synchro : écriture impossible");
+      return 2;
+    }
+  }
+  return d.modifications.empty() ? 0 : 1;
+}
+
+}  // namespace
+
+int SynchroTextes(const std::vector<std::string>& arguments) {
+  if (!arguments.empty() && (arguments[0] == "--help" || arguments[0] == "-h")) {
+    std::fputs(kAideSynchro, stdout);
+    return 0;
+  }
+  // diff's convention: 2 for any trouble, whatever it is, so that 1 always means "different".
+  try {
+    return Compare(Analyse(arguments, {"contexte", "limite", "largeur"}));
+  } catch (const sdd::exceptions::Exception& e) {
+    Erreur(e.MessageComplet().PreteUTF8());
+  } catch (const std::exception& e) {
+    Erreur(std::string("synchro : ") + e.what());
+  }
+  return 2;
+}
+
+}  // namespace outils
