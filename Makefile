@@ -55,6 +55,7 @@ bench: build
 	./build/bench/bench_table_chaine
 	./build/bench/bench_fils
 	./build/bench/bench_automates
+	./build/bench/bench_synchro
 
 # Packages are built for /usr, with Debian's hardening flags, from a build of their own (tests and
 # benchmarks off), optimised as the tested build is (-O2; CPack strips the debugging data).

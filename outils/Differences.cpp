@@ -100,21 +100,39 @@ class Numeroteur {
     textes_.reserve(lignes);
   }
 
-  int Numero(std::string_view ligne) {
-    const uint64_t h = Hache(ligne);
-    for (size_t i = h & masque_;; i = (i + 1) & masque_) {
-      const uint32_t c = cases_[i];
-      if (c == 0) {
-        textes_.push_back(ligne);
-        hachages_.push_back(h);
-        cases_[i] = static_cast<uint32_t>(textes_.size());
-        return static_cast<int>(textes_.size() - 1);
-      }
-      if (hachages_[c - 1] == h && textes_[c - 1] == ligne) return static_cast<int>(c - 1);
+  // The numbers of `lignes`, appended to `numeros`. The slots are read in random order and
+  // most reads miss the cache: the hashes are computed first, and each slot is fetched a few
+  // lines ahead of its use, so that the misses overlap.
+  void Numerote(const std::vector<std::string_view>& lignes, std::vector<int>& numeros) {
+    std::vector<uint64_t> hachages(lignes.size());
+    for (size_t k = 0; k < lignes.size(); ++k) hachages[k] = Hache(lignes[k]);
+    constexpr size_t kAvance = 16;
+    numeros.reserve(numeros.size() + lignes.size());
+    for (size_t k = 0; k < lignes.size(); ++k) {
+      if (k + kAvance < lignes.size()) __builtin_prefetch(&cases_[hachages[k + kAvance] & masque_]);
+      numeros.push_back(Numero(lignes[k], hachages[k]));
     }
   }
 
  private:
+  int Numero(std::string_view ligne, uint64_t h) {
+    // A slot holds the number + 1 in its low half and the hash's high half as a tag, so that
+    // a probe reads one slot and touches a line's text only when the tags agree.
+    const uint64_t etiquette = h & 0xFFFFFFFF00000000ULL;
+    for (size_t i = h & masque_;; i = (i + 1) & masque_) {
+      const uint64_t c = cases_[i];
+      if (c == 0) {
+        textes_.push_back(ligne);
+        cases_[i] = etiquette | textes_.size();
+        return static_cast<int>(textes_.size() - 1);
+      }
+      if ((c & 0xFFFFFFFF00000000ULL) == etiquette) {
+        const size_t numero = (c & 0xFFFFFFFFU) - 1;
+        if (textes_[numero] == ligne) return static_cast<int>(numero);
+      }
+    }
+  }
+
   static uint64_t Graine() {
     static const uint64_t graine =
         (static_cast<uint64_t>(std::random_device{}()) << 32) ^ std::random_device{}();
@@ -139,10 +157,9 @@ class Numeroteur {
     return Melange(h ^ reste);
   }
 
-  std::vector<uint32_t> cases_;  // number + 1, 0 for an empty slot
+  std::vector<uint64_t> cases_;  // tag | number + 1, 0 for an empty slot
   size_t masque_;
   std::vector<std::string_view> textes_;
-  std::vector<uint64_t> hachages_;
 };
 
 }  // namespace
@@ -151,10 +168,8 @@ Differences CompareLignes(const std::vector<std::string_view>& ancien,
                           const std::vector<std::string_view>& nouveau, float limite) {
   Numeroteur numeros(ancien.size() + nouveau.size());
   std::vector<int> a, b;
-  a.reserve(ancien.size());
-  b.reserve(nouveau.size());
-  for (std::string_view l : ancien) a.push_back(numeros.Numero(l));
-  for (std::string_view l : nouveau) b.push_back(numeros.Numero(l));
+  numeros.Numerote(ancien, a);
+  numeros.Numerote(nouveau, b);
   return CompareSuites(a, b, limite);
 }
 

@@ -1,6 +1,7 @@
 // outils-socle synchro: two texts compared line by line with the library's Synchro, shown as a
 // unified diff (what patch reads) or side by side on a terminal, optionally down to the
 // characters that changed within lines.
+#include <fcntl.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -15,7 +16,6 @@
 #include <unordered_map>
 
 #include <outils_socle/texte/Exception.h>
-#include <outils_socle/texte/UniCaractere.h>
 
 #include "Commandes.h"
 #include "Differences.h"
@@ -43,11 +43,6 @@ const char* const kAideSynchro =
     "  --largeur N       colonnes de la vue côte à côte (celles du terminal, sinon 80)\n"
     "\n"
     "Code de retour : 0 si les textes sont identiques, 1 s'ils diffèrent, 2 en cas d'erreur.\n";
-
-// Past this many characters on both sides, a changed block is not compared character by
-// character (the search grows with the product of the lengths when they differ much): it is
-// shown as removed and inserted whole.
-constexpr size_t kJetonsMaximum = 5000;
 
 const char* const kRouge = "\x1b[31m";
 const char* const kVert = "\x1b[32m";
@@ -77,116 +72,37 @@ bool LisTexte(const std::string& chemin, Fichier& f) {
     clock_gettime(CLOCK_REALTIME, &f.modification);
     if (!LisFichier(chemin, f.texte.octets)) return false;
   } else {
-    std::FILE* flux = std::fopen(chemin.c_str(), "rb");
+    // Read whole with read(2), straight into the string: no stdio buffer in between. (A
+    // mapping would save the copy but turn a file truncated under us into a crash.)
+    const int fd = open(chemin.c_str(), O_RDONLY | O_CLOEXEC);
     struct stat etat {};
-    if (flux == nullptr || fstat(fileno(flux), &etat) != 0 || S_ISDIR(etat.st_mode)) {
-      const std::string raison = flux == nullptr ? std::strerror(errno) : "c'est un dossier";
-      if (flux != nullptr) std::fclose(flux);
+    if (fd < 0 || fstat(fd, &etat) != 0 || S_ISDIR(etat.st_mode)) {
+      const std::string raison = fd < 0 ? std::strerror(errno) : "c'est un dossier";
+      if (fd >= 0) close(fd);
       Erreur("impossible de lire « " + chemin + " » : " + raison);
       return false;
     }
     f.modification = etat.st_mtim;
     std::string& octets = f.texte.octets;
-    char tampon[1 << 16];
-    size_t lus;
-    octets.reserve(static_cast<size_t>(std::max<off_t>(etat.st_size, 0)));
-    while ((lus = std::fread(tampon, 1, sizeof(tampon), flux)) > 0) octets.append(tampon, lus);
-    const bool erreur = std::ferror(flux) != 0;
-    std::fclose(flux);
-    if (erreur) {
-      Erreur("erreur de lecture dans « " + chemin + " »");
-      return false;
+    octets.resize(static_cast<size_t>(std::max<off_t>(etat.st_size, 0)) + 1);
+    size_t total = 0;
+    for (;;) {
+      if (total == octets.size()) octets.resize(octets.size() * 2);  // the file grew, or is a pipe
+      const ssize_t lus = read(fd, octets.data() + total, octets.size() - total);
+      if (lus == 0) break;
+      if (lus < 0 && errno == EINTR) continue;
+      if (lus < 0) {
+        close(fd);
+        Erreur("erreur de lecture dans « " + chemin + " » : " + std::strerror(errno));
+        return false;
+      }
+      total += static_cast<size_t>(lus);
     }
+    close(fd);
+    octets.resize(total);
   }
   f.texte.Decoupe();
   return true;
-}
-
-// ---- characters
-
-// A text cut into characters: a code point and the combining marks after it, so that "é"
-// written with a combining accent moves as one piece. Malformed bytes stand alone.
-std::vector<std::string_view> Caracteres(std::string_view texte) {
-  std::vector<std::string_view> jetons;
-  auto pointDeCode = [&](size_t i, size_t& longueur) -> uint32_t {
-    const auto o = [&](size_t k) { return static_cast<unsigned char>(texte[k]); };
-    const unsigned c = o(i);
-    longueur = c < 0x80 ? 1 : (c >> 5) == 6 ? 2 : (c >> 4) == 14 ? 3 : (c >> 3) == 30 ? 4 : 1;
-    if (i + longueur > texte.size()) longueur = 1;
-    uint32_t cp = longueur == 1 ? c : c & (0x7Fu >> longueur);
-    for (size_t k = 1; k < longueur; ++k) {
-      if ((o(i + k) & 0xC0) != 0x80) {
-        longueur = 1;
-        return c;
-      }
-      cp = (cp << 6) | (o(i + k) & 0x3F);
-    }
-    return cp;
-  };
-  auto combinant = [](uint32_t cp) {
-    return cp < 0x10000 && (sdd::UniCaractere::Classes(static_cast<char16_t>(cp)) & (uint64_t{1} << 10)) != 0;
-  };
-  size_t i = 0;
-  while (i < texte.size()) {
-    size_t longueur;
-    pointDeCode(i, longueur);
-    size_t fin = i + longueur;
-    while (fin < texte.size()) {
-      size_t l;
-      if (!combinant(pointDeCode(fin, l))) break;
-      fin += l;
-    }
-    jetons.push_back(texte.substr(i, fin - i));
-    i = fin;
-  }
-  return jetons;
-}
-
-enum class Genre { kCommun, kSupprime, kInsere };
-struct Morceau {
-  Genre genre;
-  std::string_view texte;
-};
-
-// The old and the new text as common, removed and inserted pieces, with the count of
-// characters removed and inserted. Too long, or out of time: removed whole, inserted whole.
-std::vector<Morceau> CompareCaracteres(std::string_view ancien, std::string_view nouveau, float limite,
-                                       int& distance) {
-  const std::vector<std::string_view> a = Caracteres(ancien), b = Caracteres(nouveau);
-  std::vector<Morceau> morceaux;
-  auto ajoute = [&](Genre g, std::string_view t) {
-    if (t.empty()) return;
-    if (!morceaux.empty() && morceaux.back().genre == g && morceaux.back().texte.end() == t.begin()) {
-      morceaux.back().texte =
-          std::string_view(morceaux.back().texte.data(), morceaux.back().texte.size() + t.size());
-    } else {
-      morceaux.push_back({g, t});
-    }
-  };
-  if (a.size() + b.size() > kJetonsMaximum || limite < 0) {
-    distance += static_cast<int>(a.size() + b.size());
-    ajoute(Genre::kSupprime, ancien);
-    ajoute(Genre::kInsere, nouveau);
-    return morceaux;
-  }
-  const Differences d = CompareLignes(a, b, limite);
-  distance += d.distance;
-  // Pieces of a text from character `de` to character `a` (exclusive).
-  auto etendue = [](const std::vector<std::string_view>& j, int de, int a) {
-    if (de >= a) return std::string_view();
-    return std::string_view(
-        j[static_cast<size_t>(de)].data(),
-        static_cast<size_t>(j[static_cast<size_t>(a - 1)].end() - j[static_cast<size_t>(de)].begin()));
-  };
-  int i = 0;
-  for (const Modification& m : d.modifications) {
-    ajoute(Genre::kCommun, etendue(a, i, m.ancien));
-    ajoute(Genre::kSupprime, etendue(a, m.ancien, m.ancien + m.supprimes));
-    ajoute(Genre::kInsere, etendue(b, m.nouveau, m.nouveau + m.inseres));
-    i = m.ancien + m.supprimes;
-  }
-  ajoute(Genre::kCommun, etendue(a, i, static_cast<int>(a.size())));
-  return morceaux;
 }
 
 // Seconds left of the user's limit: 0 for no limit, negative once it has passed.
