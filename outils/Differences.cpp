@@ -24,10 +24,6 @@ void TexteEnLignes::Decoupe() {
 
 namespace {
 
-bool CompareEntiers(void* ancien, int i, void* nouveau, int j) {
-  return static_cast<const int*>(ancien)[i] == static_cast<const int*>(nouveau)[j];
-}
-
 // The elements of `suite` whose number occurs in `autre` (numbers are below `plafond`), and
 // their places in `suite`.
 void GardeCommuns(const std::vector<int>& suite, const std::vector<char>& dansAutre, std::vector<int>& gardes,
@@ -54,8 +50,8 @@ Differences CompareSuites(const std::vector<int>& ancien, const std::vector<int>
   GardeCommuns(nouveau, dansAncien, b, placesB);
 
   std::vector<int> alignes(b.size() + 1, -1);
-  Synchro synchro(a.data(), static_cast<int>(a.size()), b.data(), static_cast<int>(b.size()), CompareEntiers,
-                  limite);
+  Synchro synchro(a.data(), static_cast<int>(a.size()), b.data(), static_cast<int>(b.size()),
+                  Synchro::CompareEntiers, limite);
   synchro.Synchronise(alignes.data());
 
   // Back to the whole sequences: each new element, its old element or -1.

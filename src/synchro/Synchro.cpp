@@ -28,6 +28,10 @@ bool Synchro::CompareCaracteres(void* ancien, int i, void* nouveau, int j) {
   return static_cast<const char*>(ancien)[i] == static_cast<const char*>(nouveau)[j];
 }
 
+bool Synchro::CompareEntiers(void* ancien, int i, void* nouveau, int j) {
+  return static_cast<const int*>(ancien)[i] == static_cast<const int*>(nouveau)[j];
+}
+
 bool Synchro::CompareChaines(void* ancien, int i, void* nouveau, int j) {
   return std::strcmp(static_cast<char* const*>(ancien)[i], static_cast<char* const*>(nouveau)[j]) == 0;
 }
@@ -105,6 +109,23 @@ bool Synchro::TempsEcoule() {
 // ---- the middle snake
 
 int Synchro::TrouveSerpent(int x0, int n, int y0, int m, Serpent& serpent) {
+  // The snakes are where the comparisons happen, millions of them on long, different inputs:
+  // for the callbacks we know, compare inline rather than call through the pointer.
+  if (compare_ == CompareEntiers) {
+    const int* a = static_cast<const int*>(ancien_);
+    const int* b = static_cast<const int*>(nouveau_);
+    return TrouveSerpentAvec([a, b](int i, int j) { return a[i] == b[j]; }, x0, n, y0, m, serpent);
+  }
+  if (compare_ == CompareCaracteres) {
+    const char* a = static_cast<const char*>(ancien_);
+    const char* b = static_cast<const char*>(nouveau_);
+    return TrouveSerpentAvec([a, b](int i, int j) { return a[i] == b[j]; }, x0, n, y0, m, serpent);
+  }
+  return TrouveSerpentAvec([this](int i, int j) { return Egaux(i, j); }, x0, n, y0, m, serpent);
+}
+
+template <typename Egal>
+int Synchro::TrouveSerpentAvec(const Egal& egaux, int x0, int n, int y0, int m, Serpent& serpent) {
   const int delta = n - m;
   const bool impair = (delta & 1) != 0;
   int* const av = avant_.get() + decalage_;
@@ -156,7 +177,7 @@ int Synchro::TrouveSerpent(int x0, int n, int y0, int m, Serpent& serpent) {
       }
       if (!impair) debut[k] = x;
       int y = x - k;
-      while (x < n && y < m && Egaux(x0 + x, y0 + y)) {
+      while (x < n && y < m && egaux(x0 + x, y0 + y)) {
         ++x;
         ++y;
       }
@@ -195,7 +216,7 @@ int Synchro::TrouveSerpent(int x0, int n, int y0, int m, Serpent& serpent) {
       }
       if (impair) debut[k] = x;
       int y = x - k;
-      while (x > 0 && y > 0 && Egaux(x0 + x - 1, y0 + y - 1)) {
+      while (x > 0 && y > 0 && egaux(x0 + x - 1, y0 + y - 1)) {
         --x;
         --y;
       }

@@ -71,7 +71,10 @@ class OUTILS_SOCLE_EXPORT Synchro {
   static void MetsNouveauJusqueFinDeLigne(const UniChaine& nouveau, int* t, int n);
 
   // The comparison callbacks of the constructors, for callers' own sequences.
+  // The searches recognise CompareCaracteres and CompareEntiers and compare inline, without a
+  // call per comparison.
   static bool CompareCaracteres(void* ancien, int i, void* nouveau, int j);        // bytes
+  static bool CompareEntiers(void* ancien, int i, void* nouveau, int j);           // int arrays
   static bool CompareChaines(void* ancien, int i, void* nouveau, int j);           // char* arrays
   static bool CompareListeTUniChaines(void* ancien, int i, void* nouveau, int j);  // ListeT<UniChaine>
   static bool CompareUniCarDansChaineN(void* ancien, int i, void* nouveau, int j);
@@ -91,6 +94,8 @@ class OUTILS_SOCLE_EXPORT Synchro {
   // Myers' middle snake of old[x, x + n) against new[y, y + m): the length D of a shortest
   // edit script and a snake on it, or n + m when there is no common element or time ran out.
   int TrouveSerpent(int x, int n, int y, int m, Serpent& serpent);
+  template <typename Egal>
+  int TrouveSerpentAvec(const Egal& egaux, int x, int n, int y, int m, Serpent& serpent);
 
   void* ancien_;
   int n_;
