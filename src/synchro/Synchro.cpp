@@ -140,8 +140,11 @@ int Synchro::TrouveSerpentAvec(const Egal& egaux, int x0, int n, int y0, int m, 
     av[k] = kAvantAbsent;
     ar[k] = arriereAbsent;
   }
-  auto valideAvant = [&](int k) { return av[k] >= 0 && av[k] - k >= 0 && av[k] - k <= m && av[k] <= n; };
-  auto valideArriere = [&](int k) { return ar[k] <= n && ar[k] - k <= m && ar[k] >= 0 && ar[k] - k >= 0; };
+  // Every point stored is a point of the grid (moves are taken only when they stay in it, and
+  // snakes stop at its edges), and a round reads only what the previous round wrote or the
+  // initial marks: a diagonal's point is usable exactly when it was reached.
+  auto valideAvant = [&](int k) { return av[k] != kAvantAbsent; };
+  auto valideArriere = [&](int k) { return ar[k] != arriereAbsent; };
   const int dMax = (n + m + 1) / 2;
   for (int d = 0; d <= dMax; ++d) {
     if (TempsEcoule()) return n + m;
