@@ -361,6 +361,67 @@ void BM_Prefixes_Dawgdic(benchmark::State& state) {
 }
 BENCHMARK(BM_Prefixes_Dawgdic)->Unit(benchmark::kMillisecond);
 
+// The same walks with nothing built per key: our visitor against the peers' cursors, each key
+// seen only as its characters and length.
+void BM_PrefixesVisites_Nous(benchmark::State& state) {
+  Corpus& c = const_cast<Corpus&>(Donnees());
+  uint64_t n = 0;
+  const AutomateAcycliqueMin::_OptionRecherche exact(AutomateAcycliqueMin::_OptionRecherche::kExactSeulement);
+  for (auto _ : state) {
+    for (const char* p : kPrefixes) {
+      c.automate->VisiteFormesCommencant(
+          ChaineN(p),
+          [&](const char16_t* unites, uint32_t longueur, uint32_t) {
+            benchmark::DoNotOptimize(unites);
+            benchmark::DoNotOptimize(longueur);
+            ++n;
+            return true;
+          },
+          exact);
+    }
+  }
+  state.SetItemsProcessed(static_cast<int64_t>(n));
+}
+BENCHMARK(BM_PrefixesVisites_Nous)->Unit(benchmark::kMillisecond);
+
+void BM_PrefixesVisites_Marisa(benchmark::State& state) {
+  const Corpus& c = Donnees();
+  marisa::Agent agent;
+  uint64_t n = 0;
+  for (auto _ : state) {
+    for (const char* p : kPrefixes) {
+      agent.set_query(p);
+      while (c.marisa.predictive_search(agent)) {
+        benchmark::DoNotOptimize(agent.key().ptr());
+        benchmark::DoNotOptimize(agent.key().length());
+        ++n;
+      }
+    }
+  }
+  state.SetItemsProcessed(static_cast<int64_t>(n));
+}
+BENCHMARK(BM_PrefixesVisites_Marisa)->Unit(benchmark::kMillisecond);
+
+void BM_PrefixesVisites_Dawgdic(benchmark::State& state) {
+  const Corpus& c = Donnees();
+  uint64_t n = 0;
+  for (auto _ : state) {
+    for (const char* p : kPrefixes) {
+      dawgdic::BaseType index = c.dawgdic.root();
+      if (!c.dawgdic.Follow(p, &index)) continue;
+      dawgdic::Completer completer(c.dawgdic, c.guide);
+      completer.Start(index, p);
+      while (completer.Next()) {
+        benchmark::DoNotOptimize(completer.key());
+        benchmark::DoNotOptimize(completer.length());
+        ++n;
+      }
+    }
+  }
+  state.SetItemsProcessed(static_cast<int64_t>(n));
+}
+BENCHMARK(BM_PrefixesVisites_Dawgdic)->Unit(benchmark::kMillisecond);
+
 // ---- joker patterns, beside a scan of the sorted list with fnmatch (case folded; its "?" is one
 // byte, so the patterns below keep it on ASCII letters)
 

@@ -239,6 +239,24 @@ bool AutomateAcycliqueMin::_FormesCommencant(const ListeT<ChaineN>& prefixes, Li
   return MarcheFormes<4>(*this).FormesCommencant(prefixes, formes, options, limite, recuperation);
 }
 
+bool AutomateAcycliqueMin::VisiteFormesCommencant(const ChaineN& prefixe, VisiteurFormes& visiteur,
+                                                  _OptionRecherche options) {
+  ListeT<ChaineN> prefixes;
+  prefixes.Ajoute(prefixe);
+  return VisiteFormesCommencant(prefixes, visiteur, options);
+}
+
+bool AutomateAcycliqueMin::VisiteFormesCommencant(const ListeT<ChaineN>& prefixes, VisiteurFormes& visiteur,
+                                                  _OptionRecherche options) {
+  if (nbFormes_ == 0) return true;
+  if (options.drapeaux & _OptionRecherche::kTempsLimite) debut_ = std::chrono::steady_clock::now();
+  auto recoit = [&visiteur](const _Position&, const char16_t* unites, uint32_t n, uint32_t numero) {
+    return visiteur.Visite(unites, n, numero);
+  };
+  if (largeurAdresse_ == 3) return MarcheFormes<3>(*this).Visite(prefixes, options, recoit);
+  return MarcheFormes<4>(*this).Visite(prefixes, options, recoit);
+}
+
 namespace {
 
 template <int A>

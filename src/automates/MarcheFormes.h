@@ -3,6 +3,7 @@
 // The lexicon's word-to-forms and prefix-to-forms searches: the shared insensitive walk over the
 // stored automaton, then, for prefixes, every form below each place reached.
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -13,6 +14,42 @@
 #include "automates/MarcheInsensible.h"
 
 namespace sdd {
+
+// A stack whose first N elements live inside the object (on the caller's stack), the rest on
+// the heap. For trivially copyable T.
+template <typename T, size_t N>
+class PileLocale {
+ public:
+  void Empile(const T& x) {
+    if (taille_ == capacite_) Agrandis();
+    donnees_[taille_++] = x;
+  }
+  T Depile() { return donnees_[--taille_]; }
+  bool EstVide() const { return taille_ == 0; }
+  size_t Taille() const { return taille_; }
+  // Keeps the first n elements; growing this way (n above the size) gives zeros.
+  void Tronque(size_t n) {
+    while (taille_ < n) Empile(T{});
+    taille_ = n;
+  }
+  T& Dernier() { return donnees_[taille_ - 1]; }
+  const T* Donnees() const { return donnees_; }
+
+ private:
+  void Agrandis() {
+    std::vector<T> plus(capacite_ * 2);
+    std::copy(donnees_, donnees_ + taille_, plus.begin());
+    tas_ = std::move(plus);
+    donnees_ = tas_.data();
+    capacite_ = tas_.size();
+  }
+
+  T local_[N];
+  std::vector<T> tas_;
+  T* donnees_ = local_;
+  size_t taille_ = 0;
+  size_t capacite_ = N;
+};
 
 template <int A>
 class MarcheFormes {
@@ -53,16 +90,39 @@ class MarcheFormes {
 
   bool FormesCommencant(const ListeT<ChaineN>& prefixes, ListeC<_Forme>& formes, _OptionRecherche options,
                         uint32_t limite, RecuperationForme recuperation) {
+    uint64_t total = 0;
+    return Visite(prefixes, options,
+                  [&](const _Position& p, const char16_t* unites, uint32_t n, uint32_t numero) {
+                    ChaineN texte(unites, static_cast<uint64_t>(n));
+                    if (recuperation != RecuperationFormeTelQuelAccepte) {
+                      RecuperationFormeParams params{nullptr, &texte, numero, p.rang1, p.rang2, p.detail};
+                      if (!recuperation(params)) return true;
+                    }
+                    _Forme& f = formes.Ajoute(_Forme{});
+                    f.forme = std::move(texte);
+                    f.numero = numero;
+                    f.rang1 = p.rang1;
+                    f.rang2 = p.rang2;
+                    f.detail = p.detail;
+                    f.valeur = p.valeur;
+                    ++total;
+                    return limite == 0 || total <= limite;
+                  });
+  }
+
+  // Every form below every place the prefixes reach, handed to `recoit(position, units,
+  // length, number)`, which returns false to stop; false when it or the clock stopped the walk.
+  template <typename Recepteur>
+  bool Visite(const ListeT<ChaineN>& prefixes, _OptionRecherche options, Recepteur&& recoit) {
     EnsembleTriay<_Position> positions;
     for (const ChaineN& prefixe : prefixes) {
       ChaineN copie;
       if (!detail::PrepareMot(prefixe, options.drapeaux, copie)) continue;
       MarcheInsensible<G>(g_).Cherche(copie, prefixe, options, true, nullptr, positions);
     }
-    uint64_t total = 0;
     uint64_t emises = 0;  // forms met below every position: at most N
     for (const _Position* p : MarcheInsensible<G>::Classe(positions)) {
-      if (!Complete(*p, formes, total, emises, options, limite, recuperation)) return false;
+      if (!Complete(*p, emises, options, recoit)) return false;
     }
     return true;
   }
@@ -74,46 +134,39 @@ class MarcheFormes {
   // transitions from the smallest count up). In a correct lexicon these are the numbers
   // p.numero, p.numero + 1, … without a gap, every path ends in a form (so a form comes within
   // a path's length of walking) and all the positions together hold at most N forms: any
-  // other number, or more forms, is damage.
-  bool Complete(const _Position& p, ListeC<_Forme>& formes, uint64_t& total, uint64_t& emises,
-                _OptionRecherche options, uint32_t limite, RecuperationForme recuperation) const {
+  // other number, or more forms, is damage. The path is kept in one buffer and each form is
+  // handed over as units in it: nothing is allocated per form.
+  template <typename Recepteur>
+  bool Complete(const _Position& p, uint64_t& emises, _OptionRecherche options, Recepteur& recoit) const {
     struct Entree {
       uint64_t adresse;
       uint32_t numero;
       uint32_t profondeur;
       char16_t car;
     };
-    std::u16string chemin(p.texte.DonneUnites(), p.texte.Longueur());
-    const uint32_t base = static_cast<uint32_t>(chemin.size());
-    std::vector<Entree> pile{{p.etat, p.numero, base, 0}};
+    // The path and the stack of pending transitions live on the stack while they fit, which
+    // they do for any real lexicon: a heap block of a kilobyte or more makes the allocator
+    // merge its small free blocks first, which would cost more than this whole walk.
+    PileLocale<char16_t, 512> chemin;
+    for (uint64_t i = 0; i < p.texte.Longueur(); ++i) chemin.Empile(p.texte.DonneUnites()[i]);
+    const uint32_t base = static_cast<uint32_t>(chemin.Taille());
+    PileLocale<Entree, 256> pile;
+    pile.Empile({p.etat, p.numero, base, 0});
     const bool chrono = options.drapeaux & _OptionRecherche::kTempsLimite;
     uint64_t attendu = p.numero;
-    while (!pile.empty()) {
-      const Entree en = pile.back();
-      pile.pop_back();
-      chemin.resize(en.profondeur);
-      if (en.car != 0) chemin.back() = en.car;
+    while (!pile.EstVide()) {
+      const Entree en = pile.Depile();
+      chemin.Tronque(en.profondeur);
+      if (en.car != 0) chemin.Dernier() = en.car;
       const Etat e = l().LisEtat(en.adresse);
       if (e.final) {
         if (++emises > l().NbFormes() || en.numero != attendu++) detail::AutomateCorrompu(en.adresse);
-        ChaineN texte(chemin.data(), static_cast<uint64_t>(chemin.size()));
-        RecuperationFormeParams params{nullptr, &texte, en.numero, p.rang1, p.rang2, p.detail};
-        if (recuperation(params)) {
-          _Forme& f = formes.Ajoute(_Forme{});
-          f.forme = std::move(texte);
-          f.numero = en.numero;
-          f.rang1 = p.rang1;
-          f.rang2 = p.rang2;
-          f.detail = p.detail;
-          f.valeur = p.valeur;
-          ++total;
-          if (limite != 0 && total > limite) return false;
-        }
+        if (!recoit(p, chemin.Donnees(), static_cast<uint32_t>(chemin.Taille()), en.numero)) return false;
         if (chrono && l().TempsEcoulay()) return false;
       }
       const uint8_t* t = e.transitions;
       for (uint32_t k = 0; k < e.nb; ++k, t += kT) {
-        pile.push_back({L::Cible(e, t), en.numero + L::Compte(t), en.profondeur + 1, L::Car(t)});
+        pile.Empile({L::Cible(e, t), en.numero + L::Compte(t), en.profondeur + 1, L::Car(t)});
       }
     }
     return true;

@@ -41,7 +41,7 @@ constexpr uint64_t kCapaciteMax = (UINT64_MAX - 24) / 8;
 uint64_t CapaciteArrondie(uint64_t c) { return (2 * c) % 4 != 0 ? c + 1 : c; }
 
 void* AlloueBloc(void* ancien, uint64_t capacite) {
-  void* bloc = std::realloc(ancien, 24 + 2 * capacite);
+  void* bloc = ancien == nullptr ? std::malloc(24 + 2 * capacite) : std::realloc(ancien, 24 + 2 * capacite);
   if (bloc == nullptr) throw std::bad_alloc();
   return bloc;
 }
@@ -82,12 +82,18 @@ ChaineN::~ChaineN() { Relache(); }
 
 void ChaineN::Relache() noexcept {
   if (tampon_ == 0) return;
+  // A count of 1 seen here is ours alone: no other holder exists to raise it, so the buffer
+  // goes without the cost of an atomic read-modify-write (most strings are never shared).
   if (EstEmpruntee()) {
     _TamponEmprunte* t = Emprunte();
-    if (Compte(t->compte).fetch_sub(1, std::memory_order_acq_rel) == 1) delete t;
+    if (Compte(t->compte).load(std::memory_order_acquire) == 1 ||
+        Compte(t->compte).fetch_sub(1, std::memory_order_acq_rel) == 1)
+      delete t;
   } else {
     _TamponPossede* t = Possede();
-    if (Compte(t->compte).fetch_sub(1, std::memory_order_acq_rel) == 1) std::free(t);
+    if (Compte(t->compte).load(std::memory_order_acquire) == 1 ||
+        Compte(t->compte).fetch_sub(1, std::memory_order_acq_rel) == 1)
+      std::free(t);
   }
   tampon_ = 0;
 }
@@ -166,7 +172,17 @@ ChaineN::ChaineN(const char16_t* unites, bool copie)
 ChaineN::ChaineN(const char16_t* unites, uint64_t n, bool copie) : tampon_(0) {
   if (n == 0) return;
   if (copie) {
-    AjouteFin(unites, n);
+    // A copy of known length, the way searches build their answers by the thousand: one
+    // block of the exact size, straight.
+    if (n >= kCapaciteMax) throw std::bad_alloc();
+    const uint64_t capacite = CapaciteArrondie(n + 1);
+    auto* t = static_cast<_TamponPossede*>(AlloueBloc(nullptr, capacite));
+    t->longueur = n;
+    t->capacite = capacite;
+    t->compte = 1;
+    std::memcpy(t->Unites(), unites, n * 2);
+    t->Unites()[n] = 0;
+    tampon_ = reinterpret_cast<uintptr_t>(t);
     return;
   }
   auto* t = new _TamponEmprunte{n, 1, unites};

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstdint>
 #include <memory>
+#include <type_traits>
 
 #include <outils_socle/Export.h>
 #include <outils_socle/conteneurs/EnsembleTriay.h>
@@ -157,6 +158,38 @@ class OUTILS_SOCLE_EXPORT AutomateAcycliqueMin {
   bool FormesCommencant(const ListeT<ChaineN>& prefixes, ListeC<_Forme>& formes,
                         _OptionRecherche options = _OptionRecherche(), uint32_t limite = 0,
                         RecuperationForme recuperation = nullptr);
+
+  // What a visit hands over for each form: its UTF-16 units (valid during the call only, not
+  // terminated) and its number. Returning false stops the visit.
+  class VisiteurFormes {
+   public:
+    virtual bool Visite(const char16_t* unites, uint32_t longueur, uint32_t numero) = 0;
+
+   protected:
+    ~VisiteurFormes() = default;
+  };
+  // The forms FormesCommencant would list, in the same order, handed to the visitor one by one
+  // without building a string or a list node: the way to stream, count or filter a large
+  // answer. False when the visitor or the clock (option 0x20) stopped it.
+  bool VisiteFormesCommencant(const ChaineN& prefixe, VisiteurFormes& visiteur,
+                              _OptionRecherche options = _OptionRecherche());
+  bool VisiteFormesCommencant(const ListeT<ChaineN>& prefixes, VisiteurFormes& visiteur,
+                              _OptionRecherche options = _OptionRecherche());
+  // The same with any callable taking (const char16_t* unites, uint32_t longueur, uint32_t
+  // numero) and returning bool.
+  template <typename F>
+  requires std::is_invocable_r_v<bool, F&, const char16_t*, uint32_t, uint32_t>
+  bool VisiteFormesCommencant(const ChaineN& prefixe, F&& f, _OptionRecherche options = _OptionRecherche()) {
+    struct Adaptateur final : VisiteurFormes {
+      explicit Adaptateur(F& g) : f(g) {}
+      bool Visite(const char16_t* unites, uint32_t longueur, uint32_t numero) override {
+        return f(unites, longueur, numero);
+      }
+      F& f;
+    } adaptateur(f);
+    return VisiteFormesCommencant(prefixe, static_cast<VisiteurFormes&>(adaptateur), options);
+  }
+
   // Pattern language (the string table's): "*" any run of characters, even empty; "?" and "_"
   // one character; "#" one consonant; "&" one vowel; any other character matches one that is
   // equal under the Malgray bits 2, 4, 8 of `parametre`; with bit 0x01 a stored ligature also
