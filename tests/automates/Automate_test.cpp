@@ -164,6 +164,23 @@ TEST(Automate, SousEnsemblesAleatoiresContreLesOracles) {
       EXPECT_TRUE(a.FormesCommencant(C(p), trouvees, exact));
       ASSERT_EQ(trouvees.Taille(), attendu.size()) << "prefix " << essais::U16(C(p)).size();
       for (size_t i = 0; i < attendu.size(); ++i) EXPECT_EQ(U16(trouvees[i].forme), attendu[i].second);
+      // The visit meets the same forms with their numbers, in the same order, and stops when
+      // the visitor says so.
+      std::vector<std::pair<uint32_t, std::u16string>> visitees;
+      EXPECT_TRUE(a.VisiteFormesCommencant(
+          C(p),
+          [&](const char16_t* unites, uint32_t n, uint32_t numero) {
+            visitees.emplace_back(numero, std::u16string(unites, n));
+            return true;
+          },
+          exact));
+      EXPECT_EQ(visitees, attendu);
+      if (!attendu.empty()) {
+        size_t vues = 0;
+        EXPECT_FALSE(a.VisiteFormesCommencant(
+            C(p), [&](const char16_t*, uint32_t, uint32_t) { return ++vues < 1; }, exact));
+        EXPECT_EQ(vues, 1u);
+      }
       // A limit of L stops once more than L forms are gathered.
       if (attendu.size() > 2) {
         trouvees.Vide();
@@ -247,6 +264,19 @@ TEST(Automate, RechercheInsensible) {
     for (const auto& f : formes) v.push_back(U16(f.forme));
     return v;
   };
+  // Insensitive prefixes: the visit meets what the list holds, in its order.
+  for (const std::u16string prefixe : {u"ET", u"coe", u"OE", u"l'", u"p", u""}) {
+    sdd::ListeC<AutomateAcycliqueMin::_Forme> formes;
+    a.FormesCommencant(C(prefixe), formes);
+    std::vector<std::pair<uint32_t, std::u16string>> liste, visite;
+    for (const auto& f : formes) liste.emplace_back(f.numero, U16(f.forme));
+    a.VisiteFormesCommencant(C(prefixe), [&](const char16_t* u, uint32_t n, uint32_t numero) {
+      visite.emplace_back(numero, std::u16string(u, n));
+      return true;
+    });
+    EXPECT_EQ(visite, liste) << essais::U16(C(prefixe)).size();
+    EXPECT_FALSE(liste.empty());
+  }
   // Exact first, then by rank: accents (rang1) weigh more than case (rang2).
   EXPECT_EQ(cherche(u"ete"), (std::vector<std::u16string>{u"ete", u"été", u"Été"}));
   EXPECT_EQ(cherche(u"été"), (std::vector<std::u16string>{u"été", u"Été", u"ete"}));
