@@ -495,6 +495,17 @@ void BM_Corrections_Nous(benchmark::State& state) {
 }
 BENCHMARK(BM_Corrections_Nous)->Unit(benchmark::kMicrosecond);
 
+// Opening a lexicon in memory: the header, the form count and the table of the first two
+// levels' transitions by character that the exact lookup uses.
+void BM_Ouverture_Nous(benchmark::State& state) {
+  Corpus& c = const_cast<Corpus&>(Donnees());
+  for (auto _ : state) {
+    AutomateAcycliqueMin a(&c.lexique);
+    benchmark::DoNotOptimize(a.NombreDeFormes());
+  }
+}
+BENCHMARK(BM_Ouverture_Nous)->Unit(benchmark::kMicrosecond);
+
 void BM_Taille(benchmark::State& state) {
   const Corpus& c = Donnees();
   for (auto _ : state) benchmark::DoNotOptimize(c.lexique.Taille());

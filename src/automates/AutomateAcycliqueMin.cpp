@@ -10,11 +10,13 @@
 #include <outils_socle/texte/Exception.h>
 
 #include "automates/GrapheAutomate.h"
+#include "automates/IndexRacine.h"
 #include "automates/LecteurAutomate.h"
 #include "automates/MarcheCorrections.h"
 #include "automates/MarcheFormes.h"
 #include "automates/MarcheJoker.h"
 #include "automates/MarcheNumeros.h"
+#include "automates/PileLocale.h"
 
 namespace sdd {
 
@@ -132,8 +134,10 @@ void AutomateAcycliqueMin::_LisEntete(FluxEntreeMemoire* flux, uint64_t position
     nbFormes_ = 0;
   } else if (largeurAdresse_ == 3) {
     nbFormes_ = CompteFormes(LecteurAutomate<3>(*this));
+    index_ = detail::IndexRacine::Construis(LecteurAutomate<3>(*this));
   } else {
     nbFormes_ = CompteFormes(LecteurAutomate<4>(*this));
+    index_ = detail::IndexRacine::Construis(LecteurAutomate<4>(*this));
   }
 }
 
@@ -169,13 +173,13 @@ void AutomateAcycliqueMin::AjoutPositionDansListe(EnsembleTriay<_Position>& posi
 
 bool AutomateAcycliqueMin::FormePourNo(uint32_t numero, _Forme& forme) const {
   if (numero >= nbFormes_) return false;
-  // One path buffer per thread, and the caller's string refilled in place: no allocation once
-  // both have grown to the longest form.
-  thread_local std::u16string chemin;
+  // The path on the stack, and the caller's string refilled in place: no allocation once it
+  // has grown to the longest form.
+  PileLocale<char16_t, 512> chemin;
   const bool trouve = largeurAdresse_ == 3 ? LecteurAutomate<3>(*this).FormePourNo(numero, chemin)
                                            : LecteurAutomate<4>(*this).FormePourNo(numero, chemin);
   if (!trouve) return false;
-  forme.forme.Mets(chemin.data(), static_cast<uint64_t>(chemin.size()));
+  forme.forme.Mets(chemin.Donnees(), static_cast<uint64_t>(chemin.Taille()));
   forme.numero = numero;
   forme.rang1 = forme.rang2 = 0;
   forme.detail = 0;
@@ -198,8 +202,8 @@ int64_t AutomateAcycliqueMin::NoPourMot(const ChaineN& mot) const {
 
 int64_t AutomateAcycliqueMin::NoPourMot(const char16_t* unites, uint64_t n) const {
   if (nbFormes_ == 0) return -1;
-  return largeurAdresse_ == 3 ? LecteurAutomate<3>(*this).NoPourMot(unites, n)
-                              : LecteurAutomate<4>(*this).NoPourMot(unites, n);
+  return largeurAdresse_ == 3 ? LecteurAutomate<3>(*this).NoPourMot(unites, n, index_.get())
+                              : LecteurAutomate<4>(*this).NoPourMot(unites, n, index_.get());
 }
 
 void AutomateAcycliqueMin::FormesPour(const ChaineN& mot, ListeC<_Forme>& formes, _OptionRecherche options,

@@ -114,10 +114,33 @@ class LecteurAutomate {
     return nullptr;
   }
 
-  int64_t NoPourMot(const char16_t* mot, uint64_t n) const {
+  // `index` (built at opening, may be null) gives the transitions of the first two levels by
+  // character; the same transitions Trouve would find, without the scans.
+  template <typename Index>
+  int64_t NoPourMot(const char16_t* mot, uint64_t n, const Index* index) const {
     uint64_t adresse = racine_;
     uint64_t numero = 0;
-    for (uint64_t i = 0; i < n; ++i) {
+    uint64_t i = 0;
+    if (index != nullptr && n >= 1 && mot[0] < Index::kCarMax) {
+      const Etat e = LisEtat(adresse);
+      const uint32_t rang = index->racine[mot[0]];
+      if (rang == 0) return -1;
+      const uint8_t* t = e.transitions + (rang - 1) * kOctetsTransition;
+      numero += Compte(t);
+      adresse = Cible(e, t);
+      i = 1;
+      const int enfant = index->enfant[mot[0]];
+      if (enfant >= 0 && n >= 2 && mot[1] < Index::kCarMax) {
+        const Etat f = LisEtat(adresse);
+        const uint32_t r = index->enfants[static_cast<size_t>(enfant)][mot[1]];
+        if (r == 0) return -1;
+        const uint8_t* u = f.transitions + (r - 1) * kOctetsTransition;
+        numero += Compte(u);
+        adresse = Cible(f, u);
+        i = 2;
+      }
+    }
+    for (; i < n; ++i) {
       const Etat e = LisEtat(adresse);
       const uint8_t* t = Trouve(e, mot[i]);
       if (t == nullptr) return -1;
@@ -129,19 +152,32 @@ class LecteurAutomate {
 
   // Straight descent: in each state the wanted number lies below the first stored transition
   // whose count does not pass it, or is the state's own end of form.
-  bool FormePourNo(uint32_t numero, std::u16string& chemin) const {
+  template <typename Chemin>  // std::u16string, or anything with clear() and push_back()
+  bool FormePourNo(uint32_t numero, Chemin& chemin) const {
     uint64_t adresse = racine_;
     uint32_t reste = numero;
     chemin.clear();
     for (;;) {
       const Etat e = LisEtat(adresse);
       if (reste == 0 && e.final) return true;
-      const uint8_t* t = e.transitions;
+      // Counts descend along the stored transitions, so the one sought is found by halving
+      // in the wide states near the root and by a scan in the narrow ones below.
       uint32_t i = 0;
-      for (; i < e.nb; ++i, t += kOctetsTransition) {
-        if (Compte(t) <= reste) break;
+      if (e.nb > 8) {
+        uint32_t fin = e.nb;
+        while (i < fin) {
+          const uint32_t milieu = (i + fin) / 2;
+          if (Compte(e.transitions + milieu * kOctetsTransition) <= reste) {
+            fin = milieu;
+          } else {
+            i = milieu + 1;
+          }
+        }
+      } else {
+        while (i < e.nb && Compte(e.transitions + i * kOctetsTransition) > reste) ++i;
       }
       if (i == e.nb) return false;
+      const uint8_t* t = e.transitions + i * kOctetsTransition;
       reste -= Compte(t);
       chemin.push_back(Car(t));
       adresse = Cible(e, t);

@@ -60,6 +60,10 @@ class OUTILS_SOCLE_EXPORT DelegueInterruptionAutomateAcycliqueMin {
 //
 // Searches keep their working state to themselves, so one automaton may serve several threads,
 // except for time-limited prefix searches (option 0x20), whose start time is kept here.
+namespace detail {
+struct IndexRacine;
+}  // namespace detail
+
 class OUTILS_SOCLE_EXPORT AutomateAcycliqueMin {
  public:
   static constexpr int kNbOctetVersion = 4;
@@ -229,6 +233,8 @@ class OUTILS_SOCLE_EXPORT AutomateAcycliqueMin {
   friend class LecteurAutomate;
 
   std::shared_ptr<FluxEntreeMemoire> possede_;  // the mapped file when opened from a path
+  std::shared_ptr<const detail::IndexRacine>
+      index_;  // the root's and its children's transitions by character
   FluxEntreeMemoire* flux_ = nullptr;
   const uint8_t* zone_ = nullptr;  // first byte of the state area
   uint8_t version_[4] = {0, 0, 0, 0};
