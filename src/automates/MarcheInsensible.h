@@ -174,6 +174,7 @@ class MarcheInsensible {
     const Vue e = g_.Lis(etat);
     const char16_t q = m.q[i];
     const char16_t pq = m.plis[i];
+    const bool ligatureTapee = detail::EstLigature(q);
     for (Sortie t = g_.Premiere(e); g_.Existe(e, t); t = g_.Suivante(t)) {
       const char16_t c = g_.Car(t);
       if (c == q) {
@@ -202,7 +203,7 @@ class MarcheInsensible {
                 detail::Plus(r2, true), detail | bits);
           }
         }
-      } else if (detail::EstLigature(q)) {
+      } else if (ligatureTapee) {
         // Typed "œ", stored "oe": two steps for one typed character.
         const char16_t* lettres = detail::LettresDeLigature(q);
         if (detail::Pli(c) != detail::Pli(lettres[0])) continue;
