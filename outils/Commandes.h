@@ -22,6 +22,9 @@ int Blocs(const std::vector<std::string>& arguments);
 int TableDeChaines(const std::vector<std::string>& arguments);
 int SynchroTextes(const std::vector<std::string>& arguments);
 int Jours(const std::vector<std::string>& arguments);
+// outils-socle lexique verifie LEXIQUE TEXTE [--suggestions N].
+struct Arguments;
+int VerifieTexte(const Arguments& a);
 // The lexicon part of the demonstration, on the same word list.
 int DemoLexique(const std::string& liste);
 

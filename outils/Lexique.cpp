@@ -32,6 +32,9 @@ const char* const kAideLexique =
     "  joker LEXIQUE MOTIF [--limite N]          formes du motif (* ? _ # &)\n"
     "  corrige LEXIQUE MOT... [--limite N] [--cout C]\n"
     "        corrections probables (C : coût maximal, 10 par faute ordinaire ; 20 par défaut)\n"
+    "  verifie LEXIQUE TEXTE [--suggestions N]\n"
+    "        les mots du texte (UTF-8) que le lexique ne connaît pas, avec leur ligne, leur\n"
+    "        colonne et N corrections (3 par défaut) ; code de retour 1 s'il y en a\n"
     "  forme LEXIQUE NUMERO...         la forme de chaque numéro\n"
     "  numero LEXIQUE MOT...           le numéro de chaque forme (-1 si absente)\n"
     "  dot LISTE SORTIE [--svg]        le texte Graphviz de l'automate de la liste\n"
@@ -305,12 +308,13 @@ int Lexique(const std::vector<std::string>& arguments) {
     return arguments.empty() ? 2 : 0;
   }
   const std::string action = arguments[0];
-  const Arguments a =
-      Analyse({arguments.begin() + 1, arguments.end()}, {"partie", "limite", "cout", "masque"});
+  const Arguments a = Analyse({arguments.begin() + 1, arguments.end()},
+                              {"partie", "limite", "cout", "masque", "suggestions"});
   try {
     if (action == "compile") return Compile(a);
     if (action == "info") return Info(a);
     if (action == "dot") return Dot(a);
+    if (action == "verifie") return VerifieTexte(a);
     if (action == "cherche" || action == "prefixe" || action == "joker" || action == "corrige" ||
         action == "forme" || action == "numero") {
       return Requetes(action, a);
