@@ -56,6 +56,7 @@ bench: build
 	./build/bench/bench_fils
 	./build/bench/bench_automates
 	./build/bench/bench_synchro
+	./build/bench/bench_corrections
 
 # Packages are built for /usr, with Debian's hardening flags, from a build of their own (tests and
 # benchmarks off), optimised as the tested build is (-O2; CPack strips the debugging data).

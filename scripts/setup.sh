@@ -13,6 +13,8 @@ paquets=(
   man-db
   # The text comparison is tested and measured against GNU diff and patch.
   diffutils patch
+  # Corrections measured against Hunspell and its French dictionary, what French users have.
+  hunspell-fr libhunspell-dev
   # Debian packages (make deb, make check-deb): dependencies, build flags, checks.
   dpkg-dev file lintian
 )
