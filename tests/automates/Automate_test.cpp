@@ -16,6 +16,7 @@
 #include <set>
 
 #include "automates/Aides.h"
+#include "automates/PileLocale.h"
 
 namespace {
 
@@ -240,6 +241,51 @@ TEST(Automate, DoublonsEtPrefixes) {
   EXPECT_LT(c.NoPourMot(C(u"chat")), c.NoPourMot(C(u"chaton")));
   EXPECT_EQ(c.NoPourMot(C(u"")), 0);
   EXPECT_EQ(c.NoPourMot(C(u"cha")), -1);
+}
+
+// States wider than the walks keep on their stack, paths longer than the inline path: the
+// stacks move to the heap and the answers do not change.
+TEST(Automate, EtatsLargesEtPilesQuiDebordent) {
+  sdd::PileLocale<int, 4> pile;
+  for (int i = 0; i < 1000; ++i) pile.Empile(i);
+  EXPECT_EQ(pile.Taille(), 1000u);
+  EXPECT_EQ(pile.Dernier(), 999);
+  for (int i = 999; i >= 500; --i) EXPECT_EQ(pile.Depile(), i);
+  pile.Tronque(502);  // growing this way gives zeros
+  EXPECT_EQ(pile.Donnees()[499], 499);
+  EXPECT_EQ(pile.Donnees()[500], 0);
+  EXPECT_EQ(pile.Donnees()[501], 0);
+
+  std::vector<std::u16string> mots;
+  for (char16_t c = u'\u0100'; c < u'\u0100' + 600; ++c) {
+    mots.push_back(std::u16string(1, c));
+    mots.push_back(std::u16string(1, c) + u"x");
+  }
+  TamponSur t(essais::Compile(mots));
+  AutomateAcycliqueMin a(&*t);
+  std::vector<std::u16string> attendus = mots;
+  std::sort(attendus.begin(), attendus.end());
+  const AutomateAcycliqueMin::_OptionRecherche exact(AutomateAcycliqueMin::_OptionRecherche::kExactSeulement);
+  std::vector<std::u16string> visites;
+  EXPECT_TRUE(a.VisiteFormesCommencant(
+      C(u""),
+      [&](const char16_t* u, uint32_t n, uint32_t numero) {
+        EXPECT_EQ(numero, visites.size());
+        visites.emplace_back(u, n);
+        return true;
+      },
+      exact));
+  // Numbers run 0, 1, 2... in the visit (checked above); the forms are the list's.
+  std::vector<std::u16string> triees = visites;
+  std::sort(triees.begin(), triees.end());
+  EXPECT_EQ(triees, attendus);
+  sdd::ListeC<AutomateAcycliqueMin::_Forme> formes;
+  EXPECT_TRUE(a.FormesCommencant(C(u""), formes, exact));
+  ASSERT_EQ(formes.Taille(), visites.size());
+  // Lookups through the opening table (characters below U+0180) and past it give the numbers
+  // the visit met.
+  for (size_t n = 0; n < visites.size(); ++n) EXPECT_EQ(a.NoPourMot(C(visites[n])), static_cast<int64_t>(n));
+  EXPECT_EQ(a.NoPourMot(C(u"\u0100y")), -1);
 }
 
 TEST(Automate, MotsRefuses) {
