@@ -174,6 +174,13 @@ class MarcheInsensible {
     const Vue e = g_.Lis(etat);
     const char16_t q = m.q[i];
     const char16_t pq = m.plis[i];
+    if (m.exact) {
+      // Only the transition on the typed character itself: the graph finds it its fastest way
+      // (a vector scan in the lexicon), where the loop below would test every transition.
+      Sortie t;
+      if (g_.Trouve(e, q, &t)) Pas(m, e, t, q, i + 1, numero, r1, r2, detail);
+      return;
+    }
     const bool ligatureTapee = detail::EstLigature(q);
     for (Sortie t = g_.Premiere(e); g_.Existe(e, t); t = g_.Suivante(t)) {
       const char16_t c = g_.Car(t);
