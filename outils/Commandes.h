@@ -1,7 +1,10 @@
 #pragma once
 
+#include <outils_socle/automates/CompilateurAutomateAcycliqueMin.h>
 #include <outils_socle/conteneurs/ListeT.h>
 #include <outils_socle/texte/ChaineN.h>
+
+#include <time.h>
 
 #include <chrono>
 #include <optional>
@@ -35,7 +38,17 @@ const char* NomDuCodage(sdd::ChaineN::Codage codage);
 std::string NomsDesCodages();
 
 // Reads a whole file ("-" for standard input); false with a message on stderr on failure.
-bool LisFichier(const std::string& chemin, std::string& contenu);
+// `modification`, when given, receives the file's modification time (now for standard input).
+bool LisFichier(const std::string& chemin, std::string& contenu, struct timespec* modification = nullptr);
+
+// A progress bar on stderr, redrawn when the percentage changes.
+class Barre : public sdd::Progression {
+ public:
+  void Avance(uint64_t fait, uint64_t total) override;
+
+ private:
+  int dernier_ = -1;
+};
 // A UTF-8 word list, one word a line (CR LF too); empty lines are skipped.
 bool LisListe(const std::string& chemin, sdd::ListeT<sdd::ChaineN>& mots);
 std::string U8(const sdd::ChaineN& c);

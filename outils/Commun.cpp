@@ -1,13 +1,15 @@
 // What every subcommand shares: messages, reading files and word lists, options, timing.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <iterator>
-#include <sstream>
 
 #include "Commandes.h"
 
@@ -15,29 +17,54 @@ namespace outils {
 
 void Erreur(const std::string& message) { std::cerr << "outils-socle: " << message << '\n'; }
 
-bool LisFichier(const std::string& chemin, std::string& contenu) {
+bool LisFichier(const std::string& chemin, std::string& contenu, struct timespec* modification) {
   if (chemin == "-") {
+    if (modification != nullptr) clock_gettime(CLOCK_REALTIME, modification);
     contenu.assign(std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>());
     return true;
   }
-  std::error_code ec;
-  if (std::filesystem::is_directory(chemin, ec)) {
-    Erreur("« " + chemin + " » est un dossier, pas un fichier");
+  // Read whole with read(2), straight into the string: no stream buffer in between. (A
+  // mapping would save the copy but turn a file truncated under us into a crash.)
+  const int fd = open(chemin.c_str(), O_RDONLY | O_CLOEXEC);
+  struct stat etat {};
+  if (fd < 0 || fstat(fd, &etat) != 0 || S_ISDIR(etat.st_mode)) {
+    const bool dossier = fd >= 0 && S_ISDIR(etat.st_mode);
+    const std::string raison = std::strerror(errno);
+    if (fd >= 0) close(fd);
+    Erreur(dossier ? "« " + chemin + " » est un dossier, pas un fichier"
+                   : "impossible de lire « " + chemin + " » : " + raison);
     return false;
   }
-  std::ifstream f(chemin, std::ios::binary);
-  if (!f) {
-    Erreur("impossible de lire « " + chemin + " » : " + std::strerror(errno));
-    return false;
+  if (modification != nullptr) *modification = etat.st_mtim;
+  contenu.resize(static_cast<size_t>(std::max<off_t>(etat.st_size, 0)) + 1);
+  size_t total = 0;
+  for (;;) {
+    if (total == contenu.size()) contenu.resize(contenu.size() * 2);  // the file grew, or is a pipe
+    const ssize_t lus = read(fd, contenu.data() + total, contenu.size() - total);
+    if (lus == 0) break;
+    if (lus < 0 && errno == EINTR) continue;
+    if (lus < 0) {
+      const std::string raison = std::strerror(errno);
+      close(fd);
+      Erreur("erreur de lecture dans « " + chemin + " » : " + raison);
+      return false;
+    }
+    total += static_cast<size_t>(lus);
   }
-  std::ostringstream tout;
-  tout << f.rdbuf();
-  if (f.bad()) {
-    Erreur("erreur de lecture dans « " + chemin + " »");
-    return false;
-  }
-  contenu = tout.str();
+  close(fd);
+  contenu.resize(total);
   return true;
+}
+
+void Barre::Avance(uint64_t fait, uint64_t total) {
+  const int pourcent = total == 0 ? 100 : static_cast<int>(fait * 100 / total);
+  if (pourcent == dernier_) return;
+  dernier_ = pourcent;
+  std::string barre(static_cast<size_t>(pourcent / 4), '#');
+  barre.resize(25, '.');
+  std::fprintf(stderr, "\r  [%s] %3d %%", barre.c_str(), pourcent);
+  if (fait == total) std::fputc('\n', stderr);
+  std::fflush(stderr);
 }
 
 double MsDepuis(Horloge::time_point debut) {

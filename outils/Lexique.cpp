@@ -40,24 +40,6 @@ const char* const kAideLexique =
     "  dot LISTE SORTIE [--svg]        le texte Graphviz de l'automate de la liste\n"
     "                                  (--svg : passe aussi par dot, s'il est installé)\n";
 
-// A bar on stderr, redrawn when the percentage changes.
-class Barre : public sdd::Progression {
- public:
-  void Avance(uint64_t fait, uint64_t total) override {
-    const int pourcent = total == 0 ? 100 : static_cast<int>(fait * 100 / total);
-    if (pourcent == dernier_) return;
-    dernier_ = pourcent;
-    std::string barre(pourcent / 4, '#');
-    barre.resize(25, '.');
-    std::fprintf(stderr, "\r  [%s] %3d %%", barre.c_str(), pourcent);
-    if (fait == total) std::fputc('\n', stderr);
-    std::fflush(stderr);
-  }
-
- private:
-  int dernier_ = -1;
-};
-
 int Compile(const Arguments& a) {
   if (a.positions.size() != 2) {
     Erreur("lexique compile : LISTE et SORTIE attendues");

@@ -1,16 +1,12 @@
 // outils-socle synchro: two texts compared line by line with the library's Synchro, shown as a
 // unified diff (what patch reads) or side by side on a terminal, optionally down to the
 // characters that changed within lines.
-#include <fcntl.h>
 #include <sys/ioctl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <ctime>
 #include <exception>
 #include <unordered_map>
@@ -68,39 +64,7 @@ struct Fichier {
 
 bool LisTexte(const std::string& chemin, Fichier& f) {
   f.nom = chemin;
-  if (chemin == "-") {
-    clock_gettime(CLOCK_REALTIME, &f.modification);
-    if (!LisFichier(chemin, f.texte.octets)) return false;
-  } else {
-    // Read whole with read(2), straight into the string: no stdio buffer in between. (A
-    // mapping would save the copy but turn a file truncated under us into a crash.)
-    const int fd = open(chemin.c_str(), O_RDONLY | O_CLOEXEC);
-    struct stat etat {};
-    if (fd < 0 || fstat(fd, &etat) != 0 || S_ISDIR(etat.st_mode)) {
-      const std::string raison = fd < 0 ? std::strerror(errno) : "c'est un dossier";
-      if (fd >= 0) close(fd);
-      Erreur("impossible de lire « " + chemin + " » : " + raison);
-      return false;
-    }
-    f.modification = etat.st_mtim;
-    std::string& octets = f.texte.octets;
-    octets.resize(static_cast<size_t>(std::max<off_t>(etat.st_size, 0)) + 1);
-    size_t total = 0;
-    for (;;) {
-      if (total == octets.size()) octets.resize(octets.size() * 2);  // the file grew, or is a pipe
-      const ssize_t lus = read(fd, octets.data() + total, octets.size() - total);
-      if (lus == 0) break;
-      if (lus < 0 && errno == EINTR) continue;
-      if (lus < 0) {
-        close(fd);
-        Erreur("erreur de lecture dans « " + chemin + " » : " + std::strerror(errno));
-        return false;
-      }
-      total += static_cast<size_t>(lus);
-    }
-    close(fd);
-    octets.resize(total);
-  }
+  if (!LisFichier(chemin, f.texte.octets, &f.modification)) return false;
   f.texte.Decoupe();
   return true;
 }

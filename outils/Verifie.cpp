@@ -105,29 +105,6 @@ class Verificateur {
   std::unordered_map<std::u16string, bool> connus_;
 };
 
-// The percentage of a long check on stderr when it is a terminal.
-class Avancement {
- public:
-  explicit Avancement(size_t total)
-      : actif_(total > (1u << 20) && isatty(STDERR_FILENO) != 0), total_(total) {}
-  void Montre(size_t fait) {
-    if (!actif_) return;
-    const int pourcent = static_cast<int>(fait * 100 / total_);
-    if (pourcent == dernier_) return;
-    dernier_ = pourcent;
-    std::string barre(static_cast<size_t>(pourcent / 4), '#');
-    barre.resize(25, '.');
-    std::fprintf(stderr, "\r  [%s] %3d %%", barre.c_str(), pourcent);
-    if (pourcent == 100) std::fputc('\n', stderr);
-    std::fflush(stderr);
-  }
-
- private:
-  bool actif_;
-  size_t total_;
-  int dernier_ = -1;
-};
-
 }  // namespace
 
 int VerifieTexte(const Arguments& a) {
@@ -148,7 +125,9 @@ int VerifieTexte(const Arguments& a) {
   const size_t n = texte.Longueur();
 
   Verificateur verificateur(lexique);
-  Avancement avancement(n);
+  // A bar for long texts, on a terminal only.
+  Barre barre;
+  const bool avancement = n > (1u << 20) && isatty(STDERR_FILENO) != 0;
   const auto t0 = Horloge::now();
   size_t mots = 0, fautes = 0;
   size_t ligne = 1, colonne = 1;  // of u[i], in characters
@@ -186,9 +165,9 @@ int VerifieTexte(const Arguments& a) {
     }
     for (; i < fin; ++i)
       if ((u[i] & 0xFC00) != 0xDC00) ++colonne;
-    avancement.Montre(i);
+    if (avancement) barre.Avance(i, n);
   }
-  avancement.Montre(n);
+  if (avancement) barre.Avance(n, n);
   std::fwrite(sortie.data(), 1, sortie.size(), stdout);
   std::fprintf(stderr, "%zu mot(s), %zu inconnu(s), en %.1f ms\n", mots, fautes, MsDepuis(t0));
   return fautes == 0 ? 0 : 1;

@@ -121,24 +121,17 @@ class LecteurAutomate {
     uint64_t adresse = racine_;
     uint64_t numero = 0;
     uint64_t i = 0;
-    if (index != nullptr && n >= 1 && mot[0] < Index::kCarMax) {
+    // The root's table, then the table of the child the first character leads to, if any.
+    const auto* rangs = index != nullptr ? &index->racine : nullptr;
+    for (; rangs != nullptr && i < n && i < 2 && mot[i] < Index::kCarMax; ++i) {
       const Etat e = LisEtat(adresse);
-      const uint32_t rang = index->racine[mot[0]];
+      const uint32_t rang = (*rangs)[mot[i]];
       if (rang == 0) return -1;
       const uint8_t* t = e.transitions + (rang - 1) * kOctetsTransition;
       numero += Compte(t);
       adresse = Cible(e, t);
-      i = 1;
-      const int enfant = index->enfant[mot[0]];
-      if (enfant >= 0 && n >= 2 && mot[1] < Index::kCarMax) {
-        const Etat f = LisEtat(adresse);
-        const uint32_t r = index->enfants[static_cast<size_t>(enfant)][mot[1]];
-        if (r == 0) return -1;
-        const uint8_t* u = f.transitions + (r - 1) * kOctetsTransition;
-        numero += Compte(u);
-        adresse = Cible(f, u);
-        i = 2;
-      }
+      const int enfant = i == 0 ? index->enfant[mot[0]] : -1;
+      rangs = enfant >= 0 ? &index->enfants[static_cast<size_t>(enfant)] : nullptr;
     }
     for (; i < n; ++i) {
       const Etat e = LisEtat(adresse);

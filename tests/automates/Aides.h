@@ -1,5 +1,7 @@
 #pragma once
 
+#include "commun/Chaines.h"
+
 #include <outils_socle/automates/CompilateurAutomateAcycliqueMin.h>
 #include <outils_socle/conteneurs/ListeT.h>
 #include <outils_socle/flux/TamponMemoire.h>
@@ -18,8 +20,6 @@ inline sdd::ListeT<sdd::ChaineN> Liste(const std::vector<std::u16string>& mots) 
   for (const auto& m : mots) l.Ajoute(sdd::ChaineN(m.data(), static_cast<uint64_t>(m.size())));
   return l;
 }
-
-inline std::u16string U16(const sdd::ChaineN& c) { return std::u16string(c.DonneUnites(), c.Longueur()); }
 
 inline Octets Compile(const std::vector<std::u16string>& mots, uint32_t options = 0,
                       uint64_t partie = sdd::CompilateurAutomateAcycliqueMin::kTaillePartieDefaut) {

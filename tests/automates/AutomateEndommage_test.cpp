@@ -26,7 +26,7 @@ using sdd::ChaineN;
 // paths would take (2^40 and more), even under the sanitizers.
 constexpr double kGardeSecondes = 5.0;
 
-ChaineN C(const std::u16string& s) { return ChaineN(s.data(), static_cast<uint64_t>(s.size())); }
+using essais::C;
 
 void Ecris(Octets& o, uint64_t valeur, int octets) {
   for (int i = 0; i < octets; ++i) o.push_back(static_cast<uint8_t>(valeur >> (8 * i)));

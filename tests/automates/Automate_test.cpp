@@ -28,7 +28,7 @@ using sdd::ChaineN;
 using sdd::CompilateurAutomateAcycliqueMin;
 using Mots = std::set<std::u16string>;
 
-ChaineN C(const std::u16string& s) { return ChaineN(s.data(), static_cast<uint64_t>(s.size())); }
+using essais::C;
 
 // Every word of length 0 to 4 over {a, b, c}.
 std::vector<std::u16string> TousLesMots() {

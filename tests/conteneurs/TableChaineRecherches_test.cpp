@@ -19,6 +19,7 @@
 #include <tuple>
 #include <vector>
 
+#include "commun/Chaines.h"
 #include "commun/Exceptions.h"
 #include "commun/Octets.h"
 
@@ -29,8 +30,8 @@ using essais::Octets;
 using essais::OctetsDe;
 using essais::TamponSur;
 
-ChaineN C(const std::u16string& s) { return ChaineN(s.data(), static_cast<uint64_t>(s.size())); }
-std::u16string U(const ChaineN& c) { return std::u16string(c.DonneUnites(), c.Longueur()); }
+using essais::C;
+using essais::U16;
 
 // Every third word of the French list (115,000 words), in a table (payload: its place in the
 // list) and in a lexicon.
@@ -49,7 +50,7 @@ const Jeu& J() {
     std::string ligne;
     for (size_t i = 0; std::getline(f, ligne); ++i) {
       if (ligne.empty() || i % 3 != 0) continue;
-      x->mots.push_back(U(ChaineN(ligne.c_str(), ChaineN::kCodageUTF8)));
+      x->mots.push_back(U16(ChaineN(ligne.c_str(), ChaineN::kCodageUTF8)));
     }
     ListeT<ChaineN> liste;
     for (size_t i = 0; i < x->mots.size(); ++i) {
@@ -93,7 +94,7 @@ using Rangs = std::set<std::tuple<std::u16string, int, int, int>>;
 template <typename Liste>
 Rangs EnRangs(const Liste& formes) {
   Rangs r;
-  for (const auto& f : formes) r.emplace(U(f.forme), f.rang1, f.rang2, f.detail);
+  for (const auto& f : formes) r.emplace(U16(f.forme), f.rang1, f.rang2, f.detail);
   return r;
 }
 
@@ -115,7 +116,7 @@ TEST(TableChaineRecherches, FormesPourCommeLAutomate) {
       for (size_t k = 1; k < t.Taille(); ++k) {
         ASSERT_LE(std::make_pair(t[k - 1].rang1, t[k - 1].rang2), std::make_pair(t[k].rang1, t[k].rang2));
       }
-      for (const auto& f : t) ASSERT_EQ(j.mots[TableChaine<uint32_t>::DonneCharge(f)], U(f.forme));
+      for (const auto& f : t) ASSERT_EQ(j.mots[TableChaine<uint32_t>::DonneCharge(f)], U16(f.forme));
     }
   }
 }
@@ -148,7 +149,7 @@ TEST(TableChaineRecherches, PrefixesJokersEtCorrectionsCommeLAutomate) {
         t.Vide();
         table->FormesPourJoker(C(motif), 0, parametre, t);
         ASSERT_EQ(EnRangs(t), EnRangs(a)) << Utf8(C(motif)) << " " << parametre;
-        for (const auto& f : t) ASSERT_EQ(j.mots[TableChaine<uint32_t>::DonneCharge(f)], U(f.forme));
+        for (const auto& f : t) ASSERT_EQ(j.mots[TableChaine<uint32_t>::DonneCharge(f)], U16(f.forme));
       }
     }
 
@@ -160,8 +161,8 @@ TEST(TableChaineRecherches, PrefixesJokersEtCorrectionsCommeLAutomate) {
     ListeC<TableChaineNoyau::_FormeProbabiliste> pt;
     j.table.FormesProbabilistes(C(faute), {}, 0, 20, pt);
     std::set<std::pair<std::u16string, uint32_t>> ca, ct;
-    for (const auto& f : pa) ca.emplace(U(f.forme), f.cout);
-    for (const auto& f : pt) ct.emplace(U(f.forme), f.cout);
+    for (const auto& f : pa) ca.emplace(U16(f.forme), f.cout);
+    for (const auto& f : pt) ct.emplace(U16(f.forme), f.cout);
     ASSERT_EQ(ct, ca) << Utf8(C(faute));
     for (size_t k = 1; k < pt.Taille(); ++k) ASSERT_LE(pt[k - 1].cout, pt[k].cout);
   }
@@ -185,14 +186,14 @@ TEST(TableChaineRecherches, JokersContreUnBalayage) {
       ListeC<TableChaineNoyau::_Forme> t;
       EXPECT_TRUE(table->FormesPourJoker(C(motif), 0, 0x10, t));
       std::vector<std::u16string> trouves;
-      for (const auto& f : t) trouves.push_back(U(f.forme));
+      for (const auto& f : t) trouves.push_back(U16(f.forme));
       EXPECT_EQ(trouves, attendus) << Utf8(C(motif));
       // A limit gives the head, in tree order.
       if (attendus.size() > 3) {
         t.Vide();
         EXPECT_FALSE(table->FormesPourJoker(C(motif), 3, 0x10, t));
         ASSERT_EQ(t.Taille(), 3u);
-        EXPECT_EQ(U(t[2].forme), attendus[2]);
+        EXPECT_EQ(U16(t[2].forme), attendus[2]);
       }
     }
   }
@@ -231,7 +232,7 @@ TEST(TableChaineRecherches, AnagrammesContreUnBalayage) {
     ListeC<TableChaineNoyau::_Forme> t;
     j.table.FormesPourAnagrammes(C(mot), {}, 0, t);
     std::vector<std::u16string> trouves;
-    for (const auto& f : t) trouves.push_back(U(f.forme));
+    for (const auto& f : t) trouves.push_back(U16(f.forme));
     ASSERT_EQ(trouves, attendus) << Utf8(C(mot));
   }
   // Some of the letters: every word whose letters the query holds.
@@ -239,7 +240,7 @@ TEST(TableChaineRecherches, AnagrammesContreUnBalayage) {
   ListeC<TableChaineNoyau::_Forme> t;
   j.table.FormesPourAnagrammes(C(lettres), {OptionRecherche::kSousAnagrammes}, 0, t);
   std::set<std::u16string> trouves;
-  for (const auto& f : t) trouves.insert(U(f.forme));
+  for (const auto& f : t) trouves.insert(U16(f.forme));
   for (size_t k = 0; k < j.mots.size(); ++k) {
     const std::u16string& m = j.mots[k];
     std::u16string reste = Signature(lettres);

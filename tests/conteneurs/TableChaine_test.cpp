@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "commun/Chaines.h"
 #include "commun/Exceptions.h"
 #include "commun/Octets.h"
 
@@ -21,8 +22,8 @@ using essais::Octets;
 using essais::OctetsDe;
 using essais::TamponSur;
 
-ChaineN C(const std::u16string& s) { return ChaineN(s.data(), static_cast<uint64_t>(s.size())); }
-std::u16string U(const ChaineN& c) { return std::u16string(c.DonneUnites(), c.Longueur()); }
+using essais::C;
+using essais::U16;
 std::string Dump(const TableChaineNoyau& t) { return t.RepresentationLineaire().Encode(); }
 
 // A table that shows its core's protected insertion, as the tests need it.
@@ -116,7 +117,7 @@ TEST(TableChaine, DifferentielContreStdMap) {
     auto it = modele.begin();
     for (const auto& [clef, charge] : t) {
       ASSERT_NE(it, modele.end());
-      ASSERT_EQ(U(clef), it->first);
+      ASSERT_EQ(U16(clef), it->first);
       ASSERT_EQ(charge, it->second);
       ++it;
     }
@@ -144,7 +145,7 @@ TEST(TableChaine, PairesDeSubstitution) {
   for (const auto& k : {sourire + a, clin + a, prive, sourire}) t.Insere(C(k));
   // U+E000 sorts before U+1F600 by code point (not by UTF-16 unit).
   std::vector<std::u16string> ordre;
-  for (const auto& [clef, charge] : t) ordre.push_back(U(clef));
+  for (const auto& [clef, charge] : t) ordre.push_back(U16(clef));
   EXPECT_EQ(ordre, (std::vector<std::u16string>{prive, sourire, sourire + a, clin + a}));
   for (const TableChaineNoyau::Noeud* n = t.Racine()->PremierEnfant(); n != nullptr; n = n->Suivant()) {
     EXPECT_FALSE(n->Cars().Longueur() == 1 && n->Cars().DonneUnites()[0] >= 0xD800 &&

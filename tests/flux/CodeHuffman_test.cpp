@@ -16,6 +16,7 @@
 #include <string>
 #include <vector>
 
+#include "commun/Chaines.h"
 #include "commun/Exceptions.h"
 #include "commun/Octets.h"
 
@@ -27,7 +28,7 @@ using essais::OctetsDe;
 using essais::TamponSur;
 using Calcul = CodeHuffmanCalcul<char16_t>;
 
-ChaineN C(const std::u16string& s) { return ChaineN(s.data(), static_cast<uint64_t>(s.size())); }
+using essais::C;
 
 std::string Bits(const CodeHuffman<char16_t>::_Code& c) {
   std::string s;
