@@ -3,10 +3,13 @@
 // Corrections: the forms within a weighted edit distance of a word, by a depth-first walk that
 // carries one row of the Damerau–Levenshtein table per depth (Oflazer's error-tolerant
 // recognition over a lexicon automaton) and abandons a branch once its whole row is past the
-// bound. Shared by the lexicon automaton and the string table, over the graph adapters of
+// bound. Each row is computed only over its band, the cells that can still be within the
+// bound (Ukkonen's cut-off): a few cells around the diagonal instead of the whole word.
+// Shared by the lexicon automaton and the string table, over the graph adapters of
 // MarcheInsensible.h (plus TempsEcoulay()).
 
 #include <algorithm>
+#include <memory>
 #include <queue>
 #include <string>
 #include <utility>
@@ -57,6 +60,7 @@ class RechercheCorrections {
     if (!detail::PrepareMot(mot, options.drapeaux, copie)) return true;
     if (*modele == nullptr) *modele = &ProbabiliteTransformation::Francais();
     if (coutMax == 0) coutMax = (*modele)->CoutMaximalParDefaut();
+    coutMax = std::min(coutMax, kInfini - 1);
     const bool chrono = options.drapeaux & OptionRecherche::kTempsLimite;
     RechercheCorrections c(g, copie, **modele, chrono, Budget(tailleGraphe, copie.Longueur()));
 
@@ -77,7 +81,7 @@ class RechercheCorrections {
       }
       retenus = std::move(trouves);
       if (limite != 0 && retenus.size() >= limite) {
-        complet = borne == coutMax && retenus.size() == limite;
+        complet = borne == coutMax && retenus.size() == limite && !c.reduit_;
         break;
       }
     }
@@ -100,18 +104,36 @@ class RechercheCorrections {
         chrono_(chrono),
         budget_(budget) {
     suppressions_.resize(m_ + 1, 0);
+    transpositions_.resize(m_ + 1, 0);
     for (uint32_t j = 1; j <= m_; ++j) {
-      suppressions_[j] = modele_.CoutSuppression(q_[j - 1], j >= 2 ? q_[j - 2] : 0);
+      suppressions_[j] = Plafonne(modele_.CoutSuppression(q_[j - 1], j >= 2 ? q_[j - 2] : 0));
+      if (j >= 2) transpositions_[j] = Plafonne(modele_.CoutTransposition(q_[j - 2], q_[j - 1]));
     }
-    substitutions_.assign(static_cast<size_t>(kCache) * m_, kInconnu);
+    substitutions_.resize(static_cast<size_t>(kCache) * m_);
+    connues_.assign(kCache, 0);
+    autres_.resize(m_);
+    rangLettre_.assign(kCache, 0);
+    for (uint32_t j = 2; j <= m_; ++j) {
+      Lettre(q_[j - 2]).echanges.push_back(j);
+      if (q_[j - 1] != q_[j - 2]) Lettre(q_[j - 1]).ponts.push_back(j);
+    }
+    insertions_.resize(kCache);
   }
 
   // One pass at `borne`; false when the clock or the budget stopped it.
   // With a limit, the bound shrinks to the cost of the limit-th best form found so far (kept
   // inclusive, so that ties are still all found and ranked): the answer's head is unchanged and
-  // most of the search space is never entered.
+  // most of the search space is never entered. `reduit_` tells whether a branch was set aside
+  // after the bound shrank, which the pass's own bound might have kept: only then may forms
+  // within that bound be missing.
+  //
+  // Depth-first, one frame per depth that walks its state's transitions in place (the one on
+  // the typed word's next character first: good forms early tighten the bound sooner), so a
+  // transition whose row is hopeless costs its row and nothing else.
   bool Parcours(uint32_t borne, uint32_t limite, std::vector<Candidat>& trouves) {
     const uint32_t largeur = m_ + 1;
+    const uint32_t borneDuPassage = borne;
+    reduit_ = false;
     std::priority_queue<std::pair<uint32_t, uint32_t>> meilleurs;  // (cost, number), worst on top
     auto retient = [&](uint32_t cout, uint32_t numero) {
       if (limite == 0) return;
@@ -123,98 +145,245 @@ class RechercheCorrections {
       }
       if (meilleurs.size() == limite) borne = std::min(borne, meilleurs.top().first);
     };
+    // Row 0: the typed characters deleted one by one, a rising row whose band starts at 0.
     lignes_.assign(largeur, 0);
+    bandes_.assign(1, Bande{});
     for (uint32_t j = 1; j <= m_; ++j) lignes_[j] = lignes_[j - 1] + suppressions_[j];
-    struct Entree {
-      Etat etat;
-      uint32_t numero;
-      uint32_t profondeur;
-      char16_t car;
-    };
-    std::vector<Entree> pile{{g_.Racine(), 0, 0, 0}};
-    std::u16string chemin;
+    uint32_t fin = 0;
+    while (fin < m_ && lignes_[fin + 1] <= borne) ++fin;
+    bandes_[0] = {0, fin};
+    if (fin < m_) lignes_[fin + 1] = kInfini;
+    uint32_t d = 0;  // depth of the frame on top
+    if (!Entre(0, g_.Racine(), 0, borne, trouves, retient)) return true;
     uint64_t pas = 0;
-    while (!pile.empty()) {
+    for (;;) {
+      Cadre& f = cadres_[d];
+      Sortie t;
+      if (f.rangAttendu != kAucun && !f.attendueFaite) {
+        f.attendueFaite = true;
+        t = g_.Premiere(f.vue);
+        for (uint32_t k = 0; k < f.rangAttendu; ++k) t = g_.Suivante(t);
+      } else {
+        if (!g_.Existe(f.vue, f.suivante)) {
+          if (d == 0) return true;
+          --d;
+          continue;
+        }
+        t = f.suivante;
+        f.suivante = g_.Suivante(t);
+        if (f.rang++ == f.rangAttendu) continue;
+      }
       if (++visites_ > budget_) return false;
       if (chrono_ && (++pas & 1023) == 0 && g_.TempsEcoulay()) return false;
-      const Entree en = pile.back();
-      pile.pop_back();
-      const uint32_t d = en.profondeur;
-      if (d > 0) {
-        chemin.resize(d);
-        chemin[d - 1] = en.car;
-        if (lignes_.size() < static_cast<size_t>(d + 1) * largeur)
-          lignes_.resize(static_cast<size_t>(d + 1) * largeur);
-        uint32_t pont = 0;
-        if (CalculeLigne(chemin, d, pont) > borne && pont > borne) continue;
+      const char16_t c = g_.Car(t);
+      if (bandes_.size() < d + 2) {
+        lignes_.resize(static_cast<size_t>(d + 2) * largeur);
+        bandes_.resize(d + 2);
+        chemin_.resize(d + 1);
       }
-      const Vue e = g_.Lis(en.etat);
-      const uint32_t cout = lignes_[static_cast<size_t>(d) * largeur + m_];
-      if (g_.Final(e) && cout <= borne) {
-        trouves.push_back({en.numero, cout, ChaineN(chemin.data(), uint64_t{d}), g_.Identite(en.etat)});
-        if (trouves.size() > g_.NbFormes()) g_.Corrompu(g_.Identite(en.etat));
-        retient(cout, en.numero);
+      chemin_[d] = c;
+      if (!CalculeLigne(d + 1, borne)) {
+        reduit_ |= borne < borneDuPassage;
+        continue;
       }
-      // The transition on the typed word's next character goes on top: good forms early
-      // tighten the bound sooner.
-      const char16_t attendu = d < m_ ? q_[d] : 0;
-      size_t premier = SIZE_MAX;
-      for (Sortie t = g_.Premiere(e); g_.Existe(e, t); t = g_.Suivante(t)) {
-        const char16_t c = g_.Car(t);
-        if (c == attendu) premier = pile.size();
-        pile.push_back({g_.Cible(e, t), en.numero + g_.Compte(t), d + 1, c});
+      if (Entre(d + 1, g_.Cible(f.vue, t), f.numero + g_.Compte(t), borne, trouves, retient)) ++d;
+    }
+  }
+
+  // Enters the state reached at depth d (its row computed): records it if it ends a form within
+  // the bound, and gives it a frame; false when it has no transition to follow.
+  template <typename Retient>
+  bool Entre(uint32_t d, Etat etat, uint32_t numero, uint32_t borne, std::vector<Candidat>& trouves,
+             Retient& retient) {
+    const Vue e = g_.Lis(etat);
+    if (g_.Final(e)) {
+      const uint32_t cout = bandes_[d].hi == m_ ? lignes_[static_cast<size_t>(d) * (m_ + 1) + m_] : kInfini;
+      if (cout <= borne) {
+        trouves.push_back({numero, cout, ChaineN(chemin_.data(), uint64_t{d}), g_.Identite(etat)});
+        if (trouves.size() > g_.NbFormes()) g_.Corrompu(g_.Identite(etat));
+        retient(cout, numero);
       }
-      if (premier != SIZE_MAX && premier + 1 != pile.size()) {
-        // Keep the others in their order, the expected one last.
-        const Entree attendue = pile[premier];
-        pile.erase(pile.begin() + static_cast<std::ptrdiff_t>(premier));
-        pile.push_back(attendue);
+    }
+    const Sortie premiere = g_.Premiere(e);
+    if (!g_.Existe(e, premiere)) return false;
+    if (cadres_.size() <= d) cadres_.resize(d + 1);
+    Cadre& f = cadres_[d];
+    f.vue = e;
+    f.suivante = premiere;
+    f.numero = numero;
+    f.rang = 0;
+    f.rangAttendu = kAucun;
+    f.attendueFaite = false;
+    if (d < m_) {
+      uint32_t k = 0;
+      for (Sortie t = premiere; g_.Existe(e, t); t = g_.Suivante(t), ++k) {
+        if (g_.Car(t) == q_[d]) {
+          f.rangAttendu = k;
+          break;
+        }
       }
     }
     return true;
   }
 
-  static constexpr uint32_t kCache = 0x250;  // Latin letters: costs remembered per typed place
-  static constexpr uint32_t kInconnu = UINT32_MAX;
+  static constexpr uint32_t kAucun = UINT32_MAX;
+  struct Cadre {
+    Vue vue;
+    Sortie suivante;       // the next transition in stored order
+    uint32_t numero = 0;   // of the first form below the state
+    uint32_t rang = 0;     // the place of `suivante` among the transitions
+    uint32_t rangAttendu;  // the place of the transition on the word's next character, or kAucun
+    bool attendueFaite;    // that transition, taken first, is done
+  };
 
-  uint32_t Substitution(uint32_t j, char16_t stocke) {
-    const char16_t tape = q_[j];
-    if (tape == stocke) return 0;
-    if (stocke >= kCache) return modele_.CoutSubstitution(tape, stocke);
-    uint32_t& c = substitutions_[static_cast<size_t>(stocke) * m_ + j];
-    if (c == kInconnu) c = modele_.CoutSubstitution(tape, stocke);
-    return c;
+  static constexpr uint32_t kCache = 0x250;  // Latin letters: costs remembered per typed place
+
+  // Costs past this are all "out of reach": sums of two stay within 32 bits, and bounds are
+  // kept below it.
+  static constexpr uint32_t kInfini = uint32_t{1} << 30;
+  static uint32_t Plafonne(uint32_t cout) { return std::min(cout, kInfini); }
+
+  // The cost of substituting each typed character by `stocke`, one per place of the word: asked
+  // of the model once per character and search for the Latin letters, every time for the rest.
+  const uint32_t* Substitutions(char16_t stocke) {
+    uint32_t* ligne;
+    if (stocke < kCache) {
+      ligne = &substitutions_[static_cast<size_t>(stocke) * m_];
+      if (connues_[stocke]) return ligne;
+      connues_[stocke] = 1;
+    } else {
+      ligne = autres_.data();
+    }
+    for (uint32_t j = 0; j < m_; ++j) {
+      ligne[j] = q_[j] == stocke ? 0 : Plafonne(modele_.CoutSubstitution(q_[j], stocke));
+    }
+    return ligne;
   }
 
-  // Row d from rows d − 1 and d − 2; returns its smallest cell.
-  // `pont`: the least cost at which a swap of this character with the next one could still
-  // arrive one level down (through row d − 1); a branch past the bound by both is hopeless.
-  uint32_t CalculeLigne(const std::u16string& chemin, uint32_t d, uint32_t& pont) {
+  // The model's insertion cost, remembered per pair of Latin letters in a table per preceding
+  // letter, made on first use: a row asks it once, and the children of one state share the
+  // preceding letter.
+  uint32_t Insertion(char16_t c, char16_t precedent) {
+    if (c >= kCache || precedent >= kCache) return Plafonne(modele_.CoutInsertion(c, precedent));
+    std::unique_ptr<uint32_t[]>& table = insertions_[precedent];
+    if (!table) {
+      table = std::make_unique<uint32_t[]>(kCache);
+      std::fill(table.get(), table.get() + kCache, kInconnu);
+    }
+    uint32_t& cout = table[c];
+    if (cout == kInconnu) cout = Plafonne(modele_.CoutInsertion(c, precedent));
+    return cout;
+  }
+
+  // The places where a character of the word takes part in a swap of neighbours, worked out
+  // once per search: `echanges`, the j where it is typed at j − 2 (a stored "…ba" for a typed
+  // "ab" at j − 2, j − 1); `ponts`, the j where it is typed at j − 1 after another character
+  // (the first half of such a swap).
+  struct Places {
+    std::vector<uint32_t> echanges, ponts;
+  };
+  Places& Lettre(char16_t c) {
+    const size_t k = lettresDuMot_.find(c);
+    if (k != std::u16string::npos) return lettres_[k];
+    lettres_.emplace_back();
+    lettresDuMot_.push_back(c);
+    if (c < kCache) rangLettre_[c] = static_cast<uint16_t>(lettres_.size());
+    return lettres_.back();
+  }
+  const Places* PlacesDe(char16_t c) const {
+    if (c < kCache) return rangLettre_[c] != 0 ? &lettres_[rangLettre_[c] - 1] : nullptr;
+    const size_t k = lettresDuMot_.find(c);
+    return k != std::u16string::npos ? &lettres_[k] : nullptr;
+  }
+
+  // The cells of a row that can be within the bound, [lo, hi]; empty when lo > hi. Cells just
+  // outside hold kInfini, so the next row reads its band's neighbours without tests; the rest
+  // of the row is stale.
+  struct Bande {
+    uint32_t lo = 1, hi = 0;
+  };
+
+  // Row d, for the path's last character, from rows d − 1 and d − 2, over the band of row
+  // d − 1 widened by one (the only cells a substitution or an insertion can bring within the
+  // bound) and the places a swap reaches from row d − 2; deletions then carry the row to the
+  // right while it stays within the bound. A cell within the bound is exact: its best
+  // predecessor is within the bound too, so inside its row's band.
+  // False when the branch is hopeless: no cell within the bound, and no swap of this character
+  // with the next one that could arrive within it one level down (through row d − 1). Deletions
+  // along the row cannot lower its smallest cell, so that is known before their chain.
+  bool CalculeLigne(uint32_t d, uint32_t borne) {
     const uint32_t largeur = m_ + 1;
     uint32_t* ligne = &lignes_[static_cast<size_t>(d) * largeur];
     const uint32_t* avant = ligne - largeur;
-    const uint32_t* avantAvant = d >= 2 ? avant - largeur : nullptr;
-    const char16_t c = chemin[d - 1];
-    const char16_t precedent = d >= 2 ? chemin[d - 2] : 0;
-    const uint32_t insertion = modele_.CoutInsertion(c, precedent);
-    ligne[0] = avant[0] + insertion;
-    uint32_t minimum = ligne[0];
-    pont = UINT32_MAX;
-    for (uint32_t j = 1; j <= m_; ++j) {
-      if (j >= 2 && q_[j - 1] == c && q_[j - 2] != c) {
-        pont = std::min(pont, avant[j - 2] + modele_.CoutTransposition(q_[j - 2], q_[j - 1]));
+    const Bande ba = bandes_[d - 1];
+    const char16_t c = chemin_[d - 1];
+    const char16_t precedent = d >= 2 ? chemin_[d - 2] : 0;
+    uint32_t minimum = kInfini;
+    uint32_t a = 1, b = 0;  // the cells computed
+    if (ba.lo <= ba.hi) {
+      const uint32_t insertion = Insertion(c, precedent);
+      const uint32_t* sub = Substitutions(c);
+      a = ba.lo;
+      b = std::min(ba.hi + 1, m_);
+      uint32_t j = a;
+      if (j == 0) {
+        ligne[0] = avant[0] + insertion;
+        minimum = ligne[0];
+        j = 1;
       }
-      uint32_t v = avant[j - 1] + Substitution(j - 1, c);
-      v = std::min(v, avant[j] + insertion);
-      v = std::min(v, ligne[j - 1] + suppressions_[j]);
-      if (avantAvant != nullptr && j >= 2 && c == q_[j - 2] && precedent == q_[j - 1] && c != precedent) {
-        v = std::min(v, avantAvant[j - 2] + modele_.CoutTransposition(q_[j - 2], q_[j - 1]));
+      for (; j <= b; ++j) {
+        ligne[j] = std::min(avant[j - 1] + sub[j - 1], avant[j] + insertion);
+        minimum = std::min(minimum, ligne[j]);
       }
-      ligne[j] = v;
-      minimum = std::min(minimum, v);
     }
-    return minimum;
+    uint32_t pont = kInfini;
+    if (const Places* places = PlacesDe(c)) {
+      for (const uint32_t j : places->ponts) {
+        if (j - 2 >= ba.lo && j - 2 <= ba.hi) pont = std::min(pont, avant[j - 2] + transpositions_[j]);
+      }
+      if (d >= 2 && c != precedent) {
+        const Bande bb = bandes_[d - 2];
+        const uint32_t* avantAvant = avant - largeur;
+        for (const uint32_t j : places->echanges) {
+          if (q_[j - 1] != precedent || j - 2 < bb.lo || j - 2 > bb.hi) continue;
+          const uint32_t v = avantAvant[j - 2] + transpositions_[j];
+          if (v > borne) continue;
+          if (a > b) {
+            a = b = j;
+            ligne[j] = v;
+          } else if (j < a) {
+            std::fill(ligne + j + 1, ligne + a, kInfini);
+            ligne[j] = v;
+            a = j;
+          } else if (j > b) {
+            std::fill(ligne + b + 1, ligne + j, kInfini);
+            ligne[j] = v;
+            b = j;
+          } else {
+            ligne[j] = std::min(ligne[j], v);
+          }
+          minimum = std::min(minimum, v);
+        }
+      }
+    }
+    if (minimum > borne && pont > borne) return false;
+    Bande& bande = bandes_[d];
+    bande = Bande{};
+    if (minimum > borne) return true;  // only the swap carries on: no cell of this row does
+    for (uint32_t j = a + 1; j <= b; ++j) ligne[j] = std::min(ligne[j], ligne[j - 1] + suppressions_[j]);
+    while (b < m_ && ligne[b] + suppressions_[b + 1] <= borne) {
+      ligne[b + 1] = ligne[b] + suppressions_[b + 1];
+      ++b;
+    }
+    while (ligne[a] > borne) ++a;
+    while (ligne[b] > borne) --b;
+    bande = {a, b};
+    if (a > 0) ligne[a - 1] = kInfini;
+    if (b < m_) ligne[b + 1] = kInfini;
+    return true;
   }
+
+  static constexpr uint32_t kInconnu = UINT32_MAX;
 
   const G& g_;
   std::u16string q_;
@@ -222,8 +391,19 @@ class RechercheCorrections {
   const ProbabiliteTransformation& modele_;
   bool chrono_;
   std::vector<uint32_t> suppressions_;
-  std::vector<uint32_t> substitutions_;
-  std::vector<uint32_t> lignes_;
+  std::vector<uint32_t> transpositions_;  // [j]: swapping the typed characters j − 2 and j − 1
+  std::vector<uint32_t> substitutions_;   // kCache rows of m_ costs, filled on first use
+  std::vector<uint8_t> connues_;          // which of those rows are filled
+  std::vector<uint32_t> autres_;          // the row of a character past kCache
+  std::vector<Places> lettres_;           // the word's characters, each once
+  std::u16string lettresDuMot_;           // the same characters, in the same order
+  std::vector<uint16_t> rangLettre_;      // 1 + place in lettres_ of a Latin letter, or 0
+  std::vector<std::unique_ptr<uint32_t[]>> insertions_;  // [preceding letter][letter], or null
+  std::vector<uint32_t> lignes_;                         // one row of m_ + 1 cells per depth of the path
+  std::vector<Bande> bandes_;                            // and its band
+  std::vector<char16_t> chemin_;  // the path's characters, chemin_[d − 1] leading to depth d
+  std::vector<Cadre> cadres_;
+  bool reduit_ = false;
   uint64_t budget_;
   uint64_t visites_ = 0;  // over every step of one search
 };

@@ -3,9 +3,12 @@
 #include "commun/Chaines.h"
 
 #include <outils_socle/automates/CompilateurAutomateAcycliqueMin.h>
+#include <outils_socle/automates/ProbabiliteTransformation.h>
 #include <outils_socle/conteneurs/ListeT.h>
 #include <outils_socle/flux/TamponMemoire.h>
 
+#include <algorithm>
+#include <fstream>
 #include <map>
 #include <set>
 #include <string>
@@ -14,6 +17,40 @@
 #include "commun/Octets.h"
 
 namespace essais {
+
+// The words of the wfrench package's list, in its order.
+inline std::vector<std::u16string> ListeFrancaise() {
+  std::ifstream f("/usr/share/dict/french");
+  std::vector<std::u16string> mots;
+  std::string ligne;
+  while (std::getline(f, ligne)) {
+    if (!ligne.empty()) mots.push_back(U16(sdd::ChaineN(ligne.c_str())));
+  }
+  return mots;
+}
+
+// The weighted edit cost of typing q for the stored p, by the textbook table over the whole of
+// both strings (in 64 bits, so that models with huge costs do not wrap): the oracle of the
+// pruned, banded walk of the corrections.
+inline uint64_t CoutEdition(const std::u16string& q, const std::u16string& p,
+                            const sdd::ProbabiliteTransformation& m) {
+  const size_t a = q.size(), b = p.size();
+  std::vector<std::vector<uint64_t>> d(a + 1, std::vector<uint64_t>(b + 1));
+  for (size_t j = 1; j <= a; ++j) d[j][0] = d[j - 1][0] + m.CoutSuppression(q[j - 1], j >= 2 ? q[j - 2] : 0);
+  for (size_t i = 1; i <= b; ++i) d[0][i] = d[0][i - 1] + m.CoutInsertion(p[i - 1], i >= 2 ? p[i - 2] : 0);
+  for (size_t j = 1; j <= a; ++j) {
+    for (size_t i = 1; i <= b; ++i) {
+      uint64_t v = d[j - 1][i - 1] + (q[j - 1] == p[i - 1] ? 0 : m.CoutSubstitution(q[j - 1], p[i - 1]));
+      v = std::min(v, d[j][i - 1] + m.CoutInsertion(p[i - 1], i >= 2 ? p[i - 2] : 0));
+      v = std::min(v, d[j - 1][i] + m.CoutSuppression(q[j - 1], j >= 2 ? q[j - 2] : 0));
+      if (i >= 2 && j >= 2 && p[i - 1] == q[j - 2] && p[i - 2] == q[j - 1] && p[i - 1] != p[i - 2]) {
+        v = std::min(v, d[j - 2][i - 2] + m.CoutTransposition(q[j - 2], q[j - 1]));
+      }
+      d[j][i] = v;
+    }
+  }
+  return d[a][b];
+}
 
 inline sdd::ListeT<sdd::ChaineN> Liste(const std::vector<std::u16string>& mots) {
   sdd::ListeT<sdd::ChaineN> l;

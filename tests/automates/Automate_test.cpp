@@ -80,26 +80,6 @@ bool Joker(const std::u16string& motif, const std::u16string& mot) {
   return (motif[0] == u'?' || motif[0] == mot[0]) && Joker(motif.substr(1), mot.substr(1));
 }
 
-// The weighted edit cost by the textbook table, for checking the pruned automaton walk.
-uint32_t Cout(const std::u16string& q, const std::u16string& p, const sdd::ProbabiliteTransformation& m) {
-  const size_t a = q.size(), b = p.size();
-  std::vector<std::vector<uint32_t>> d(a + 1, std::vector<uint32_t>(b + 1));
-  for (size_t j = 1; j <= a; ++j) d[j][0] = d[j - 1][0] + m.CoutSuppression(q[j - 1], j >= 2 ? q[j - 2] : 0);
-  for (size_t i = 1; i <= b; ++i) d[0][i] = d[0][i - 1] + m.CoutInsertion(p[i - 1], i >= 2 ? p[i - 2] : 0);
-  for (size_t j = 1; j <= a; ++j) {
-    for (size_t i = 1; i <= b; ++i) {
-      uint32_t v = d[j - 1][i - 1] + (q[j - 1] == p[i - 1] ? 0 : m.CoutSubstitution(q[j - 1], p[i - 1]));
-      v = std::min(v, d[j][i - 1] + m.CoutInsertion(p[i - 1], i >= 2 ? p[i - 2] : 0));
-      v = std::min(v, d[j - 1][i] + m.CoutSuppression(q[j - 1], j >= 2 ? q[j - 2] : 0));
-      if (i >= 2 && j >= 2 && p[i - 1] == q[j - 2] && p[i - 2] == q[j - 1] && p[i - 1] != p[i - 2]) {
-        v = std::min(v, d[j - 2][i - 2] + m.CoutTransposition(q[j - 2], q[j - 1]));
-      }
-      d[j][i] = v;
-    }
-  }
-  return d[a][b];
-}
-
 TEST(Automate, SousEnsemblesAleatoiresContreLesOracles) {
   const auto tous = TousLesMots();
   std::mt19937 alea(2024);
@@ -209,7 +189,7 @@ TEST(Automate, SousEnsemblesAleatoiresContreLesOracles) {
     for (const std::u16string q : {u"ab", u"cab", u"aaaa", u"", u"bcba"}) {
       std::vector<std::tuple<uint32_t, uint32_t, std::u16string>> attendu;
       for (const auto& m : mots) {
-        const uint32_t cout = Cout(q, m, modele);
+        const auto cout = static_cast<uint32_t>(essais::CoutEdition(q, m, modele));
         if (cout <= 20) attendu.emplace_back(cout, attendus.at(m), m);
       }
       std::sort(attendu.begin(), attendu.end());
@@ -378,20 +358,10 @@ TEST(Automate, MotsDeQuatreCentsCaracteres) {
   EXPECT_EQ(U16(formes[0].forme), long400);
 }
 
-std::vector<std::u16string> ListeFrancaise() {
-  std::ifstream f("/usr/share/dict/french");
-  std::vector<std::u16string> mots;
-  std::string ligne;
-  while (std::getline(f, ligne)) {
-    if (!ligne.empty()) mots.push_back(essais::U16(ChaineN(ligne.c_str())));
-  }
-  return mots;
-}
-
 // The whole French list: a perfect hash, the same bytes whatever the part size, and the file
 // read back through a mapping gives the compiler's numbers.
 TEST(Automate, ListeFrancaise) {
-  auto mots = ListeFrancaise();
+  auto mots = essais::ListeFrancaise();
   ASSERT_GT(mots.size(), 300000u) << "needs the wfrench package";
   std::shuffle(mots.begin(), mots.end(), std::mt19937(1));
   const auto liste = essais::Liste(mots);
