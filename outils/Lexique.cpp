@@ -63,7 +63,7 @@ int Compile(const Arguments& a) {
   const double ecriture = MsDepuis(t0);
   std::printf("%llu mots lus (%.1f ms), %llu formes, %llu états, %llu transitions\n",
               static_cast<unsigned long long>(mots.Taille()), lecture,
-              static_cast<unsigned long long>(compilateur.Mots().Taille()),
+              static_cast<unsigned long long>(compilateur.NbFormes()),
               static_cast<unsigned long long>(compilateur.NbEtats()),
               static_cast<unsigned long long>(compilateur.NbTransitions()));
   if (compilateur.NbParties() == 0) {

@@ -43,7 +43,7 @@ struct TransitionOrdonnee {
 void OrdonnePourStockage(const EtatC* e, std::vector<TransitionC>& tri, std::vector<uint32_t>& comptes) {
   tri.assign(e->transitions, e->transitions + e->nb);
   auto avant = [](const TransitionC& a, const TransitionC& b) {
-    return a.cible->nbFormes != b.cible->nbFormes ? a.cible->nbFormes > b.cible->nbFormes : a.car > b.car;
+    return a.formes != b.formes ? a.formes > b.formes : a.car > b.car;
   };
   if (tri.size() <= 16) {
     for (size_t i = 1; i < tri.size(); ++i) {
@@ -59,7 +59,7 @@ void OrdonnePourStockage(const EtatC* e, std::vector<TransitionC>& tri, std::vec
   uint32_t somme = e->final ? 1 : 0;
   for (size_t i = 0; i < tri.size(); ++i) {
     comptes[i] = somme;
-    somme += tri[i].cible->nbFormes;
+    somme += tri[i].formes;
   }
   std::reverse(tri.begin(), tri.end());
   std::reverse(comptes.begin(), comptes.end());
@@ -72,9 +72,10 @@ struct Disposition {
     EtatC* etat;
     uint32_t debut;  // first of its transitions in `transitions`
     uint32_t nbParents = 0;
-    uint64_t adresse = 0;
   };
-  std::vector<Info> infos;  // by first visit
+  std::vector<Info> infos;         // by first visit
+  std::vector<uint32_t> adresses;  // of each state, by first visit: apart, so the writing's
+                                   // lookups of targets stay in a small array
   std::vector<TransitionOrdonnee> transitions;
   std::vector<uint32_t> ordre;  // indices into infos, in writing order
   uint32_t plusGrandCompte = 0;
@@ -127,18 +128,49 @@ struct Disposition {
   // Addresses for width A; false if the root's does not fit.
   bool Adresse(int a, bool parents) {
     largeur = a;
-    uint64_t adresse = 0;
+    adresses.resize(infos.size());
+    uint64_t adresse = 0, racine = 0;
     for (uint32_t i : ordre) {
-      Info& info = infos[i];
-      info.adresse = adresse;
+      const Info& info = infos[i];
+      adresses[i] = static_cast<uint32_t>(adresse);
+      racine = adresse;
       adresse += 2 + static_cast<uint64_t>(info.etat->nb) * (a + 5);
       if (parents) adresse += 2 + static_cast<uint64_t>(info.nbParents) * (a + 5);
     }
     tailleZone = adresse;
     const uint64_t limite = a == 3 ? (uint64_t{1} << 24) : 0xFFFFFFFFull;
-    return ordre.empty() || infos[Racine()].adresse < limite;
+    return ordre.empty() || (racine < limite && tailleZone <= 0xFFFFFFFFull);
   }
 };
+
+// Every form, in number order: at each state the end of form first, then the transitions by
+// ascending count, which is the reverse of their stored order.
+template <typename F>
+void FormesParNumero(const Disposition& d, F&& rend) {
+  if (d.ordre.empty()) return;
+  std::u16string chemin;
+  struct Cadre {
+    uint32_t indice;
+    uint32_t reste;  // transitions still to take, from the last stored
+  };
+  std::vector<Cadre> pile;
+  auto entre = [&](uint32_t i) {
+    if (d.infos[i].etat->final) rend(ChaineN(chemin.data(), uint64_t{chemin.size()}));
+    pile.push_back({i, d.infos[i].etat->nb});
+  };
+  entre(d.Racine());
+  while (!pile.empty()) {
+    Cadre& c = pile.back();
+    if (c.reste == 0) {
+      pile.pop_back();
+      if (!pile.empty()) chemin.pop_back();
+      continue;
+    }
+    const TransitionOrdonnee& t = d.transitions[d.infos[c.indice].debut + --c.reste];
+    chemin.push_back(t.car);
+    entre(t.cible);
+  }
+}
 
 void Mets16(uint8_t*& p, uint32_t v) {
   *p++ = static_cast<uint8_t>(v);
@@ -222,7 +254,7 @@ EtatC* Union(LexiqueCompile& lexique, EtatC* a, EtatC* b) {
     transitions.assign(x->transitions, x->transitions + x->nb);
     size_t debutY = 0;
     if (fusionne != nullptr) {
-      transitions.back().cible = fusionne;  // the shared character
+      transitions.back().Vers(fusionne);  // the shared character
       debutY = 1;
     }
     transitions.insert(transitions.end(), y->transitions + debutY, y->transitions + y->nb);
@@ -239,10 +271,13 @@ EtatC* Union(LexiqueCompile& lexique, EtatC* a, EtatC* b) {
 CompilateurAutomateAcycliqueMin::CompilateurAutomateAcycliqueMin(const ListeT<ChaineN>& mots,
                                                                  uint32_t options, uint64_t taillePartie,
                                                                  Progression* progression)
-    : mots_(mots), options_(options), taillePartie_(taillePartie), progression_(progression) {
-  Trie();
+    : options_(options),
+      taillePartie_(taillePartie),
+      progression_(progression),
+      formesTriees_(std::make_shared<detail::FormesTriees>()) {
+  Trie(mots);
   EnleveDoublonDict();
-  if (mots_.Taille() > kNbFormesMax) {
+  if (nbFormes_ > kNbFormesMax) {
     throw exceptions::OperationInvalide("Lexique de plus de 16 777 215 formes");
   }
   EffectueInsertionMots();
@@ -259,7 +294,7 @@ CompilateurAutomateAcycliqueMin& CompilateurAutomateAcycliqueMin::operator=(
     CompilateurAutomateAcycliqueMin&&) noexcept = default;
 CompilateurAutomateAcycliqueMin::~CompilateurAutomateAcycliqueMin() = default;
 
-void CompilateurAutomateAcycliqueMin::Trie() {
+void CompilateurAutomateAcycliqueMin::Trie(const ListeT<ChaineN>& mots) {
   // The words' buffers lie wherever they were allocated; every later pass would chase them in
   // sorted, that is random, order. So read each word once, in list order and in parallel, into
   // contiguous storage with a sort key (the first four units packed so that integer order is unit
@@ -272,8 +307,9 @@ void CompilateurAutomateAcycliqueMin::Trie() {
     uint32_t indice;
     std::u16string_view Vue() const { return {unites, longueur}; }
   };
-  const uint64_t n = mots_.Taille();
+  const uint64_t n = mots.Taille();
   contigus_ = std::make_shared<detail::MotsContigus>();
+  nbFormes_ = 0;
   if (n == 0) return;
   const uint64_t nbBlocs = std::clamp<uint64_t>(DFil::NbProcesseurs(), 1, std::max<uint64_t>(1, n / 1024));
   std::vector<uint64_t> bornes;
@@ -283,7 +319,7 @@ void CompilateurAutomateAcycliqueMin::Trie() {
   contigus_->blocs.resize(nbBlocs);
   std::vector<uint64_t> avecZero(nbBlocs, UINT64_MAX);
   std::vector<char> dejaTries(nbBlocs, true);
-  ChaineN* donnees = mots_.Donnees();
+  const ChaineN* donnees = mots.Donnees();
   auto avant = [](const Cle& x, const Cle& y) {
     if (x.prefixe[0] != y.prefixe[0]) return x.prefixe[0] < y.prefixe[0];
     if (x.prefixe[1] != y.prefixe[1]) return x.prefixe[1] < y.prefixe[1];
@@ -323,72 +359,53 @@ void CompilateurAutomateAcycliqueMin::Trie() {
   }
   for (uint64_t i : avecZero) {
     if (i != UINT64_MAX) {
-      throw exceptions::OperationInvalide("Mot contenant le caractère 0 : « " + UniChaine(mots_[i]) + " »");
+      throw exceptions::OperationInvalide("Mot contenant le caractère 0 : « " + UniChaine(mots[i]) + " »");
     }
   }
   bool enOrdre = std::all_of(dejaTries.begin(), dejaTries.end(), [](char t) { return t != 0; });
   for (uint64_t b = 1; enOrdre && b < nbBlocs; ++b) enOrdre = !avant(cles[bornes[b]], cles[bornes[b] - 1]);
-  if (enOrdre) {
-    contigus_->vues.resize(n);
-    for (uint64_t i = 0; i < n; ++i) contigus_->vues[i] = cles[i].Vue();
-    return;
-  }
-  // Merge neighbouring runs two by two, each round's merges in parallel.
-  for (uint64_t pas = 1; pas < nbBlocs; pas *= 2) {
-    GroupeOperations groupe;
-    for (uint64_t b = 0; b + pas < nbBlocs; b += 2 * pas) {
-      const uint64_t debut = bornes[b], milieu = bornes[b + pas],
-                     fin = bornes[std::min(b + 2 * pas, nbBlocs)];
-      groupe.AjouteOperationBloc(FileOperations::GlobalePrioriteHaute(), [&, debut, milieu, fin] {
-        std::inplace_merge(cles + debut, cles + milieu, cles + fin, avant);
-      });
+  if (!enOrdre) {
+    // Merge neighbouring runs two by two, each round's merges in parallel.
+    for (uint64_t pas = 1; pas < nbBlocs; pas *= 2) {
+      GroupeOperations groupe;
+      for (uint64_t b = 0; b + pas < nbBlocs; b += 2 * pas) {
+        const uint64_t debut = bornes[b], milieu = bornes[b + pas],
+                       fin = bornes[std::min(b + 2 * pas, nbBlocs)];
+        groupe.AjouteOperationBloc(FileOperations::GlobalePrioriteHaute(), [&, debut, milieu, fin] {
+          std::inplace_merge(cles + debut, cles + milieu, cles + fin, avant);
+        });
+      }
+      groupe.AttendreLaFinDesOperations();
     }
-    groupe.AttendreLaFinDesOperations();
   }
-  // Moving the handles never touches the buffers; each half of the pool moves half of them.
-  ListeT<ChaineN> tries(n);
-  for (uint64_t i = 0; i < n; ++i) tries.AjouteVide();
-  contigus_->vues.reserve(n);
   contigus_->vues.resize(n);
-  ChaineN* source = mots_.Donnees();
-  ChaineN* destination = tries.Donnees();
-  FileOperations::GlobalePrioriteHaute()->LanceBlocOperationNFois(nbBlocs, [&](unsigned long long b) {
-    for (uint64_t i = bornes[b]; i < bornes[b + 1]; ++i) {
-      destination[i] = std::move(source[cles[i].indice]);
-      contigus_->vues[i] = cles[i].Vue();
-    }
-  });
-  mots_ = std::move(tries);
+  for (uint64_t i = 0; i < n; ++i) contigus_->vues[i] = cles[i].Vue();
+  nbFormes_ = n;
 }
 
 void CompilateurAutomateAcycliqueMin::EnleveDoublonDict() {
-  const uint64_t n = mots_.Taille();
-  if (n < 2) return;
-  ChaineN* mots = mots_.Donnees();
-  // The contiguous views, when the sort made them, give the same answer as ChaineN::Egal
-  // without a trip to each word's buffer.
-  std::vector<std::u16string_view>* vues =
-      contigus_ != nullptr && contigus_->vues.size() == n ? &contigus_->vues : nullptr;
-  uint64_t enleves = 0;
-  for (uint64_t i = 1; i < n; ++i) {
-    const bool double_ =
-        vues != nullptr ? (*vues)[i] == (*vues)[i - 1 - enleves] : mots[i].Egal(mots[i - 1 - enleves]);
-    if (double_) {
-      ++enleves;
-    } else if (enleves != 0) {
-      mots[i - enleves] = std::move(mots[i]);
-      if (vues != nullptr) (*vues)[i - enleves] = (*vues)[i];
-    }
-  }
-  while (enleves-- > 0) {
-    mots_.EnleveDernier();
-    if (vues != nullptr) vues->pop_back();
-  }
+  if (contigus_ == nullptr) return;  // the list is sorted and unique once compiled
+  std::vector<std::u16string_view>& vues = contigus_->vues;
+  vues.erase(std::unique(vues.begin(), vues.end()), vues.end());
+  nbFormes_ = vues.size();
 }
 
 void CompilateurAutomateAcycliqueMin::EffectueInsertionMots() {
   const auto debut = std::chrono::steady_clock::now();
-  const uint64_t n = mots_.Taille();
+  if (contigus_ == nullptr) {
+    // Called again on a compiled lexicon: its own forms, in order, are the list.
+    contigus_ = std::make_shared<detail::MotsContigus>();
+    contigus_->blocs.resize(1);
+    std::vector<std::pair<size_t, size_t>> places;
+    for (const ChaineN& m : Mots()) {
+      places.emplace_back(contigus_->blocs[0].size(), m.Longueur());
+      contigus_->blocs[0].append(m.DonneUnites(), m.Longueur());
+    }
+    for (const auto& [p, l] : places) contigus_->vues.emplace_back(contigus_->blocs[0].data() + p, l);
+  }
+  const std::vector<std::u16string_view>& vues = contigus_->vues;
+  const uint64_t n = vues.size();
+  nbFormes_ = n;
   if (taillePartie_ == kTaillePartieDefaut) taillePartie_ = RacineCarree(n);
   if (taillePartie_ == 0 && n > 0) taillePartie_ = 1;
   uint64_t nbParties = 1;
@@ -399,66 +416,79 @@ void CompilateurAutomateAcycliqueMin::EffectueInsertionMots() {
   }
   automates_.Vide();
   for (uint64_t i = 0; i < nbParties; ++i) automates_.Ajoute(std::make_shared<LexiqueCompile>());
+  formesTriees_ = std::make_shared<detail::FormesTriees>();  // a copy may share the old one
 
   DMutex verrou;
   uint64_t faits = 0;
   const uint64_t total = nbParties > 1 ? 2 * nbParties - 1 : 1;
-  const ChaineN* mots = mots_.Donnees();
-  // The contiguous copy of the sort, when there is one, spares a trip to each word's buffer.
-  const std::vector<std::u16string_view>* vues =
-      contigus_ != nullptr && contigus_->vues.size() == n ? &contigus_->vues : nullptr;
-  FileOperations::GlobalePrioriteHaute()->LanceBlocOperationNFois(nbParties, [&](unsigned long long k) {
+  auto construit = [&](uint64_t k) {
     detail::Constructeur constructeur(*automates_[k]);
     const uint64_t fin = std::min<uint64_t>(n, (k + 1) * taillePartie_);
-    for (uint64_t i = k * taillePartie_; i < fin; ++i) {
-      if (vues != nullptr) {
-        constructeur.Ajoute((*vues)[i].data(), (*vues)[i].size());
-      } else {
-        constructeur.Ajoute(mots[i].DonneUnites(), mots[i].Longueur());
-      }
-    }
+    for (uint64_t i = k * taillePartie_; i < fin; ++i) constructeur.Ajoute(vues[i].data(), vues[i].size());
     constructeur.Termine();
     StVerrouilleDMutex v(&verrou);
     if (progression_ != nullptr) progression_->Avance(++faits, total);
-  });
-  if (nbParties >= 2) {
-    StVerrouilleDMutex v(&verrou);
-    Fusion(0, nbParties - 1, progression_);
-    while (automates_.Taille() > 1) automates_.EnleveDernier();
+  };
+  // Parts are built a wave at a time on the pool while this thread merges the previous wave
+  // and frees its pools: only two waves' worth of parts, beside the merged automaton, are
+  // ever held, instead of every part of a large list.
+  const uint64_t vague = std::max<uint64_t>(4, 4 * static_cast<uint64_t>(DFil::NbProcesseurs()));
+  uint64_t lancees = 0;     // parts below this one are built or being built
+  uint64_t fusionnees = 0;  // parts 1 … fusionnees are merged into part 0
+  while (lancees < nbParties || fusionnees + 1 < nbParties) {
+    const uint64_t fin = std::min(nbParties, lancees + vague);
+    GroupeOperations groupe;
+    for (uint64_t k = lancees; k < fin; ++k) {
+      groupe.AjouteOperationBloc(FileOperations::GlobalePrioriteHaute(), [&, k] { construit(k); });
+    }
+    // (Should the merge throw, the group's destructor waits for the wave, which reads this
+    // frame's locals.)
+    if (lancees > 0) {
+      FusionneParties(fusionnees + 1, lancees - 1, &verrou, &faits, total);
+      fusionnees = lancees - 1;
+    }
+    groupe.AttendreLaFinDesOperations();
+    lancees = fin;
   }
+  while (automates_.Taille() > 1) automates_.EnleveDernier();
   tempsInsertion_ = std::chrono::duration<double>(std::chrono::steady_clock::now() - debut).count();
 }
 
 void CompilateurAutomateAcycliqueMin::Fusion(uint64_t premier, uint64_t dernier, Progression* progression) {
   if (dernier <= premier) return;
-  LexiqueCompile& cumul = *automates_[premier];
-  // Listing each part's states children-first is independent work: spread it over the pool.
-  std::vector<std::vector<EtatC*>> ordres(dernier - premier);
-  FileOperations::GlobalePrioriteHaute()->LanceBlocOperationNFois(ordres.size(), [&](unsigned long long k) {
-    ordres[k] = EnfantsDAbord(automates_[premier + 1 + k]->racine);
-  });
+  // Part `premier` plays the role of part 0.
+  if (premier != 0) std::swap(automates_[0], automates_[premier]);
+  DMutex verrou;
+  uint64_t faits = dernier - premier + 1;
+  Progression* garde = progression_;
+  progression_ = progression;
+  FusionneParties(premier + 1, dernier, &verrou, &faits, 2 * (dernier - premier + 1) - 1);
+  progression_ = garde;
+  if (premier != 0) std::swap(automates_[0], automates_[premier]);
+}
 
-  const uint64_t total = 2 * (dernier - premier + 1) - 1;
-  const uint64_t dejaFaits = dernier - premier + 1;
-  for (uint64_t k = 0; k < ordres.size(); ++k) {
-    LexiqueCompile& partie = *automates_[premier + 1 + k];
-    // The part is ours alone now: point its states at their equals in the merged automaton
-    // and adopt those that are new. A state's language hash does not depend on where its
-    // targets live, so it finds its equal without being rebuilt.
-    for (EtatC* e : ordres[k]) {
+void CompilateurAutomateAcycliqueMin::FusionneParties(uint64_t debut, uint64_t fin, DMutex* verrou,
+                                                      uint64_t* faits, uint64_t total) {
+  if (fin < debut) return;
+  LexiqueCompile& cumul = *automates_[0];
+  for (uint64_t k = debut; k <= fin; ++k) {
+    LexiqueCompile& partie = *automates_[k];
+    // Point the part's states, children first, at their equals in the merged automaton, and
+    // copy in those that are new. A state's language hash does not depend on where its targets
+    // live, so it finds its equal without being rebuilt. Then the part's pool goes: what it
+    // held is either copied or a duplicate.
+    for (EtatC* e : EnfantsDAbord(partie.racine)) {
       for (uint32_t i = 0; i < e->nb; ++i) e->transitions[i].cible = e->transitions[i].cible->canon;
       EtatC* egal = cumul.registre.Trouve(*e);
-      if (egal == nullptr) {
-        cumul.registre.Ajoute(e);
-        egal = e;
-      }
-      e->canon = egal;
+      e->canon = egal != nullptr ? egal : cumul.Adopte(*e);
     }
     EtatC* racine = partie.racine != nullptr ? partie.racine->canon : nullptr;
     cumul.racine = Union(cumul, cumul.racine, racine);
-    cumul.arenes.insert(cumul.arenes.end(), partie.arenes.begin(), partie.arenes.end());
     partie.racine = nullptr;
-    if (progression != nullptr) progression->Avance(dejaFaits + k + 1, total);
+    partie.arenes.clear();
+    partie.registre = detail::Registre();
+    StVerrouilleDMutex v(verrou);
+    if (progression_ != nullptr) progression_->Avance(++*faits, total);
   }
 }
 
@@ -468,6 +498,42 @@ const LexiqueCompile& CompilateurAutomateAcycliqueMin::Premier() const {
 }
 
 double CompilateurAutomateAcycliqueMin::DonneTempsInsertion() const { return tempsInsertion_; }
+
+const ListeT<ChaineN>& CompilateurAutomateAcycliqueMin::Mots() const {
+  std::lock_guard<std::mutex> verrou(formesTriees_->verrou);
+  ListeT<ChaineN>& liste = formesTriees_->liste;
+  if (formesTriees_->faites) return liste;
+  // The forms in unit order: a walk of the automaton with each state's end of form first and
+  // its transitions by character, as they are kept.
+  const EtatC* racine = automates_.EstVide() ? nullptr : automates_[0]->racine;
+  if (racine != nullptr) {
+    liste = ListeT<ChaineN>(nbFormes_);
+    std::u16string chemin;
+    struct Cadre {
+      const EtatC* etat;
+      uint32_t suivant;
+    };
+    std::vector<Cadre> pile;
+    auto entre = [&](const EtatC* e) {
+      if (e->final) liste.Ajoute(ChaineN(chemin.data(), uint64_t{chemin.size()}));
+      pile.push_back({e, 0});
+    };
+    entre(racine);
+    while (!pile.empty()) {
+      Cadre& c = pile.back();
+      if (c.suivant == c.etat->nb) {
+        pile.pop_back();
+        if (!pile.empty()) chemin.pop_back();
+        continue;
+      }
+      const TransitionC& t = c.etat->transitions[c.suivant++];
+      chemin.push_back(t.car);
+      entre(t.cible);
+    }
+  }
+  formesTriees_->faites = true;
+  return liste;
+}
 
 // ---- queries on the compiled lexicon
 
@@ -507,29 +573,24 @@ uint64_t CompilateurAutomateAcycliqueMin::FormeCompactay(FluxSortie& sortie,
   const LexiqueCompile& lexique = Premier();
   Disposition d(lexique);
   const bool parents = options_ & InclureNoeudsParents;
+  // A state's header holds twice its transition count plus the final bit in 16 bits, and
+  // its parent count in 16 bits.
+  for (const auto& info : d.infos) {
+    if (info.etat->nb > 0x7FFF || (parents && info.nbParents > 0xFFFF)) {
+      throw exceptions::OperationInvalide("Automate : état de plus de 32 767 transitions ou 65 535 parents");
+    }
+  }
   // Three-byte addresses when the area allows, four otherwise.
   if (!d.Adresse(3, parents) && !d.Adresse(4, parents)) {
     throw exceptions::OperationInvalide("Automate trop grand pour des adresses de 4 octets");
   }
   const int a = d.largeur;
-  std::vector<uint8_t> octets(17 + d.tailleZone);
-  uint8_t* p = octets.data();
-  *p++ = 2;
-  *p++ = a != 3 ? 1 : 0;
-  *p++ = 0;
-  *p++ = 0;
-  Mets32(p, d.ordre.empty() ? 0xFFFFFFFFu : static_cast<uint32_t>(d.infos[d.Racine()].adresse));
-  Mets32(p, static_cast<uint32_t>(d.tailleZone));
-  Mets32(p, d.plusGrandCompte);
-  if (a != 3) *p++ = static_cast<uint8_t>(a);
-  const uint8_t* debutZone = p;
 
   // Parent links, grouped by child, parents in writing order.
-  std::vector<uint32_t> debutLiens, liens;
+  std::vector<uint32_t> debutLiens, liens, parentDe;  // parentDe: transition → its source state
   if (parents) {
     debutLiens.assign(d.infos.size() + 1, 0);
-    for (const auto& info : d.infos) debutLiens[&info - d.infos.data() + 1] = info.nbParents;
-    for (size_t i = 1; i < debutLiens.size(); ++i) debutLiens[i] += debutLiens[i - 1];
+    for (size_t i = 0; i < d.infos.size(); ++i) debutLiens[i + 1] = debutLiens[i] + d.infos[i].nbParents;
     liens.resize(d.transitions.size());
     std::vector<uint32_t> rempli(debutLiens.begin(), debutLiens.end() - 1);
     for (uint32_t i : d.ordre) {
@@ -537,49 +598,65 @@ uint64_t CompilateurAutomateAcycliqueMin::FormeCompactay(FluxSortie& sortie,
       for (uint32_t k = 0; k < info.etat->nb; ++k)
         liens[rempli[d.transitions[info.debut + k].cible]++] = info.debut + k;
     }
-  }
-  std::vector<uint32_t> parentDe;  // transition index → its source state
-  if (parents) {
     parentDe.resize(d.transitions.size());
     for (uint32_t i = 0; i < d.infos.size(); ++i) {
       for (uint32_t k = 0; k < d.infos[i].etat->nb; ++k) parentDe[d.infos[i].debut + k] = i;
     }
   }
 
+  // Written through a buffer of a few hundred kilobytes, each state whole: a state is at most
+  // 2 + 32,767 × 9 bytes, and as much again for its parents.
+  constexpr size_t kTampon = size_t{1} << 20;
+  const std::unique_ptr<uint8_t[]> tampon = std::make_unique_for_overwrite<uint8_t[]>(kTampon);
+  uint8_t* p = tampon.get();
+  uint64_t ecrits = 0;
+  auto vide = [&] {
+    ecrits += sortie.Mets(tampon.get(), static_cast<uint64_t>(p - tampon.get()));
+    p = tampon.get();
+  };
+  *p++ = 2;
+  *p++ = a != 3 ? 1 : 0;
+  *p++ = 0;
+  *p++ = 0;
+  Mets32(p, d.ordre.empty() ? 0xFFFFFFFFu : d.adresses[d.Racine()]);
+  Mets32(p, static_cast<uint32_t>(d.tailleZone));
+  Mets32(p, d.plusGrandCompte);
+  if (a != 3) *p++ = static_cast<uint8_t>(a);
+  const size_t octetsTransition = static_cast<size_t>(a) + 5;
   for (uint32_t i : d.ordre) {
     const auto& info = d.infos[i];
     const EtatC* e = info.etat;
+    const size_t taille = 4 + (e->nb + (parents ? info.nbParents : 0)) * octetsTransition;
+    if (static_cast<size_t>(tampon.get() + kTampon - p) < taille) vide();
     Mets16(p, 2 * e->nb + (e->final ? 1 : 0));
-    for (uint32_t k = 0; k < e->nb; ++k) {
-      const TransitionOrdonnee& t = d.transitions[info.debut + k];
-      Mets16(p, t.car);
-      Mets24(p, t.compte);
-      MetsAdresse(p, d.infos[t.cible].adresse, a);
+    const TransitionOrdonnee* t = &d.transitions[info.debut];
+    for (uint32_t k = 0; k < e->nb; ++k, ++t) {
+      Mets16(p, t->car);
+      Mets24(p, t->compte);
+      MetsAdresse(p, d.adresses[t->cible], a);
     }
     if (parents) {
       Mets16(p, info.nbParents);
       for (uint32_t l = debutLiens[i]; l < debutLiens[i + 1]; ++l) {
-        const TransitionOrdonnee& t = d.transitions[liens[l]];
-        Mets16(p, t.car);
-        Mets24(p, t.compte);
-        MetsAdresse(p, d.infos[parentDe[liens[l]]].adresse, a);
+        const TransitionOrdonnee& lien = d.transitions[liens[l]];
+        Mets16(p, lien.car);
+        Mets24(p, lien.compte);
+        MetsAdresse(p, d.adresses[parentDe[liens[l]]], a);
       }
     }
   }
-  const uint64_t tailleEntete = static_cast<uint64_t>(debutZone - octets.data());
-  uint64_t ecrits = sortie.Mets(octets.data(), tailleEntete + d.tailleZone);
+  vide();
 
   if (serialiseur != nullptr) {
     // Forms in number order, each record framed by its VarElias length.
-    std::vector<uint32_t> parNumero(mots_.Taille());
-    for (uint32_t i = 0; i < mots_.Taille(); ++i) parNumero[static_cast<uint64_t>(NoPourMot(mots_[i]))] = i;
     TamponMemoire bloc, enregistrement;
-    for (uint32_t numero = 0; numero < parNumero.size(); ++numero) {
+    uint32_t numero = 0;
+    FormesParNumero(d, [&](const ChaineN& forme) {
       enregistrement.Vide();
-      serialiseur->Ecris(enregistrement, mots_[parNumero[numero]], numero);
+      serialiseur->Ecris(enregistrement, forme, numero++);
       SerialiseurVarElias::Ecris(bloc, enregistrement.Taille());
       bloc.Mets(enregistrement.PreteDonneesBrutes(), enregistrement.Taille());
-    }
+    });
     ecrits += sortie.Mets(bloc.PreteDonneesBrutes(), bloc.Taille());
   }
   return ecrits;
@@ -596,7 +673,7 @@ ChaineN CompilateurAutomateAcycliqueMin::FichierDot() {
     std::snprintf(ligne, sizeof ligne, "  %d [label=\"%d,%d,0x%X (%d%s)\"]; // %p - %d\n",
                   static_cast<int>(i), static_cast<int>(e->nbFormes), static_cast<int>(e->hauteur),
                   static_cast<unsigned>(e->hachage), static_cast<int>(e->nb), e->final ? ",F" : "",
-                  static_cast<const void*>(e), static_cast<int>(info.adresse));
+                  static_cast<const void*>(e), static_cast<int>(d.adresses[i]));
     texte += ligne;
     if (e->final) {
       std::snprintf(ligne, sizeof ligne, "  F%d [label=\"\",style=filled,color=\".0.0.0\"];\n",

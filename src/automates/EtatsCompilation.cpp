@@ -14,6 +14,11 @@ uint64_t Melange(uint64_t h, uint64_t v) {
 
 }  // namespace
 
+void TransitionC::Vers(EtatC* e) {
+  cible = e;
+  formes = e->nbFormes;
+}
+
 bool EtatsEgaux(const EtatC* a, const EtatC* b) {
   if (a == b) return true;
   if (a->final != b->final || a->nbFormes != b->nbFormes || a->hauteur != b->hauteur ||
@@ -43,18 +48,24 @@ EtatC* LexiqueCompile::Enregistre(const TransitionC* transitions, uint32_t nb, b
                  0};
   for (uint32_t i = 0; i < nb; ++i) {
     const TransitionC& t = transitions[i];
-    candidat.nbFormes += t.cible->nbFormes;
+    candidat.nbFormes += t.formes;
     candidat.hauteur = std::max(candidat.hauteur, t.cible->hauteur + 1);
     candidat.hachage = candidat.hachage * 53 + t.car;
     candidat.empreinte = Melange(Melange(candidat.empreinte, t.car), t.cible->empreinte);
   }
   candidat.empreinte = Melange(candidat.empreinte, nb);
   if (EtatC* existant = registre.Trouve(candidat)) return existant;
+  return Adopte(candidat);
+}
+
+EtatC* LexiqueCompile::Adopte(const EtatC& e) {
   Arene& arene = *arenes.front();
   auto* etat = static_cast<EtatC*>(arene.Alloue(sizeof(EtatC)));
-  *etat = candidat;
-  etat->transitions = nb == 0 ? nullptr : static_cast<TransitionC*>(arene.Alloue(sizeof(TransitionC) * nb));
-  std::copy(transitions, transitions + nb, etat->transitions);
+  *etat = e;
+  etat->canon = nullptr;
+  etat->transitions =
+      e.nb == 0 ? nullptr : static_cast<TransitionC*>(arene.Alloue(sizeof(TransitionC) * e.nb));
+  std::copy(e.transitions, e.transitions + e.nb, etat->transitions);
   registre.Ajoute(etat);
   return etat;
 }
@@ -70,7 +81,7 @@ void Constructeur::FermeJusqua(size_t profondeur) {
     Ouvert& o = ouverts_[d];
     EtatC* e =
         lexique_.Enregistre(o.transitions.data(), static_cast<uint32_t>(o.transitions.size()), o.final);
-    ouverts_[d - 1].transitions.back().cible = e;
+    ouverts_[d - 1].transitions.back().Vers(e);
   }
   profondeur_ = std::min(profondeur_, profondeur);
 }
@@ -81,7 +92,7 @@ void Constructeur::Ajoute(const char16_t* mot, size_t n) {
   while (commun < borne && mot[commun] == dernier_[commun]) ++commun;
   FermeJusqua(commun);
   for (size_t d = commun; d < n; ++d) {
-    ouverts_[d].transitions.push_back({mot[d], nullptr});
+    ouverts_[d].transitions.push_back({mot[d], 0, nullptr});
     Ouvre(d + 1);
   }
   ouverts_[n].final = true;

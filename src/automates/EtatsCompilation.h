@@ -12,13 +12,19 @@
 #include <string_view>
 #include <vector>
 
+#include <outils_socle/conteneurs/ListeT.h>
+#include <outils_socle/texte/ChaineN.h>
+
 namespace sdd::detail {
 
 struct EtatC;
 
 struct TransitionC {
   char16_t car;
+  uint32_t formes;  // the target's nbFormes, kept here (in what would be padding) so that
+                    // ordering a state's transitions for the layout never visits the targets
   EtatC* cible;
+  void Vers(EtatC* e);  // points the transition at e
 };
 
 // A state, never changed once registered. Its transitions are sorted by character; the end of
@@ -113,6 +119,14 @@ struct MotsContigus {
   std::vector<std::u16string_view> vues;  // in the order of the sorted list
 };
 
+// The compiled forms as a sorted list, made on first request (from the automaton: the
+// compiler keeps no copy of its input).
+struct FormesTriees {
+  std::mutex verrou;
+  bool faites = false;
+  ListeT<ChaineN> liste;
+};
+
 // One automaton: its root, the register of its states and the pools that hold them (a merged
 // automaton keeps the pools of every part it absorbed).
 struct LexiqueCompile {
@@ -124,6 +138,9 @@ struct LexiqueCompile {
 
   // The registered state with these transitions and finality, created if new.
   EtatC* Enregistre(const TransitionC* transitions, uint32_t nb, bool final);
+  // A copy of e (and of its transitions) in this automaton's own pool, registered: how a merge
+  // keeps the new states of a part whose pool it then frees.
+  EtatC* Adopte(const EtatC& e);
 };
 
 // Sorted incremental construction: the path of the last word stays open; when the next word

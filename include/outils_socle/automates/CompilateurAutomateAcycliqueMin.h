@@ -23,7 +23,10 @@ class OUTILS_SOCLE_EXPORT Progression {
 namespace detail {
 struct LexiqueCompile;
 struct MotsContigus;
+struct FormesTriees;
 }  // namespace detail
+
+class DMutex;
 
 // Compiles a word list into the minimal acyclic automaton that AutomateAcycliqueMin reads.
 //
@@ -78,13 +81,16 @@ class OUTILS_SOCLE_EXPORT CompilateurAutomateAcycliqueMin {
   // Seconds spent building and merging the parts.
   double DonneTempsInsertion() const;
 
-  const ListeT<ChaineN>& Mots() const { return mots_; }  // sorted, without duplicates
+  // The forms, sorted, without duplicates: made from the automaton on the first call (the
+  // compiler keeps no copy of its input), then kept.
+  const ListeT<ChaineN>& Mots() const;
+  uint64_t NbFormes() const { return nbFormes_; }
   uint64_t NbEtats() const;
   uint64_t NbTransitions() const;
   uint64_t TaillePartie() const { return taillePartie_; }  // 0 for an empty list
   // The parts built in parallel and merged: 0 for an empty list.
   uint64_t NbParties() const {
-    return taillePartie_ == 0 ? 0 : (mots_.Taille() + taillePartie_ - 1) / taillePartie_;
+    return taillePartie_ == 0 ? 0 : (nbFormes_ + taillePartie_ - 1) / taillePartie_;
   }
   uint32_t PlusGrandCompte() const;
 
@@ -95,10 +101,12 @@ class OUTILS_SOCLE_EXPORT CompilateurAutomateAcycliqueMin {
   void Fusion(uint64_t premier, uint64_t dernier, Progression* progression);
 
  private:
-  void Trie();
+  void Trie(const ListeT<ChaineN>& mots);
+  // Merges parts debut … fin, in order, into part 0 and frees their pools.
+  void FusionneParties(uint64_t debut, uint64_t fin, DMutex* verrou, uint64_t* faits, uint64_t total);
   const detail::LexiqueCompile& Premier() const;
 
-  ListeT<ChaineN> mots_;
+  uint64_t nbFormes_ = 0;
   uint32_t options_ = 0;
   uint64_t taillePartie_ = kTaillePartieDefaut;
   Progression* progression_ = nullptr;
@@ -106,6 +114,7 @@ class OUTILS_SOCLE_EXPORT CompilateurAutomateAcycliqueMin {
   ListeT<std::shared_ptr<detail::LexiqueCompile>> automates_;
   double tempsInsertion_ = 0;
   std::shared_ptr<detail::MotsContigus> contigus_;  // during construction only
+  std::shared_ptr<detail::FormesTriees> formesTriees_;
 };
 
 }  // namespace sdd
