@@ -82,7 +82,8 @@ struct Disposition {
   uint64_t tailleZone = 0;
   int largeur = 3;
 
-  explicit Disposition(const LexiqueCompile& lexique) {
+  // `parents`: count each state's parents too (the stored form with parent links needs them).
+  explicit Disposition(const LexiqueCompile& lexique, bool parents = false) {
     if (lexique.racine == nullptr) return;
     std::lock_guard<std::mutex> verrou(lexique.ecriture);
     const uint32_t epoque = ++lexique.epoque;
@@ -97,6 +98,8 @@ struct Disposition {
       for (size_t i = 0; i < tri.size(); ++i) {
         transitions.push_back({tri[i].car, comptes[i], 0});
         cibles.push_back(tri[i].cible);
+        // The walk reads every target's mark soon; states lie scattered over the pools.
+        __builtin_prefetch(tri[i].cible);
         plusGrandCompte = std::max(plusGrandCompte, comptes[i]);
       }
       return e->indice;
@@ -110,16 +113,23 @@ struct Disposition {
       Cadre& c = pile.back();
       const Info& info = infos[c.indice];
       if (c.suivant < info.etat->nb) {
-        EtatC* enfant = cibles[info.debut + c.suivant++];
-        if (enfant->epoque != epoque) pile.push_back({visite(enfant), 0});
+        const uint32_t t = info.debut + c.suivant++;
+        EtatC* enfant = cibles[t];
+        // The target's index is read with its mark, while its line is at hand.
+        if (enfant->epoque == epoque) {
+          transitions[t].cible = enfant->indice;
+        } else {
+          const uint32_t indice = visite(enfant);
+          transitions[t].cible = indice;
+          pile.push_back({indice, 0});
+        }
         continue;
       }
       ordre.push_back(c.indice);
       pile.pop_back();
     }
-    for (size_t i = 0; i < transitions.size(); ++i) {
-      transitions[i].cible = cibles[i]->indice;
-      ++infos[cibles[i]->indice].nbParents;
+    if (parents) {
+      for (const TransitionOrdonnee& t : transitions) ++infos[t.cible].nbParents;
     }
   }
 
@@ -571,8 +581,8 @@ uint32_t CompilateurAutomateAcycliqueMin::PlusGrandCompte() const {
 uint64_t CompilateurAutomateAcycliqueMin::FormeCompactay(FluxSortie& sortie,
                                                          SerialiseurAutomate* serialiseur) {
   const LexiqueCompile& lexique = Premier();
-  Disposition d(lexique);
   const bool parents = options_ & InclureNoeudsParents;
+  Disposition d(lexique, parents);
   // A state's header holds twice its transition count plus the final bit in 16 bits, and
   // its parent count in 16 bits.
   for (const auto& info : d.infos) {
