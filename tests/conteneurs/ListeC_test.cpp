@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <random>
+#include <stdexcept>
 #include <vector>
 
 #include "commun/Exceptions.h"
@@ -40,6 +41,67 @@ TEST(ListeC, AjoutInsertionEnlevement) {
   EXPECT_EQ(Vers(l), (std::vector<int>{-1, 1, 9, 2, 7, 3, 4, 6, 8}));
   EXPECT_TRUE(l.Contient(7));
   EXPECT_FALSE(l.Contient(5));
+}
+
+// A value that counts the live ones and can be told to fail its copy.
+struct Compte {
+  static inline int vivants = 0;
+  static inline bool echoue = false;
+  int v;
+  explicit Compte(int x) : v(x) { ++vivants; }
+  Compte(const Compte& autre) : v(autre.v) {
+    if (echoue) throw std::runtime_error("copie");
+    ++vivants;
+  }
+  Compte& operator=(const Compte&) = default;
+  ~Compte() { --vivants; }
+};
+
+// Nodes come from blocks the list owns: every value is destroyed exactly once, removed nodes'
+// places are reused, a failed copy leaves the list as it was, and lists that swap or move
+// their nodes (and blocks) keep them valid.
+TEST(ListeC, NoeudsEnBlocs) {
+  {
+    ListeC<Compte> l;
+    std::vector<const Compte*> adresses;
+    for (int i = 0; i < 1000; ++i) adresses.push_back(&l.Ajoute(Compte(i)));
+    EXPECT_EQ(Compte::vivants, 1000);
+    for (int i = 0; i < 1000; ++i) ASSERT_EQ(adresses[i]->v, i);  // nodes never move
+    // Removing then adding reuses the freed places, last freed first.
+    const Compte* septieme = &l[7];
+    l.Enleve(7);
+    EXPECT_EQ(&l.Ajoute(Compte(-1)), septieme);
+    l.Enleve(0);
+    l.Enleve(0);
+    EXPECT_EQ(Compte::vivants, 998);
+    Compte::echoue = true;
+    EXPECT_THROW(l.Ajoute(Compte(5)), std::runtime_error);
+    EXPECT_THROW(l.Insere(3, Compte(5)), std::runtime_error);
+    Compte::echoue = false;
+    EXPECT_EQ(l.Taille(), 998u);
+    EXPECT_EQ(Compte::vivants, 998);
+    EXPECT_EQ(l[0].v, 2);
+    EXPECT_EQ(l.Dernier().v, -1);
+
+    ListeC<Compte> autre;
+    autre.Ajoute(Compte(42));
+    autre.Echange(l);
+    EXPECT_EQ(l.Taille(), 1u);
+    EXPECT_EQ(autre.Taille(), 998u);
+    l.Ajoute(Compte(43));  // into l's own blocks, not the ones it gave away
+    ListeC<Compte> deplacee(std::move(autre));
+    EXPECT_EQ(deplacee[1].v, 3);
+    deplacee.Ajoute(Compte(44));
+    EXPECT_EQ(deplacee.Dernier().v, 44);
+    l = std::move(deplacee);
+    EXPECT_EQ(l.Taille(), 999u);
+    EXPECT_EQ(Compte::vivants, 999);
+    l.Vide();
+    EXPECT_EQ(Compte::vivants, 0);
+    l.Ajoute(Compte(1));  // a list emptied is usable again
+    EXPECT_EQ(Compte::vivants, 1);
+  }
+  EXPECT_EQ(Compte::vivants, 0);
 }
 
 TEST(ListeC, ComparaisonsEtCopie) {

@@ -1,9 +1,11 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
 #include <iterator>
+#include <new>
 #include <utility>
 
 #include <outils_socle/texte/Exception.h>
@@ -13,6 +15,11 @@ namespace sdd {
 // The library's singly linked list. Appending is constant time through the tail pointer;
 // positional access walks from the head. The destructor frees the nodes, never what the values
 // point to. Not synchronised: one list, one thread at a time.
+//
+// Nodes come from blocks the list owns (2 nodes, then twice as many each time up to 256), and
+// a removed node's place is reused by the next one: a search that fills a list with thousands
+// of results makes a few dozen allocations for the nodes instead of one each. Nodes never move,
+// so references and iterators stay valid until their element is removed; Vide frees the blocks.
 //
 // TriB is a bubble sort that relinks nodes and swaps equal neighbours too (so it is not stable);
 // TriQ is a merge sort that relinks nodes: O(n log n), stable, no element is copied.
@@ -99,7 +106,9 @@ class ListeC {
   ListeC(ListeC&& autre) noexcept
       : premier_(std::exchange(autre.premier_, nullptr)),
         dernier_(std::exchange(autre.dernier_, nullptr)),
-        nombre_(std::exchange(autre.nombre_, 0)) {}
+        nombre_(std::exchange(autre.nombre_, 0)),
+        blocs_(std::exchange(autre.blocs_, nullptr)),
+        libres_(std::exchange(autre.libres_, nullptr)) {}
   ListeC& operator=(const ListeC& autre) {
     if (this != &autre) {
       ListeC copie(autre);
@@ -120,18 +129,26 @@ class ListeC {
     std::swap(premier_, autre.premier_);
     std::swap(dernier_, autre.dernier_);
     std::swap(nombre_, autre.nombre_);
+    std::swap(blocs_, autre.blocs_);
+    std::swap(libres_, autre.libres_);
   }
 
   uint64_t Taille() const { return nombre_; }
   bool EstVide() const { return nombre_ == 0; }
   void Vide() {
-    while (premier_ != nullptr) delete std::exchange(premier_, premier_->suivant);
+    while (premier_ != nullptr) std::exchange(premier_, premier_->suivant)->~_Noeud();
+    while (blocs_ != nullptr) {
+      _Bloc* precedent = blocs_->precedent;
+      ::operator delete(blocs_);
+      blocs_ = precedent;
+    }
+    libres_ = nullptr;
     dernier_ = nullptr;
     nombre_ = 0;
   }
 
-  T& Ajoute(const T& x) { return Lie(new _Noeud{x, nullptr}); }
-  T& Ajoute(T&& x) { return Lie(new _Noeud{std::move(x), nullptr}); }
+  T& Ajoute(const T& x) { return Lie(Nouveau(x, nullptr)); }
+  T& Ajoute(T&& x) { return Lie(Nouveau(std::move(x), nullptr)); }
 
   // Inserts x so that it becomes element pos; pos may equal the count (append).
   void Insere(uint64_t pos, const T& x) {
@@ -142,7 +159,7 @@ class ListeC {
     }
     _Noeud** lien = &premier_;
     for (uint64_t i = 0; i < pos; ++i) lien = &(*lien)->suivant;
-    *lien = new _Noeud{x, *lien};
+    *lien = Nouveau(x, *lien);
     ++nombre_;
   }
   // Inserts x before the node `position` designates (end() appends) and returns an iterator to
@@ -155,7 +172,7 @@ class ListeC {
     _Noeud** lien = &premier_;
     while (*lien != nullptr && *lien != position.noeud_) lien = &(*lien)->suivant;
     if (*lien == nullptr) throw exceptions::OperationInvalide();  // not a node of this list
-    *lien = new _Noeud{x, *lien};
+    *lien = Nouveau(x, *lien);
     ++nombre_;
     return __IterateurStd(*lien);
   }
@@ -168,7 +185,7 @@ class ListeC {
     for (uint64_t k = 0; k < i; ++k) precedent = std::exchange(noeud, noeud->suivant);
     (precedent ? precedent->suivant : premier_) = noeud->suivant;
     if (noeud == dernier_) dernier_ = precedent;
-    delete noeud;
+    Rends(noeud);
     --nombre_;
   }
 
@@ -223,6 +240,45 @@ class ListeC {
   __IterateurStdConst end() const { return __IterateurStdConst(); }
 
  private:
+  struct _Bloc {
+    _Bloc* precedent;
+    uint32_t capacite;
+    uint32_t utilises;
+  };
+  struct _Libre {
+    _Libre* suivant;
+  };
+  static constexpr size_t kEnTeteBloc =
+      (sizeof(_Bloc) + alignof(_Noeud) - 1) / alignof(_Noeud) * alignof(_Noeud);
+  static constexpr uint32_t kBlocMax = 256;
+  static_assert(alignof(_Noeud) <= __STDCPP_DEFAULT_NEW_ALIGNMENT__);
+
+  // A node made in a free place: a removed node's, else the next of the newest block.
+  template <typename V>
+  _Noeud* Nouveau(V&& valeur, _Noeud* suivant) {
+    void* place;
+    if (libres_ != nullptr) {
+      place = std::exchange(libres_, libres_->suivant);
+    } else {
+      if (blocs_ == nullptr || blocs_->utilises == blocs_->capacite) {
+        const uint32_t capacite = blocs_ == nullptr ? 2 : std::min(blocs_->capacite * 2, kBlocMax);
+        void* memoire = ::operator new(kEnTeteBloc + capacite * sizeof(_Noeud));
+        blocs_ = new (memoire) _Bloc{blocs_, capacite, 0};
+      }
+      place = reinterpret_cast<char*>(blocs_) + kEnTeteBloc + blocs_->utilises++ * sizeof(_Noeud);
+    }
+    try {
+      return new (place) _Noeud{std::forward<V>(valeur), suivant};
+    } catch (...) {
+      libres_ = new (place) _Libre{libres_};
+      throw;
+    }
+  }
+  void Rends(_Noeud* noeud) {
+    noeud->~_Noeud();
+    libres_ = new (noeud) _Libre{libres_};
+  }
+
   T& Lie(_Noeud* noeud) {
     (dernier_ ? dernier_->suivant : premier_) = noeud;
     dernier_ = noeud;
@@ -298,6 +354,8 @@ class ListeC {
   _Noeud* premier_ = nullptr;
   _Noeud* dernier_ = nullptr;
   uint64_t nombre_ = 0;
+  _Bloc* blocs_ = nullptr;    // the newest block, each pointing to the one before
+  _Libre* libres_ = nullptr;  // places of removed nodes
 };
 
 }  // namespace sdd
