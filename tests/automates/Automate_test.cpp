@@ -223,6 +223,21 @@ TEST(Automate, DoublonsEtPrefixes) {
   EXPECT_EQ(c.NoPourMot(C(u"cha")), -1);
 }
 
+// A state's header holds its transition count on 15 bits: a root of 32,767 transitions is
+// written and read back, one more is refused rather than written wrong.
+TEST(Automate, EtatDeTropDeTransitions) {
+  std::vector<std::u16string> mots;
+  for (char16_t c = u'\u0100'; mots.size() < 0x7FFF; ++c) mots.push_back(std::u16string(1, c));
+  TamponSur t(essais::Compile(mots));
+  AutomateAcycliqueMin a(&*t);
+  EXPECT_EQ(a.NombreDeFormes(), 0x7FFFu);
+  EXPECT_GE(a.NoPourMot(C(u"\u7000")), 0);
+  mots.push_back(u"\u80FF");
+  CompilateurAutomateAcycliqueMin c(essais::Liste(mots));
+  sdd::TamponMemoire sortie;
+  EXPECT_THROW(c.FormeCompactay(sortie), sdd::exceptions::OperationInvalide);
+}
+
 // States wider than the walks keep on their stack, paths longer than the inline path: the
 // stacks move to the heap and the answers do not change.
 TEST(Automate, EtatsLargesEtPilesQuiDebordent) {
