@@ -6,6 +6,7 @@
 #   make bench       run the benchmarks (ours beside ICU, Qt, the standard library, zlib, libdeflate,
 #                    marisa-trie and dawgdic)
 #   make format      check the formatting with clang-format
+#   make fuzz        build the fuzz targets with clang and run each for DUREE seconds (default 5)
 #   make deb         build the Debian packages into build-deb/paquets/
 #   make check-deb   build them, check them with lintian, unpack them and use them as a user would
 
@@ -13,7 +14,7 @@ JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?=
 LAUNCHER := $(shell command -v ccache >/dev/null 2>&1 && echo -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
 
-.PHONY: setup build demo check check-asan check-tsan bench format deb check-deb clean
+.PHONY: setup build demo check check-asan check-tsan bench format fuzz deb check-deb clean
 
 setup:
 	@bash scripts/setup.sh
@@ -46,6 +47,17 @@ build-tsan/CMakeCache.txt: | setup
 check-tsan: setup build-tsan/CMakeCache.txt
 	cmake --build build-tsan -j $(JOBS)
 	cd build-tsan && TSAN_OPTIONS="halt_on_error=1 suppressions=$(CURDIR)/tests/tsan.supp" ctest -j $(JOBS) --output-on-failure -LE installation
+
+# The fuzz targets and the library under them, built by clang with libFuzzer, AddressSanitizer
+# and UndefinedBehaviorSanitizer; make fuzz DUREE=3600 for a long campaign (docs/fuzzing.md).
+DUREE ?= 5
+build-fuzz/CMakeCache.txt: | setup
+	CC=clang-14 CXX=clang++-14 cmake -S . -B build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo -DOUTILS_SOCLE_FUZZ=ON \
+	  -DOUTILS_SOCLE_TESTS=OFF -DOUTILS_SOCLE_BENCH=OFF -DOUTILS_SOCLE_OUTILS=OFF $(LAUNCHER) $(CMAKE_FLAGS)
+
+fuzz: setup build-fuzz/CMakeCache.txt
+	cmake --build build-fuzz -j $(JOBS)
+	bash scripts/fuzz.sh build-fuzz $(DUREE)
 
 bench: build
 	./build/bench/bench_texte
@@ -80,7 +92,7 @@ check-deb: deb
 	  -DTRAVAIL=$(CURDIR)/build-deb/verification -P tests/installation/paquets_test.cmake
 
 format:
-	clang-format --dry-run --Werror $$(git ls-files 'include/*.h' 'src/*.cpp' 'src/*.h' ':!src/texte/TablesUnOctet.cpp' 'tests/*.cpp' 'tests/*.h' 'bench/*.cpp' 'outils/*.cpp' 'outils/*.h')
+	clang-format --dry-run --Werror $$(git ls-files 'include/*.h' 'src/*.cpp' 'src/*.h' ':!src/texte/TablesUnOctet.cpp' 'tests/*.cpp' 'tests/*.h' 'bench/*.cpp' 'outils/*.cpp' 'outils/*.h' 'fuzz/*.cpp' 'fuzz/*.h')
 
 clean:
 	rm -rf build build-asan build-tsan build-deb

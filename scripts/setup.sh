@@ -15,6 +15,8 @@ paquets=(
   diffutils patch
   # Corrections measured against Hunspell and its French dictionary, what French users have.
   hunspell-fr libhunspell-dev
+  # Fuzzing (make fuzz): clang with libFuzzer and the sanitizers' runtimes.
+  clang-14 libclang-rt-14-dev
   # Debian packages (make deb, make check-deb): dependencies, build flags, checks.
   dpkg-dev file lintian
 )

@@ -248,7 +248,7 @@ class RechercheCorrections {
   const uint32_t* Substitutions(char16_t stocke) {
     uint32_t* ligne;
     if (stocke < kCache) {
-      ligne = &substitutions_[static_cast<size_t>(stocke) * m_];
+      ligne = substitutions_.data() + static_cast<size_t>(stocke) * m_;  // (an empty word has no row)
       if (connues_[stocke]) return ligne;
       connues_[stocke] = 1;
     } else {

@@ -3,7 +3,9 @@
 // zlib stream. Entries are found through (record position, offset in the decoded block).
 #include <outils_socle/flux/EncodageParBlocCompresse.h>
 
+#include <algorithm>
 #include <cstring>
+#include <limits>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -110,6 +112,11 @@ DecodageParBlocCompresse::DecodageParBlocCompresse(FluxEntreeMemoire* entree, ui
     throw exceptions::ErreurDeserialisation("Blocs compressés : en-tête hors des données");
   entree->Positionne(debut);
   SerialiseurVarElias::Lis(*entree, &tailleBloc_);
+  // The encoder takes its block size as an unsigned int: anything larger is damage.
+  if (tailleBloc_ > std::numeric_limits<unsigned int>::max()) {
+    throw exceptions::ErreurDeserialisation("Blocs compressés : taille de bloc " +
+                                            std::to_string(tailleBloc_));
+  }
   if (entree->EstALaFin()) throw exceptions::ErreurDeserialisation("Blocs compressés : en-tête tronqué");
   type_ = entree->Donne();
 }
@@ -155,8 +162,10 @@ const uint8_t* DecodageParBlocCompresse::Bloc(const _typPositionEncodageBloc& po
     return dernier.decode.data();
   }
   dernier.valide = false;
-  // Nothing this library writes decodes to more than twice the block size (see the encoder).
-  const uint64_t capacite = 2 * tailleBloc_ + 16;
+  // Nothing this library writes decodes to more than twice the block size (see the encoder),
+  // and deflate expands at most about 1032 to 1: room for the smaller, so that neither a
+  // damaged header nor a damaged record can ask for more memory than its bytes could fill.
+  const uint64_t capacite = std::min<uint64_t>(2 * tailleBloc_ + 16, stocke * 1032 + 64);
   if (dernier.decode.size() < capacite) dernier.decode.resize(capacite);
   if (!detail::DecompresseZlib(donnees, stocke, dernier.decode.data(), capacite, &dernier.taille)) {
     BlocEndommage(position.positionBloc, "flux zlib invalide");

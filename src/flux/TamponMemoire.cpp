@@ -163,6 +163,7 @@ uint64_t TamponMemoire::Donne(uint64_t n, uint8_t* destination) {
   if (position_ >= taille_) return 0;
   const uint64_t disponibles = taille_ - position_;
   const uint64_t lus = n < disponibles ? n : disponibles;
+  if (lus == 0) return 0;  // a caller asking for nothing may pass no destination
   std::memcpy(destination, octets_ + position_, lus);
   position_ += lus;
   return lus;

@@ -272,6 +272,27 @@ TEST(EncodageParBlocCompresse, DonneesEndommagees) {
   EXPECT_THROW(d.DecodeOctets({2, 60}, 8, octets), exceptions::ErreurDeserialisation);
   EXPECT_THROW(d.DecodeOctets({3, 0}, 1, octets), exceptions::ErreurDeserialisation)
       << "not a record's start";
+
+  // A header whose block size no encoder writes (over 32 bits) is refused at opening; one just
+  // within asks no more memory than the stored block could fill (no gigabytes for 4 bytes).
+  auto entete = [](uint64_t tailleBloc, const Octets& bloc) {
+    TamponMemoire t;
+    SerialiseurVarElias::Ecris(t, tailleBloc);
+    t.Mets(static_cast<uint8_t>(CompressionZlib));
+    const Octets o = OctetsDe(t);
+    Octets tout(o);
+    tout.insert(tout.end(), bloc.begin(), bloc.end());
+    return tout;
+  };
+  TamponSur te(entete(uint64_t{1} << 40, {}));
+  EXPECT_THROW(DecodageParBlocCompresse(&*te, 0), exceptions::ErreurDeserialisation);
+  // 0xFFFFFFF0 as block size, then a record of 4 stored bytes, a zlib stream of nothing.
+  TamponSur tg(entete(0xFFFFFFF0u, {0x84, 0x78, 0x9C, 0x03, 0x00}));
+  DecodageParBlocCompresse dg(&*tg, 0);
+  EXPECT_EQ(dg.TailleBloc(), 0xFFFFFFF0u);
+  // It decodes to nothing: no byte to read (and the room made for it is bounded by its 4 stored
+  // bytes, not by the 4 GB block size).
+  EXPECT_THROW(dg.DecodeOctets({tg->Taille() - 5, 0}, 1, octets), exceptions::ErreurDeserialisation);
 }
 
 TEST(EncodageParBlocCompresse, CopiesIndependantes) {

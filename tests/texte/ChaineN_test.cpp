@@ -51,6 +51,19 @@ TEST(ChaineN, LEmpruntNeCopiePasEtNEcritJamaisLeTableauDuClient) {
   EXPECT_EQ(std::string(debut.PreteUTF8()), "bon");
 }
 
+// Every empty string reads the same one unit: begin() and end() meet, whatever the compiler does
+// with string literals (a build that gave each use of u"" its own copy once made a range-for
+// over an empty pattern run off the end).
+TEST(ChaineN, LesChainesVidesLisentLaMemeUnite) {
+  const ChaineN a, b(u"", uint64_t{0});
+  EXPECT_EQ(a.begin(), a.end());
+  EXPECT_EQ(a.DonneUnites(), b.DonneUnites());
+  EXPECT_EQ(*a.DonneUnites(), u'\0');
+  size_t tours = 0;
+  for ([[maybe_unused]] char16_t c : a) ++tours;
+  EXPECT_EQ(tours, 0u);
+}
+
 TEST(ChaineN, AjouterAElleMemeDouble) {
   ChaineN s("ab");
   s.AjouteFin(s);

@@ -109,8 +109,11 @@ class OUTILS_SOCLE_EXPORT ChaineN {
   // True when both strings read the same buffer (a copy not yet changed).
   bool PartageTampon(const ChaineN& autre) const { return tampon_ != 0 && tampon_ == autre.tampon_; }
   // The units; never null. Not always zero-terminated (a borrowed count); see PreteUniCString.
+  // An empty string gives kVide, one object with one address: two evaluations of a literal u""
+  // need not give the same address (AddressSanitizer gives each its own), and then begin() and
+  // end() of an empty string would not meet.
   const char16_t* DonneUnites() const {
-    if (tampon_ == 0) return u"";
+    if (tampon_ == 0) return kVide;
     if (EstEmpruntee()) return *reinterpret_cast<const char16_t* const*>((tampon_ & ~uintptr_t{1}) + 16);
     return reinterpret_cast<const char16_t*>(tampon_ + 24);
   }
@@ -332,6 +335,7 @@ class OUTILS_SOCLE_EXPORT ChaineN {
  private:
   struct _TamponPossede;
   struct _TamponEmprunte;
+  static constexpr char16_t kVide[1] = {0};
 
   _TamponPossede* Possede() const { return reinterpret_cast<_TamponPossede*>(tampon_); }
   _TamponEmprunte* Emprunte() const { return reinterpret_cast<_TamponEmprunte*>(tampon_ & ~uintptr_t{1}); }
