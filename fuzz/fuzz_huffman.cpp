@@ -15,7 +15,7 @@ using Code = sdd::CodeHuffman<char16_t>;
 
 void Decode(const Code& code, FuzzedDataProvider& f) {
   const std::vector<uint8_t> donnees = f.ConsumeBytes<uint8_t>(f.ConsumeIntegralInRange<size_t>(0, 256));
-  const unsigned n = f.ConsumeIntegralInRange<unsigned>(0, 2000);
+  const unsigned n = f.ConsumeIntegralInRange<unsigned>(0, 300);
   fuzz::Essaie([&] {
     fuzz::Octets o(donnees);
     sdd::ChaineN s;
