@@ -98,6 +98,7 @@ void Interroge(AutomateAcycliqueMin& a, FuzzedDataProvider& f) {
     const uint8_t genre = f.ConsumeIntegral<uint8_t>();
     const std::u16string mot = fuzz::Chaine(f);
     AutomateAcycliqueMin::_OptionRecherche options;
+    // Any option but the clock, which would make a run depend on the machine's speed.
     options.drapeaux =
         f.ConsumeIntegral<uint32_t>() & ~uint32_t{AutomateAcycliqueMin::_OptionRecherche::kTempsLimite};
     options.valeur = f.ConsumeIntegral<uint16_t>();

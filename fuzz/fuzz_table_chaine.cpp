@@ -25,6 +25,7 @@ void Cherche(const TableChaineNoyau& t, FuzzedDataProvider& f) {
   for (int q = 0; q < 4 && f.remaining_bytes() > 0; ++q) {
     const uint8_t genre = f.ConsumeIntegral<uint8_t>();
     const sdd::ChaineN mot = fuzz::N(fuzz::Chaine(f, 12));
+    // Any option but the clock, which would make a run depend on the machine's speed.
     sdd::OptionRecherche options(f.ConsumeIntegral<uint32_t>() & ~sdd::OptionRecherche::kTempsLimite,
                                  f.ConsumeIntegral<uint16_t>());
     const uint32_t limite = f.ConsumeIntegralInRange<uint32_t>(0, 30);
