@@ -35,4 +35,17 @@ inline std::vector<uint8_t> OctetsDe(const sdd::TamponMemoire& t) {
   return std::vector<uint8_t>(p, p + t.Taille());
 }
 
+// The bytes a reader gets: with `construit`, what `ecris(tampon)` writes (an exception of the
+// library's family leaves what was written so far), then damaged; otherwise a run of the
+// fuzzer's bytes as they come (the seeds are real stored forms).
+template <typename Ecris>
+std::vector<uint8_t> Entree(FuzzedDataProvider& f, bool construit, Ecris&& ecris) {
+  if (!construit) return f.ConsumeBytes<uint8_t>(f.ConsumeIntegralInRange<size_t>(0, f.remaining_bytes()));
+  sdd::TamponMemoire t;
+  Essaie([&] { ecris(t); });
+  std::vector<uint8_t> octets = OctetsDe(t);
+  Abime(octets, f);
+  return octets;
+}
+
 }  // namespace fuzz

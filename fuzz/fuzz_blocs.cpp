@@ -18,32 +18,24 @@ struct Indexees : sdd::DonneesIndexeesParNo {
 };
 
 void Blocs(FuzzedDataProvider& f, bool construit) {
-  std::vector<uint8_t> octets;
   std::vector<std::pair<sdd::_typPositionEncodageBloc, uint64_t>> places;  // and the entry's size
-  if (construit) {
-    sdd::TamponMemoire t;
-    fuzz::Essaie([&] {
-      sdd::EncodageParBlocCompresse e(&t, f.ConsumeIntegralInRange<unsigned>(1, 600),
-                                      f.ConsumeBool() ? sdd::CompressionZlib : sdd::SansCompression);
-      const int n = f.ConsumeIntegralInRange<int>(0, 60);
-      for (int i = 0; i < n && f.remaining_bytes() > 0; ++i) {
-        fuzz::Essaie([&] {
-          if (f.ConsumeBool()) {
-            const std::u16string s = fuzz::Chaine(f, 40);
-            places.emplace_back(e.EncodeChaine(fuzz::N(s), sdd::ChaineN::kCodageUTF8), 0);
-          } else {
-            const std::vector<uint8_t> o = f.ConsumeBytes<uint8_t>(f.ConsumeIntegralInRange<size_t>(0, 64));
-            places.emplace_back(e.EncodeOctets(reinterpret_cast<const char*>(o.data()), o.size()), o.size());
-          }
-        });
-      }
-      e.TermineEncodage();
-    });
-    octets = fuzz::OctetsDe(t);
-    fuzz::Abime(octets, f);
-  } else {
-    octets = f.ConsumeBytes<uint8_t>(f.ConsumeIntegralInRange<size_t>(0, f.remaining_bytes()));
-  }
+  std::vector<uint8_t> octets = fuzz::Entree(f, construit, [&](sdd::TamponMemoire& t) {
+    sdd::EncodageParBlocCompresse e(&t, f.ConsumeIntegralInRange<unsigned>(1, 600),
+                                    f.ConsumeBool() ? sdd::CompressionZlib : sdd::SansCompression);
+    const int n = f.ConsumeIntegralInRange<int>(0, 60);
+    for (int i = 0; i < n && f.remaining_bytes() > 0; ++i) {
+      fuzz::Essaie([&] {
+        if (f.ConsumeBool()) {
+          const std::u16string s = fuzz::Chaine(f, 40);
+          places.emplace_back(e.EncodeChaine(fuzz::N(s), sdd::ChaineN::kCodageUTF8), 0);
+        } else {
+          const std::vector<uint8_t> o = f.ConsumeBytes<uint8_t>(f.ConsumeIntegralInRange<size_t>(0, 64));
+          places.emplace_back(e.EncodeOctets(reinterpret_cast<const char*>(o.data()), o.size()), o.size());
+        }
+      });
+    }
+    e.TermineEncodage();
+  });
   for (int i = 0; i < 4 && f.remaining_bytes() > 0; ++i) {
     sdd::_typPositionEncodageBloc p;
     p.positionBloc = f.ConsumeIntegralInRange<uint64_t>(0, octets.size() + 8);
@@ -71,21 +63,15 @@ void Blocs(FuzzedDataProvider& f, bool construit) {
 }
 
 void Enregistrements(FuzzedDataProvider& f, bool construit) {
-  std::vector<uint8_t> octets;
-  if (construit) {
+  std::vector<uint8_t> octets = fuzz::Entree(f, construit, [&](sdd::TamponMemoire& t) {
     sdd::CreateurDonneesIndexeesParNo c;
     const int n = f.ConsumeIntegralInRange<int>(0, 100);
     for (int i = 0; i < n && f.remaining_bytes() > 0; ++i) {
       const std::vector<uint8_t> o = f.ConsumeBytes<uint8_t>(f.ConsumeIntegralInRange<size_t>(0, 300));
       c.Ajoute(o.data(), o.size());
     }
-    sdd::TamponMemoire t;
     c.Ecris(t);
-    octets = fuzz::OctetsDe(t);
-    fuzz::Abime(octets, f);
-  } else {
-    octets = f.ConsumeBytes<uint8_t>(f.ConsumeIntegralInRange<size_t>(0, f.remaining_bytes()));
-  }
+  });
   fuzz::Octets lu(std::move(octets));
   fuzz::Essaie([&] {
     Indexees d(&*lu);

@@ -60,19 +60,11 @@ void Decode(const Code& code, FuzzedDataProvider& f) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* donnees, size_t taille) {
   if (taille < 1) return 0;
   FuzzedDataProvider f(donnees + 1, taille - 1);
-  std::vector<uint8_t> serialise;
-  if (donnees[0] & 1) {
+  std::vector<uint8_t> serialise = fuzz::Entree(f, (donnees[0] & 1) != 0, [&](sdd::TamponMemoire& t) {
     sdd::CodeHuffmanCalcul<char16_t> calcul;
-    fuzz::Essaie([&] {
-      calcul.CalculCodeAvecDonnees(fuzz::N(fuzz::Chaine(f, 200)));
-      sdd::TamponMemoire t;
-      calcul.Ecris(t);
-      serialise = fuzz::OctetsDe(t);
-    });
-    fuzz::Abime(serialise, f);
-  } else {
-    serialise = f.ConsumeBytes<uint8_t>(f.ConsumeIntegralInRange<size_t>(0, f.remaining_bytes()));
-  }
+    calcul.CalculCodeAvecDonnees(fuzz::N(fuzz::Chaine(f, 200)));
+    calcul.Ecris(t);
+  });
   fuzz::Octets lu(std::move(serialise));
   Code code;
   fuzz::Essaie([&] {

@@ -51,8 +51,7 @@ void Cherche(const TableChaineNoyau& t, FuzzedDataProvider& f) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* donnees, size_t taille) {
   if (taille < 1) return 0;
   FuzzedDataProvider f(donnees + 1, taille - 1);
-  std::vector<uint8_t> octets;
-  if (donnees[0] & 1) {
+  std::vector<uint8_t> octets = fuzz::Entree(f, (donnees[0] & 1) != 0, [&](sdd::TamponMemoire& t) {
     sdd::TableChaine<> table;
     std::u16string clef;
     const int n = f.ConsumeIntegralInRange<int>(0, 200);
@@ -66,17 +65,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* donnees, size_t taille) {
         }
       });
     }
-    sdd::TamponMemoire t;
-    fuzz::Essaie([&] {
-      table.Ecris(
-          t, f.ConsumeBool() ? TableChaineNoyau::kVersionTableTrie : TableChaineNoyau::kVersionTableTrie100);
-    });
-    octets = fuzz::OctetsDe(t);
-    fuzz::Abime(octets, f);
-  } else {
-    const size_t l = f.ConsumeIntegralInRange<size_t>(0, f.remaining_bytes());
-    octets = f.ConsumeBytes<uint8_t>(l);
-  }
+    table.Ecris(
+        t, f.ConsumeBool() ? TableChaineNoyau::kVersionTableTrie : TableChaineNoyau::kVersionTableTrie100);
+  });
   fuzz::Octets lu(std::move(octets));
   // In place first: the on-disk table never builds anything.
   fuzz::Essaie([&] {

@@ -26,8 +26,7 @@ void LisChaine(FluxEntree& e, sdd::ChaineN* c) { c->Lis(e); }
 
 template <typename T, typename Ecris, typename Lis, typename Valeur>
 void Essai(FuzzedDataProvider& f, bool construit, Ecris ecris, Lis lis, Valeur valeur) {
-  std::vector<uint8_t> octets;
-  if (construit) {
+  std::vector<uint8_t> octets = fuzz::Entree(f, construit, [&](sdd::TamponMemoire& t) {
     EnsembleTriay<T> e;
     const int n = f.ConsumeIntegralInRange<int>(0, 300);
     for (int i = 0; i < n && f.remaining_bytes() > 0; ++i) {
@@ -37,13 +36,8 @@ void Essai(FuzzedDataProvider& f, bool construit, Ecris ecris, Lis lis, Valeur v
         e.Insere(valeur(f));
       }
     }
-    sdd::TamponMemoire t;
     e.Ecris(t, ecris);
-    octets = fuzz::OctetsDe(t);
-    fuzz::Abime(octets, f);
-  } else {
-    octets = f.ConsumeRemainingBytes<uint8_t>();
-  }
+  });
   fuzz::Octets lu(std::move(octets));
   EnsembleTriay<T> r;
   fuzz::Essaie([&] {
