@@ -27,6 +27,10 @@
 #include <outils_socle/flux/Flux.h>
 #include <outils_socle/flux/Serialiseur.h>
 #include <outils_socle/flux/TamponMemoire.h>
+#include <outils_socle/reglages/JeuxDeReglages.h>
+#include <outils_socle/reglages/PreferencesPlateforme.h>
+#include <outils_socle/reglages/Reglage.h>
+#include <outils_socle/reglages/Reglages.h>
 #include <outils_socle/synchro/Synchro.h>
 #include <outils_socle/texte/ChaineN.h>
 #include <outils_socle/texte/ConvertisseurChaineN.h>

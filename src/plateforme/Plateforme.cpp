@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 
@@ -71,6 +72,53 @@ int64_t TailleFichier(int fd) {
 bool EstUnDossier(const std::string& chemin) {
   struct stat etat;
   return ::stat(chemin.c_str(), &etat) == 0 && S_ISDIR(etat.st_mode);
+}
+
+void (*gCrochetAvantRenommage)() = nullptr;
+
+bool RemplaceFichier(const std::string& chemin, const void* octets, uint64_t n) {
+  const size_t barre = chemin.rfind('/');
+  const std::string dossier = barre == std::string::npos ? "." : (barre == 0 ? "/" : chemin.substr(0, barre));
+  // A name of our own rather than mkstemp's, so that the file is created 0666 under the umask
+  // like any other file of the user's (mkstemp makes 0600, and reading the umask means
+  // changing it for every thread).
+  static std::atomic<uint32_t> compteur{0};
+  std::string temporaire;
+  int fd = -1;
+  for (int essai = 0; fd < 0 && essai < 100; ++essai) {
+    temporaire = chemin + ".tmp" + std::to_string(::getpid()) + "-" + std::to_string(compteur++);
+    fd = ::open(temporaire.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    if (fd < 0 && errno != EEXIST) return false;
+  }
+  if (fd < 0) return false;
+  const auto abandonne = [&] {
+    const int erreur = errno;
+    ::close(fd);
+    ::unlink(temporaire.c_str());
+    errno = erreur;
+    return false;
+  };
+  if (!EcrisFichier(fd, octets, n) || ::fsync(fd) != 0) return abandonne();
+  if (::close(fd) != 0) {
+    const int erreur = errno;
+    ::unlink(temporaire.c_str());
+    errno = erreur;
+    return false;
+  }
+  if (gCrochetAvantRenommage != nullptr) gCrochetAvantRenommage();
+  if (::rename(temporaire.c_str(), chemin.c_str()) != 0) {
+    const int erreur = errno;
+    ::unlink(temporaire.c_str());
+    errno = erreur;
+    return false;
+  }
+  // The rename itself is durable only once the folder is flushed.
+  const int fdDossier = ::open(dossier.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (fdDossier >= 0) {
+    ::fsync(fdDossier);
+    ::close(fdDossier);
+  }
+  return true;
 }
 
 std::string DerniereErreur() { return std::strerror(errno); }

@@ -8,6 +8,8 @@
 #include <cstdint>
 #include <string>
 
+#include <outils_socle/Export.h>
+
 namespace sdd::plateforme {
 
 enum class eAcces {
@@ -29,6 +31,14 @@ int64_t PositionneFichier(int descripteur, int64_t decalage, int origine);
 // The file's size in bytes, or -1.
 int64_t TailleFichier(int descripteur);
 bool EstUnDossier(const std::string& cheminUtf8);
+// Replaces the file's content as one step: writes a temporary file in the same folder, flushes
+// it to disk, renames it over `cheminUtf8` and flushes the folder. A crash at any point leaves
+// the old content or the new one, never a mix (a stray temporary file at worst). False on
+// failure, with the temporary file removed and errno kept.
+bool RemplaceFichier(const std::string& cheminUtf8, const void* octets, uint64_t n);
+// Tests set this to stop the process between the flush and the rename (exported for them only;
+// the header is private).
+OUTILS_SOCLE_EXPORT extern void (*gCrochetAvantRenommage)();
 // Last system error as text.
 std::string DerniereErreur();
 
