@@ -27,6 +27,10 @@
 #include <outils_socle/flux/Flux.h>
 #include <outils_socle/flux/Serialiseur.h>
 #include <outils_socle/flux/TamponMemoire.h>
+#include <outils_socle/journaux/BoiteNoire.h>
+#include <outils_socle/journaux/CJournal.h>
+#include <outils_socle/journaux/EntreeJournal.h>
+#include <outils_socle/journaux/Traces.h>
 #include <outils_socle/reglages/JeuxDeReglages.h>
 #include <outils_socle/reglages/PreferencesPlateforme.h>
 #include <outils_socle/reglages/Reglage.h>

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sched.h>
+#include <signal.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -9,6 +10,7 @@
 #include <atomic>
 #include <cerrno>
 #include <cstring>
+#include <ctime>
 
 namespace sdd::plateforme {
 
@@ -31,6 +33,14 @@ int OuvreFichier(const std::string& chemin, eAcces acces) {
     errno = EISDIR;
     return -1;
   }
+  return fd;
+}
+
+int CreeFichierDansSignal(const char* chemin) {
+  int fd;
+  do {
+    fd = ::open(chemin, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+  } while (fd < 0 && errno == EINTR);
   return fd;
 }
 
@@ -129,6 +139,50 @@ void* ProjetteFichier(int fd, uint64_t taille) {
 }
 
 void LibereProjection(void* adresse, uint64_t taille) { ::munmap(adresse, taille); }
+
+int64_t MillisecondesUTC() {
+  struct timespec t;
+  ::clock_gettime(CLOCK_REALTIME, &t);
+  return static_cast<int64_t>(t.tv_sec) * 1000 + t.tv_nsec / 1000000;
+}
+
+int64_t NumeroDeFil() {
+  thread_local const int64_t numero = ::gettid();
+  return numero;
+}
+
+namespace {
+
+constexpr int kSignauxFatals[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT};
+struct sigaction gAnciennesActions[NSIG];
+// Room for the handler when the thread's own stack is what overflowed.
+alignas(16) char gPileSignal[64 * 1024];
+
+}  // namespace
+
+bool InstalleGestionnaireFatal(void (*gestionnaire)(int)) {
+  stack_t pile{};
+  pile.ss_sp = gPileSignal;
+  pile.ss_size = sizeof gPileSignal;
+  if (::sigaltstack(&pile, nullptr) != 0) return false;
+  struct sigaction action {};
+  action.sa_handler = gestionnaire;
+  action.sa_flags = SA_ONSTACK;
+  ::sigemptyset(&action.sa_mask);
+  for (const int signal : kSignauxFatals) {
+    if (::sigaction(signal, &action, &gAnciennesActions[signal]) != 0) return false;
+  }
+  return true;
+}
+
+void RetireGestionnaireFatal() {
+  for (const int signal : kSignauxFatals) ::sigaction(signal, &gAnciennesActions[signal], nullptr);
+}
+
+void RelanceSignal(int signal) {
+  ::sigaction(signal, &gAnciennesActions[signal], nullptr);
+  ::raise(signal);
+}
 
 void CedeLaMain() { ::sched_yield(); }
 

@@ -21,6 +21,9 @@ enum class eAcces {
 
 // A descriptor, or -1.
 int OuvreFichier(const std::string& cheminUtf8, eAcces acces);
+// Creates or empties a file for writing, with no allocation: async-signal-safe. A descriptor,
+// or -1.
+int CreeFichierDansSignal(const char* cheminUtf8);
 bool FermeFichier(int descripteur);
 // Bytes read (0 at the end), or -1.
 int64_t LisFichier(int descripteur, void* destination, uint64_t n);
@@ -45,6 +48,19 @@ std::string DerniereErreur();
 // Maps `taille` bytes of the file privately (writes stay in memory); null on failure.
 void* ProjetteFichier(int descripteur, uint64_t taille);
 void LibereProjection(void* adresse, uint64_t taille);
+
+// Milliseconds since 1970-01-01 00:00 UTC.
+int64_t MillisecondesUTC();
+// The system's number for the calling thread (gettid).
+int64_t NumeroDeFil();
+
+// Installs `gestionnaire` for SIGSEGV, SIGBUS, SIGFPE, SIGILL and SIGABRT, run on an alternate
+// stack of the calling thread. Each signal's previous disposition is kept: the handler ends
+// with RelanceSignal, which puts it back and raises the signal again. False on failure.
+bool InstalleGestionnaireFatal(void (*gestionnaire)(int));
+void RetireGestionnaireFatal();
+// Async-signal-safe.
+void RelanceSignal(int signal);
 
 // Gives the rest of the time slice to other threads.
 void CedeLaMain();
