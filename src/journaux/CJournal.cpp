@@ -1,10 +1,10 @@
 #include <outils_socle/journaux/CJournal.h>
 
 #include <spdlog/logger.h>
-#include <spdlog/pattern_formatter.h>
 #include <spdlog/sinks/rotating_file_sink.h>
 
 #include <atomic>
+#include <climits>
 
 #include <outils_socle/texte/Exception.h>
 
@@ -24,20 +24,50 @@ spdlog::level::level_enum NiveauSpdlog(eNiveauJournal niveau) {
   return spdlog::level::info;
 }
 
-// spdlog's level names are fixed when spdlog is built; ours are French, so they come from a
-// pattern flag of our own.
-class NomDeNiveau final : public spdlog::custom_flag_formatter {
+// The whole line in one pass, with the same header as every other journal of the library
+// (EntreeJournal.h): spdlog's level names are fixed when spdlog is built, ours are French, and
+// one formatter of our own costs less than a pattern of seven flags.
+class FormatJournal final : public spdlog::formatter {
  public:
-  void format(const spdlog::details::log_msg& message, const std::tm&,
-              spdlog::memory_buf_t& destination) override {
+  void format(const spdlog::details::log_msg& message, spdlog::memory_buf_t& destination) override {
     static constexpr eNiveauJournal kNiveaux[] = {eNiveauJournal::eTrace,  eNiveauJournal::eDebogage,
                                                   eNiveauJournal::eInfo,   eNiveauJournal::eAvertissement,
                                                   eNiveauJournal::eErreur, eNiveauJournal::eCritique};
-    const int i = std::clamp(static_cast<int>(message.level), 0, 5);
-    const std::string_view nom = NomNiveauJournal(kNiveaux[i]);
+    const int64_t millisecondes =
+        std::chrono::duration_cast<std::chrono::milliseconds>(message.time.time_since_epoch()).count();
+    const eNiveauJournal niveau = kNiveaux[std::clamp(static_cast<int>(message.level), 0, 5)];
+    // The date changes once a second: kept, as spdlog's own formatter does (the sink's lock
+    // guards this object).
+    int64_t seconde = millisecondes / 1000;
+    int64_t milli = millisecondes % 1000;
+    if (milli < 0) {
+      milli += 1000;
+      --seconde;
+    }
+    if (seconde != secondeEnCache_) {
+      char enTete[detail::kTailleEnTeteEntree];
+      const size_t n = detail::FormateEnTete(seconde * 1000, niveau, 0, enTete);
+      dateEnCache_.assign(enTete, std::string_view(enTete, n).find('.') + 1);
+      secondeEnCache_ = seconde;
+    }
+    destination.append(dateEnCache_.data(), dateEnCache_.data() + dateEnCache_.size());
+    const char ms[5] = {static_cast<char>('0' + milli / 100), static_cast<char>('0' + milli / 10 % 10),
+                        static_cast<char>('0' + milli % 10), '\t', 0};
+    destination.append(ms, ms + 4);
+    const std::string_view nom = NomNiveauJournal(niveau);
     destination.append(nom.data(), nom.data() + nom.size());
+    destination.push_back('\t');
+    const spdlog::fmt_lib::format_int fil(message.thread_id);
+    destination.append(fil.data(), fil.data() + fil.size());
+    destination.push_back('\t');
+    destination.append(message.payload.data(), message.payload.data() + message.payload.size());
+    destination.push_back('\n');
   }
-  std::unique_ptr<custom_flag_formatter> clone() const override { return std::make_unique<NomDeNiveau>(); }
+  std::unique_ptr<spdlog::formatter> clone() const override { return std::make_unique<FormatJournal>(); }
+
+ private:
+  int64_t secondeEnCache_ = INT64_MIN;
+  std::string dateEnCache_;  // "2026-11-23 14:05:09."
 };
 
 }  // namespace
@@ -71,10 +101,7 @@ CJournal::CJournal(const UniChemin& chemin, uint64_t tailleMax, int nbAnciens)
   try {
     auto fichier = std::make_shared<spdlog::sinks::rotating_file_sink_mt>(
         rep_->chemin, tailleMax, static_cast<size_t>(std::max(nbAnciens, 0)));
-    auto format =
-        std::make_unique<spdlog::pattern_formatter>(spdlog::pattern_time_type::utc, std::string("\n"));
-    format->add_flag<NomDeNiveau>('*').set_pattern("%Y-%m-%d %H:%M:%S.%e\t%*\t%t\t%v");
-    fichier->set_formatter(std::move(format));
+    fichier->set_formatter(std::make_unique<FormatJournal>());
     rep_->journal = std::make_shared<spdlog::logger>(rep_->chemin, std::move(fichier));
   } catch (const spdlog::spdlog_ex& e) {
     throw exceptions::OuvertureEchouee(rep_->chemin + " : " + e.what());

@@ -121,6 +121,12 @@ TEST(CJournal, GardeLesAnciensDemandesEtAlertesTellesQuelles) {
     journal.Ajoute(alerte);
     journal.Ajoute(eNiveauJournal::eInfo, UniChaine("deux\nlignes"));
     journal.Vide();
+    // The file's lines are those of FormateEntree, stamp for stamp.
+    const EntreeJournal datee{951782400123, eNiveauJournal::eCritique, gettid(), "le 29 février 2000"};
+    CJournal autre(dossier / "autre/a.log", 1000, 0);
+    autre.Ajoute(datee);
+    autre.Vide();
+    EXPECT_EQ(Lis(dossier / "autre/a.log"), FormateEntree(datee));
     const std::vector<std::string> dernier = Lignes(Lis(chemin));
     ASSERT_EQ(dernier.size(), 3u);
     std::smatch m;
@@ -132,7 +138,7 @@ TEST(CJournal, GardeLesAnciensDemandesEtAlertesTellesQuelles) {
   }
   int fichiers = 0;
   for ([[maybe_unused]] const auto& e : std::filesystem::directory_iterator(dossier / "")) ++fichiers;
-  EXPECT_EQ(fichiers, 3);  // j.log, j.1.log, j.2.log
+  EXPECT_EQ(fichiers, 4);  // j.log, j.1.log, j.2.log and autre/
   EXPECT_NE(Lis(dossier / "j.2.log").find("entrée 19"), std::string::npos);
 
   // Missing folders are created; a folder that is a file cannot be.
