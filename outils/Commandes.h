@@ -3,14 +3,19 @@
 #include <outils_socle/automates/CompilateurAutomateAcycliqueMin.h>
 #include <outils_socle/conteneurs/ListeT.h>
 #include <outils_socle/texte/ChaineN.h>
+#include <outils_socle/texte/ErreurFichier.h>
 
 #include <time.h>
 
 #include <chrono>
+#include <initializer_list>
 #include <optional>
 #include <string>
 #include <utility>
 #include <vector>
+
+// Marks a text for the translation catalogue (xgettext's keyword N_); it stays as it is.
+#define N_(texte) texte
 
 // The subcommands of outils-socle. Each takes its own arguments (without the subcommand's name)
 // and returns the process exit code: 0 on success, 1 when the work failed (a file that cannot be
@@ -77,5 +82,7 @@ size_t LargeurAffichage(const std::string& texte);
 
 // Prints "outils-socle: <message>" on stderr.
 void Erreur(const std::string& message);
+// A message of the program in the user's language, each "%s" replaced by the next value.
+std::string Texte(const char* modele, std::initializer_list<std::string> valeurs);
 
 }  // namespace outils

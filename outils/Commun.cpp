@@ -17,6 +17,18 @@ namespace outils {
 
 void Erreur(const std::string& message) { std::cerr << "outils-socle: " << message << '\n'; }
 
+std::string Texte(const char* modele, std::initializer_list<std::string> valeurs) {
+  std::string texte = sdd::Traduis(modele).DonneStdString();
+  auto valeur = valeurs.begin();
+  for (size_t ou = texte.find("%s"); ou != std::string::npos && valeur != valeurs.end();
+       ou = texte.find("%s", ou)) {
+    texte.replace(ou, 2, *valeur);
+    ou += valeur->size();
+    ++valeur;
+  }
+  return texte;
+}
+
 bool LisFichier(const std::string& chemin, std::string& contenu, struct timespec* modification) {
   if (chemin == "-") {
     if (modification != nullptr) clock_gettime(CLOCK_REALTIME, modification);
@@ -31,8 +43,8 @@ bool LisFichier(const std::string& chemin, std::string& contenu, struct timespec
     const bool dossier = fd >= 0 && S_ISDIR(etat.st_mode);
     const std::string raison = std::strerror(errno);
     if (fd >= 0) close(fd);
-    Erreur(dossier ? "« " + chemin + " » est un dossier, pas un fichier"
-                   : "impossible de lire « " + chemin + " » : " + raison);
+    Erreur(dossier ? Texte(N_("« %s » est un dossier, pas un fichier"), {chemin})
+                   : Texte(N_("impossible de lire « %s » : %s"), {chemin, raison}));
     return false;
   }
   if (modification != nullptr) *modification = etat.st_mtim;
@@ -46,7 +58,7 @@ bool LisFichier(const std::string& chemin, std::string& contenu, struct timespec
     if (lus < 0) {
       const std::string raison = std::strerror(errno);
       close(fd);
-      Erreur("erreur de lecture dans « " + chemin + " » : " + raison);
+      Erreur(Texte(N_("erreur de lecture dans « %s » : %s"), {chemin, raison}));
       return false;
     }
     total += static_cast<size_t>(lus);

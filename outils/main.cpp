@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include <outils_socle/langues/Langues.h>
+#include <outils_socle/texte/ErreurFichier.h>
 #include <outils_socle/texte/Exception.h>
 
 #include "Commandes.h"
@@ -14,33 +16,37 @@ namespace {
 constexpr const char* kVersion = OUTILS_SOCLE_VERSION;
 
 const char* const kAide =
-    "Usage : outils-socle <commande> [options]\n"
-    "\n"
-    "Commandes :\n"
-    "  convertis   convertit un texte d'un codage à un autre (comme iconv)\n"
-    "  lexique     compile une liste de mots en automate minimal et l'interroge\n"
-    "  huffman     construit le code de Huffman d'un texte, code et décode avec lui\n"
-    "  blocs       range une liste de mots dans des blocs compressés et les relit\n"
-    "  table       range une liste de mots dans une table de chaînes et l'interroge\n"
-    "  synchro     compare deux textes ligne à ligne, comme diff\n"
-    "  jours       compte les jours entre deux dates à travers les réformes de 1582 et 1752\n"
-    "  demo        fait l'aller-retour de la liste de mots française dans les sept codages\n"
-    "\n"
-    "Options :\n"
-    "  -h, --help      affiche cette aide ; « outils-socle <commande> --help » aide sur une commande\n"
-    "  -V, --version   affiche la version\n";
+    N_("Usage : outils-socle <commande> [options]\n"
+       "\n"
+       "Commandes :\n"
+       "  convertis   convertit un texte d'un codage à un autre (comme iconv)\n"
+       "  lexique     compile une liste de mots en automate minimal et l'interroge\n"
+       "  huffman     construit le code de Huffman d'un texte, code et décode avec lui\n"
+       "  blocs       range une liste de mots dans des blocs compressés et les relit\n"
+       "  table       range une liste de mots dans une table de chaînes et l'interroge\n"
+       "  synchro     compare deux textes ligne à ligne, comme diff\n"
+       "  jours       compte les jours entre deux dates à travers les réformes de 1582 et 1752\n"
+       "  demo        fait l'aller-retour de la liste de mots française dans les sept codages\n"
+       "\n"
+       "Options :\n"
+       "  -h, --help      affiche cette aide ; « outils-socle <commande> --help » aide sur une commande\n"
+       "  -V, --version   affiche la version\n");
 
 }  // namespace
 
 int main(int argc, char** argv) {
+  // The user's language, as every gettext program does: French unless the environment asks for
+  // another language we have a catalogue for.
+  sdd::Langues::ChoisisLangue(sdd::Langues::LangueUtilisateur());
+  const std::string aide = sdd::Traduis(kAide).DonneStdString();
   if (argc < 2) {
-    std::fputs(kAide, stderr);
+    std::fputs(aide.c_str(), stderr);
     return 2;
   }
   const std::string commande = argv[1];
   const std::vector<std::string> arguments(argv + 2, argv + argc);
   if (commande == "-h" || commande == "--help" || commande == "aide") {
-    std::fputs(kAide, stdout);
+    std::fputs(aide.c_str(), stdout);
     return 0;
   }
   if (commande == "-V" || commande == "--version") {
@@ -59,12 +65,12 @@ int main(int argc, char** argv) {
     if (commande == "jours") return outils::Jours(arguments);
     if (commande == "demo") return outils::Demo(arguments);
   } catch (const sdd::exceptions::Exception& e) {
-    outils::Erreur(e.MessageComplet().PreteUTF8());
+    outils::Erreur(e.MessageCompletTraduit().DonneStdString());
     return 1;
   } catch (const std::exception& e) {
     outils::Erreur(e.what());
     return 1;
   }
-  outils::Erreur("commande inconnue : « " + commande + " » (voir outils-socle --help)");
+  outils::Erreur(outils::Texte(N_("commande inconnue : « %s » (voir outils-socle --help)"), {commande}));
   return 2;
 }

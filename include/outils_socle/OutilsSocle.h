@@ -31,6 +31,8 @@
 #include <outils_socle/journaux/CJournal.h>
 #include <outils_socle/journaux/EntreeJournal.h>
 #include <outils_socle/journaux/Traces.h>
+#include <outils_socle/langues/DomaineTraduction.h>
+#include <outils_socle/langues/Langues.h>
 #include <outils_socle/reglages/JeuxDeReglages.h>
 #include <outils_socle/reglages/PreferencesPlateforme.h>
 #include <outils_socle/reglages/Reglage.h>

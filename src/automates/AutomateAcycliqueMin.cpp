@@ -17,6 +17,7 @@
 #include "automates/MarcheJoker.h"
 #include "automates/MarcheNumeros.h"
 #include "automates/PileLocale.h"
+#include "langues/Marque.h"
 
 namespace sdd {
 
@@ -44,7 +45,8 @@ struct Entete {
 
 uint32_t Lis32(FluxEntree& flux) {
   uint8_t octets[4];
-  if (flux.Donne(4, octets) != 4) throw exceptions::TableNonValide("Automate tronqué : en-tête incomplet");
+  if (flux.Donne(4, octets) != 4)
+    throw exceptions::TableNonValide(N_("Automate tronqué : en-tête incomplet"));
   return detail::Lis32(octets);
 }
 
@@ -52,15 +54,15 @@ uint32_t Lis32(FluxEntree& flux) {
 Entete LisEntete(FluxEntree& flux, uint64_t position) {
   const uint64_t taille = flux.Taille();
   if (position > taille || taille - position < 12) {
-    throw exceptions::TableNonValide("Automate tronqué : en-tête incomplet");
+    throw exceptions::TableNonValide(N_("Automate tronqué : en-tête incomplet"));
   }
   flux.Positionne(position);
   Entete e;
   for (uint8_t& v : e.version) v = flux.Donne();
   const int version = e.version[0] * 1000 + e.version[1] * 100 + e.version[2] * 10 + e.version[3];
   if (version >= 2101) {
-    throw exceptions::Exception("Version trop récente",
-                                "La version de l’automate est trop récente pour être lue.");
+    throw exceptions::Exception(N_("Version trop récente"),
+                                N_("La version de l’automate est trop récente pour être lue."));
   }
   e.racine = Lis32(flux);
   e.tailleZone = Lis32(flux);
@@ -68,19 +70,19 @@ Entete LisEntete(FluxEntree& flux, uint64_t position) {
     e.plusGrandCompte = Lis32(flux);
     e.taille = 16;
     if (e.version[0] > 2 || e.version[1] != 0) {
-      if (flux.EstALaFin()) throw exceptions::TableNonValide("Automate tronqué : en-tête incomplet");
+      if (flux.EstALaFin()) throw exceptions::TableNonValide(N_("Automate tronqué : en-tête incomplet"));
       e.largeur = flux.Donne();
       e.taille = 17;
       if (e.largeur != 3 && e.largeur != 4) {
-        throw exceptions::TableNonValide("Automate endommagé : largeur d’adresse impossible");
+        throw exceptions::TableNonValide(N_("Automate endommagé : largeur d’adresse impossible"));
       }
     }
   }
   if (taille - position < e.taille + e.tailleZone) {
-    throw exceptions::TableNonValide("Automate tronqué : la zone des états dépasse les données");
+    throw exceptions::TableNonValide(N_("Automate tronqué : la zone des états dépasse les données"));
   }
   if (e.racine != AutomateAcycliqueMin::kAdrRacineInexistante && e.racine + 2 > e.tailleZone) {
-    throw exceptions::TableNonValide("Automate endommagé : racine hors de la zone des états");
+    throw exceptions::TableNonValide(N_("Automate endommagé : racine hors de la zone des états"));
   }
   return e;
 }
@@ -96,7 +98,8 @@ uint32_t CompteFormes(const LecteurAutomate<A>& lecteur) {
     somme += LecteurAutomate<A>::Compte(e.transitions);
     adresse = LecteurAutomate<A>::Cible(e, e.transitions);
   }
-  if (somme >= 0xFFFFFF) throw exceptions::TableNonValide("Automate endommagé : nombre de formes impossible");
+  if (somme >= 0xFFFFFF)
+    throw exceptions::TableNonValide(N_("Automate endommagé : nombre de formes impossible"));
   return static_cast<uint32_t>(somme + 1);
 }
 

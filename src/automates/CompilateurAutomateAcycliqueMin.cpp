@@ -17,6 +17,7 @@
 #include <outils_socle/texte/Exception.h>
 
 #include "automates/EtatsCompilation.h"
+#include "langues/Marque.h"
 
 namespace sdd {
 
@@ -252,7 +253,7 @@ EtatC* Union(LexiqueCompile& lexique, EtatC* a, EtatC* b) {
     const TransitionC& dernier = x->transitions[x->nb - 1];
     const TransitionC& premier = y->transitions[0];
     if (dernier.car > premier.car) {
-      throw exceptions::OperationInvalide("Fusion d’automates : parties non ordonnées");
+      throw exceptions::OperationInvalide(N_("Fusion d’automates : parties non ordonnées"));
     }
     if (dernier.car != premier.car) break;
     chemin.emplace_back(dernier.cible, premier.cible);
@@ -288,7 +289,7 @@ CompilateurAutomateAcycliqueMin::CompilateurAutomateAcycliqueMin(const ListeT<Ch
   Trie(mots);
   EnleveDoublonDict();
   if (nbFormes_ > kNbFormesMax) {
-    throw exceptions::OperationInvalide("Lexique de plus de 16 777 215 formes");
+    throw exceptions::OperationInvalide(N_("Lexique de plus de 16 777 215 formes"));
   }
   EffectueInsertionMots();
   contigus_.reset();  // only the construction reads the copy
@@ -587,12 +588,13 @@ uint64_t CompilateurAutomateAcycliqueMin::FormeCompactay(FluxSortie& sortie,
   // its parent count in 16 bits.
   for (const auto& info : d.infos) {
     if (info.etat->nb > 0x7FFF || (parents && info.nbParents > 0xFFFF)) {
-      throw exceptions::OperationInvalide("Automate : état de plus de 32 767 transitions ou 65 535 parents");
+      throw exceptions::OperationInvalide(
+          N_("Automate : état de plus de 32 767 transitions ou 65 535 parents"));
     }
   }
   // Three-byte addresses when the area allows, four otherwise.
   if (!d.Adresse(3, parents) && !d.Adresse(4, parents)) {
-    throw exceptions::OperationInvalide("Automate trop grand pour des adresses de 4 octets");
+    throw exceptions::OperationInvalide(N_("Automate trop grand pour des adresses de 4 octets"));
   }
   const int a = d.largeur;
 

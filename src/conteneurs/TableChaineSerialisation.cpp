@@ -13,6 +13,7 @@
 #include "conteneurs/FormatTableChaine.h"
 #include "conteneurs/IndexClefs.h"
 #include "conteneurs/PointsDeCode.h"
+#include "langues/Marque.h"
 
 namespace sdd {
 
@@ -38,9 +39,10 @@ uint64_t Serialiseur<TableChaineNoyau>::Ecris(FluxSortie& sortie, const TableCha
                                               uint16_t version) {
   using Noeud = TableChaineNoyau::Noeud;
   if (version != TableChaineNoyau::kVersionTableTrie && version != TableChaineNoyau::kVersionTableTrie100) {
-    throw exceptions::OperationInvalide("Version de table de chaînes inconnue : " + std::to_string(version));
+    throw exceptions::OperationInvalide(N_("Version de table de chaînes inconnue") " : " +
+                                        std::to_string(version));
   }
-  if (table.Taille() > UINT32_MAX) throw exceptions::OperationInvalide("Plus de 2^32 − 1 clefs");
+  if (table.Taille() > UINT32_MAX) throw exceptions::OperationInvalide(N_("Plus de 2^32 − 1 clefs"));
   // The block, each node after its child's and its sibling's subtrees (post-order of the tree
   // seen as binary: child left, sibling right), without recursion.
   TamponMemoire bloc(256);

@@ -10,6 +10,7 @@
 #include <iostream>
 #include <memory>
 #include <utility>
+#include "langues/Marque.h"
 
 namespace sdd {
 
@@ -440,23 +441,23 @@ void Serialiseur<TableTrieeNoyau>::Lis(FluxEntree& entree, TableTrieeNoyau& tabl
                                        SerialiseurNoeudRN& serialiseur) {
   table.Vide();
   if (entree.Taille() - entree.DonnePosition() < 2 || entree.EstALaFin())
-    throw exceptions::TableNonValide("Table tronquée");
+    throw exceptions::TableNonValide(N_("Table tronquée"));
   unsigned short version = 0;
   Serialiseur<unsigned short>::Lis(entree, &version);
-  if (version != kVersion) throw exceptions::TableNonValide("Version non gérée");
+  if (version != kVersion) throw exceptions::TableNonValide(N_("Version non gérée"));
   uint64_t nombre = 0;
   SerialiseurVarElias::Lis(entree, &nombre);
   if (nombre == 0) return;
   // Every node takes at least its flags byte: a count beyond the bytes left is a lie.
   if (nombre > entree.Taille() - entree.DonnePosition())
-    throw exceptions::TableNonValide("Nombre d'éléments impossible");
+    throw exceptions::TableNonValide(N_("Nombre d'éléments impossible"));
   std::unique_ptr<Noeud> racine(table.NouveauNoeudVide());
   uint64_t lus = 0;
   DeserialiseDuTampon(table, racine.get(), entree, nullptr, serialiseur, 1, &lus, nombre);
   int hauteur = 0;
-  if (lus != nombre) throw exceptions::TableNonValide("Nombre d'éléments différent de l'annonce");
+  if (lus != nombre) throw exceptions::TableNonValide(N_("Nombre d'éléments différent de l'annonce"));
   if (racine->EstRouge() || !EstRougeNoir(racine.get(), &hauteur))
-    throw exceptions::TableNonValide("Arbre rouge-noir invalide");
+    throw exceptions::TableNonValide(N_("Arbre rouge-noir invalide"));
   table.racine_ = racine.release();
   table.nombre_ = nombre;
 }
@@ -465,12 +466,12 @@ void Serialiseur<TableTrieeNoyau>::DeserialiseDuTampon(TableTrieeNoyau& table, N
                                                        FluxEntree& entree, Noeud* parent,
                                                        SerialiseurNoeudRN& serialiseur, unsigned profondeur,
                                                        uint64_t* lus, uint64_t annonces) {
-  if (profondeur > kProfondeurMax) throw exceptions::TableNonValide("Arbre trop profond");
-  if (++*lus > annonces) throw exceptions::TableNonValide("Plus de noeuds qu'annoncé");
-  if (entree.EstALaFin()) throw exceptions::TableNonValide("Table tronquée");
+  if (profondeur > kProfondeurMax) throw exceptions::TableNonValide(N_("Arbre trop profond"));
+  if (++*lus > annonces) throw exceptions::TableNonValide(N_("Plus de noeuds qu'annoncé"));
+  if (entree.EstALaFin()) throw exceptions::TableNonValide(N_("Table tronquée"));
   const uint8_t drapeaux = entree.Donne();
   if (drapeaux & ~(kNoir | kGaucheSuit | kDroiteSuit))
-    throw exceptions::TableNonValide("Drapeaux de noeud inconnus");
+    throw exceptions::TableNonValide(N_("Drapeaux de noeud inconnus"));
   noeud->parent_ = reinterpret_cast<uintptr_t>(parent) | (drapeaux & kNoir);
   // Children hang on the node as soon as they exist, so a failure below frees them with it.
   if (drapeaux & kGaucheSuit) {

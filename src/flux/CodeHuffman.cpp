@@ -15,6 +15,7 @@
 
 #include "flux/BitsHuffman.h"
 #include "flux/DonneesHuffman.h"
+#include "langues/Marque.h"
 
 namespace sdd {
 
@@ -79,13 +80,13 @@ std::shared_ptr<const DonneesHuffman> DonneesHuffman::DepuisArbre(std::vector<No
 }
 
 [[noreturn]] void Tronque() {
-  throw exceptions::ErreurDeserialisation("Code de Huffman : données tronquées");
+  throw exceptions::ErreurDeserialisation(N_("Code de Huffman : données tronquées"));
 }
 
 namespace {
 
 [[noreturn]] void CodeInvalide(const std::string& pourquoi) {
-  throw exceptions::ErreurDeserialisation("Code de Huffman invalide : " + pourquoi);
+  throw exceptions::ErreurDeserialisation(N_("Code de Huffman invalide") " : " + pourquoi);
 }
 
 uint8_t OctetOuTronque(FluxEntree& entree) {
@@ -212,7 +213,7 @@ uint64_t EcrisDonnees(const DonneesHuffman& d, FluxSortie& sortie) {
 
 std::shared_ptr<const DonneesHuffman> LisDonnees(FluxEntree& entree) {
   if (OctetOuTronque(entree) != kVersionCodeHuffman) {
-    throw exceptions::ErreurDeserialisation("Code de Huffman : version non gérée");
+    throw exceptions::ErreurDeserialisation(N_("Code de Huffman : version non gérée"));
   }
   const uint64_t nbCaracteres = NombreOuTronque(entree);
   if (nbCaracteres > 65536) CodeInvalide("plus de 65 536 caractères");

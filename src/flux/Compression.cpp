@@ -7,16 +7,17 @@
 #include <memory>
 
 #include <outils_socle/texte/Exception.h>
+#include "langues/Marque.h"
 
 namespace sdd::detail {
 
 void CompresseZlib(const uint8_t* source, uint64_t n, std::vector<uint8_t>& destination) {
   if (n > std::numeric_limits<uLong>::max() / 2)
-    throw exceptions::OperationInvalide("Bloc trop grand pour zlib");
+    throw exceptions::OperationInvalide(N_("Bloc trop grand pour zlib"));
   uLongf taille = compressBound(static_cast<uLong>(n));
   destination.resize(taille);
   if (compress(destination.data(), &taille, source, static_cast<uLong>(n)) != Z_OK) {
-    throw exceptions::OperationInvalide("zlib n’a pas pu compresser le bloc");
+    throw exceptions::OperationInvalide(N_("zlib n’a pas pu compresser le bloc"));
   }
   destination.resize(taille);
 }
@@ -30,7 +31,7 @@ struct Liberateur {
 // One decompressor per thread: it holds only tables, rebuilt for each stream.
 libdeflate_decompressor* Decompresseur() {
   thread_local std::unique_ptr<libdeflate_decompressor, Liberateur> d(libdeflate_alloc_decompressor());
-  if (d == nullptr) throw exceptions::OperationInvalide("libdeflate : mémoire insuffisante");
+  if (d == nullptr) throw exceptions::OperationInvalide(N_("libdeflate : mémoire insuffisante"));
   return d.get();
 }
 

@@ -11,13 +11,14 @@
 #include <outils_socle/flux/Flux.h>
 #include <outils_socle/flux/Serialiseur.h>
 #include <outils_socle/texte/Exception.h>
+#include "langues/Marque.h"
 
 namespace sdd {
 
 namespace {
 
 [[noreturn]] void Endommage(const std::string& pourquoi) {
-  throw exceptions::ErreurDeserialisation("Données indexées endommagées : " + pourquoi);
+  throw exceptions::ErreurDeserialisation(N_("Données indexées endommagées") " : " + pourquoi);
 }
 
 uint64_t LisLE(const uint8_t* p, uint64_t n) {
@@ -145,7 +146,7 @@ uint64_t CreateurDonneesIndexeesParNo::Ajoute(const uint8_t* octets, uint64_t n)
   const uint64_t offset = infos_.DonnePosition();
   if (offsets_.size() >= std::numeric_limits<uint32_t>::max() ||
       offset + n + SerialiseurVarElias::NbBitsRequis(n) > std::numeric_limits<uint32_t>::max()) {
-    throw exceptions::OperationInvalide("Données indexées : plus de 4 Gio d’infos ou de 2^32 infos");
+    throw exceptions::OperationInvalide(N_("Données indexées : plus de 4 Gio d’infos ou de 2^32 infos"));
   }
   SerialiseurVarElias::Ecris(infos_, n);
   infos_.Mets(octets, n);

@@ -16,12 +16,15 @@
 #include <outils_socle/texte/Exception.h>
 
 #include "flux/Compression.h"
+#include "langues/Marque.h"
 
 namespace sdd {
 
 namespace {
 
-[[noreturn]] void TypeInconnu() { throw exceptions::ErreurDeserialisation("Type de compression inconnu"); }
+[[noreturn]] void TypeInconnu() {
+  throw exceptions::ErreurDeserialisation(N_("Type de compression inconnu"));
+}
 
 [[noreturn]] void BlocEndommage(uint64_t position, const std::string& pourquoi) {
   throw exceptions::ErreurDeserialisation("Bloc compressé endommagé à la position " +
@@ -58,7 +61,7 @@ _typPositionEncodageBloc EncodageParBlocCompresse::Place(uint64_t besoin) {
 _typPositionEncodageBloc EncodageParBlocCompresse::EncodeChaine(ChaineN chaine, ChaineN::Codage codage) {
   for (const char16_t c : chaine) {
     if (c == 0)
-      throw exceptions::OperationInvalide("Une chaîne à coder en bloc ne peut contenir le caractère nul");
+      throw exceptions::OperationInvalide(N_("Une chaîne à coder en bloc ne peut contenir le caractère nul"));
   }
   const std::string octets = chaine.Encode(codage);
   const uint64_t terminateur = ConvertisseurChaineN::ConvertisseurPourCodage(codage).TailleTerminateur();
@@ -78,7 +81,7 @@ _typPositionEncodageBloc EncodageParBlocCompresse::EncodeChaine(ChaineN chaine, 
 
 _typPositionEncodageBloc EncodageParBlocCompresse::EncodeOctets(const char* octets, uint64_t n) {
   if (n > tailleBloc_) {
-    throw exceptions::OperationInvalide("Entrée plus grande que le bloc : " + std::to_string(n) +
+    throw exceptions::OperationInvalide(N_("Entrée plus grande que le bloc") " : " + std::to_string(n) +
                                         " octets pour des blocs de " + std::to_string(tailleBloc_));
   }
   const _typPositionEncodageBloc position = Place(n);
@@ -109,7 +112,7 @@ DecodageParBlocCompresse::DecodageParBlocCompresse(FluxEntreeMemoire* entree, ui
     : entree_(entree), debut_(debut) {
   if (entree == nullptr) throw exceptions::PointeurInvalide();
   if (debut >= entree->Taille())
-    throw exceptions::ErreurDeserialisation("Blocs compressés : en-tête hors des données");
+    throw exceptions::ErreurDeserialisation(N_("Blocs compressés : en-tête hors des données"));
   entree->Positionne(debut);
   SerialiseurVarElias::Lis(*entree, &tailleBloc_);
   // The encoder takes its block size as an unsigned int: anything larger is damage.
@@ -117,7 +120,7 @@ DecodageParBlocCompresse::DecodageParBlocCompresse(FluxEntreeMemoire* entree, ui
     throw exceptions::ErreurDeserialisation("Blocs compressés : taille de bloc " +
                                             std::to_string(tailleBloc_));
   }
-  if (entree->EstALaFin()) throw exceptions::ErreurDeserialisation("Blocs compressés : en-tête tronqué");
+  if (entree->EstALaFin()) throw exceptions::ErreurDeserialisation(N_("Blocs compressés : en-tête tronqué"));
   type_ = entree->Donne();
 }
 

@@ -6,6 +6,7 @@
 
 #include <cstring>
 #include <memory>
+#include "langues/Marque.h"
 
 namespace sdd {
 
@@ -39,7 +40,7 @@ uint64_t SerialiseurVarElias::Ecris(FluxSortie& sortie, const uint64_t& valeur) 
 
 void SerialiseurVarElias::Lis(FluxEntree& entree, uint64_t* valeur) {
   const uint8_t premier = entree.Donne();
-  if (premier == 0) throw exceptions::ErreurDeserialisation("VarElias : valeur 0");
+  if (premier == 0) throw exceptions::ErreurDeserialisation(N_("VarElias : valeur 0"));
   const unsigned k = static_cast<unsigned>(std::countl_zero(premier)) + 1;
   uint64_t r = premier & (0xFFu >> k);
   for (unsigned i = 1; i < k; ++i) r = (r << 8) | entree.Donne();
@@ -59,11 +60,11 @@ void SerialiseurVarElias::Lis(FluxEntree& entree, unsigned short* valeur) {
 }
 
 const uint8_t* SerialiseurVarElias::LisDepuisLent(const uint8_t* p, const uint8_t* fin, uint64_t* valeur) {
-  if (p >= fin) throw exceptions::ErreurDeserialisation("VarElias : valeur tronquée");
-  if (*p == 0) throw exceptions::ErreurDeserialisation("VarElias : valeur 0");
+  if (p >= fin) throw exceptions::ErreurDeserialisation(N_("VarElias : valeur tronquée"));
+  if (*p == 0) throw exceptions::ErreurDeserialisation(N_("VarElias : valeur 0"));
   const unsigned k = static_cast<unsigned>(std::countl_zero(*p)) + 1;
   if (static_cast<uint64_t>(fin - p) < k)
-    throw exceptions::ErreurDeserialisation("VarElias : valeur tronquée");
+    throw exceptions::ErreurDeserialisation(N_("VarElias : valeur tronquée"));
   uint64_t r = *p & (0xFFu >> k);
   for (unsigned i = 1; i < k; ++i) r = (r << 8) | p[i];
   *valeur = r + kDebuts[k];
@@ -87,7 +88,7 @@ uint64_t LisLongueur(FluxEntree& entree) {
   SerialiseurVarElias::Lis(entree, &n);
   const uint64_t position = entree.DonnePosition(), taille = entree.Taille();
   if (position > taille || n > taille - position)
-    throw exceptions::ErreurDeserialisation("Chaîne plus longue que le flux : " + std::to_string(n) +
+    throw exceptions::ErreurDeserialisation(N_("Chaîne plus longue que le flux") " : " + std::to_string(n) +
                                             " octets");
   return n;
 }

@@ -6,6 +6,7 @@
 
 #include <outils_socle/texte/Exception.h>
 
+#include "langues/Marque.h"
 #include "plateforme/Plateforme.h"
 
 namespace sdd {
@@ -123,13 +124,14 @@ void BoiteNoire::InstalleSurSignauxFatals(const UniChemin& chemin) {
     throw exceptions::OuvertureEchouee(nom.substr(0, 64) + "… : chemin trop long pour la boîte noire");
   BoiteNoire* attendue = nullptr;
   if (!gBoiteInstallee.compare_exchange_strong(attendue, this) && attendue != this)
-    throw exceptions::OperationInvalide("Une autre boîte noire est déjà installée sur les signaux fatals");
+    throw exceptions::OperationInvalide(
+        N_("Une autre boîte noire est déjà installée sur les signaux fatals"));
   // Copied now: the handler may not allocate or lock to read a string.
   std::memcpy(cheminSignal_, nom.c_str(), nom.size() + 1);
   if (attendue == this) return;
   if (!plateforme::InstalleGestionnaireFatal(&BoiteNoire::SurSignalFatal)) {
     gBoiteInstallee.store(nullptr);
-    throw exceptions::OperationInvalide("Boîte noire : signaux fatals non détournés : " +
+    throw exceptions::OperationInvalide(N_("Boîte noire : signaux fatals non détournés") " : " +
                                         plateforme::DerniereErreur());
   }
 }

@@ -1,5 +1,6 @@
 #include "plateforme/Plateforme.h"
 
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <sched.h>
 #include <signal.h>
@@ -139,6 +140,13 @@ void* ProjetteFichier(int fd, uint64_t taille) {
 }
 
 void LibereProjection(void* adresse, uint64_t taille) { ::munmap(adresse, taille); }
+
+std::string CheminDeLaBibliotheque() {
+  Dl_info info{};
+  if (::dladdr(reinterpret_cast<void*>(&CheminDeLaBibliotheque), &info) == 0 || info.dli_fname == nullptr)
+    return {};
+  return info.dli_fname;
+}
 
 int64_t MillisecondesUTC() {
   struct timespec t;

@@ -49,6 +49,9 @@ std::string DerniereErreur();
 void* ProjetteFichier(int descripteur, uint64_t taille);
 void LibereProjection(void* adresse, uint64_t taille);
 
+// The path of the shared library this code is in (libOutilsSocle.so), empty if unknown.
+std::string CheminDeLaBibliotheque();
+
 // Milliseconds since 1970-01-01 00:00 UTC.
 int64_t MillisecondesUTC();
 // The system's number for the calling thread (gettid).

@@ -4,6 +4,7 @@
 #include <charconv>
 
 #include <outils_socle/texte/Exception.h>
+#include "langues/Marque.h"
 
 namespace sdd {
 
@@ -64,7 +65,7 @@ std::string Reglage::EcrisTexte() const {
     case eTypeReglage::eEntier: return std::to_string(DonneEntier());
     case eTypeReglage::eChaine: return DonneChaine().DonneStdString();
     case eTypeReglage::eListeChaines:
-      throw exceptions::OperationInvalide("Une liste de chaînes n’a pas de forme texte");
+      throw exceptions::OperationInvalide(N_("Une liste de chaînes n’a pas de forme texte"));
     case eTypeReglage::eBlob: {
       const Octets& octets = DonneBlob();
       const QByteArray brut(reinterpret_cast<const char*>(octets.data()), static_cast<int>(octets.size()));

@@ -9,6 +9,9 @@
 #include <cstdio>
 #include <vector>
 
+#include "langues/Marque.h"
+#include "langues/TraductionBibliotheque.h"
+
 namespace {
 
 bool avecDecoration = false;
@@ -176,19 +179,23 @@ const char* ExceptionFmt::what() const noexcept { return utf8_.c_str(); }
 
 namespace sdd {
 
+// An application's Qt translator comes first; then our own catalogue, when the application
+// has chosen a language other than French.
 UniChaine Traduis(const char* texte, const char* commentaire) {
-  return UniChaine(QCoreApplication::translate("OutilsSocle", texte, commentaire));
+  const QString qt = QCoreApplication::translate("OutilsSocle", texte, commentaire);
+  if (qt != QString::fromUtf8(texte)) return UniChaine(qt);
+  return UniChaine(detail::TraduisTexteBibliotheque(texte));
 }
 
 UniChaine MessageErreurFichier(int n) {
   static const char* const kTextes[] = {
-      "Une erreur de type indéfini s’est produite (code 0).",
-      "Espace insuffisant. Opération annulée.",
-      "Erreur à la création du fichier.",
-      "Erreur à l’ouverture du fichier.",
-      "Erreur à la destruction du fichier.",
-      "Erreur à l’écriture du fichier.",
-      "Erreur à la lecture du fichier.",
+      N_("Une erreur de type indéfini s’est produite (code 0)."),
+      N_("Espace insuffisant. Opération annulée."),
+      N_("Erreur à la création du fichier."),
+      N_("Erreur à l’ouverture du fichier."),
+      N_("Erreur à la destruction du fichier."),
+      N_("Erreur à l’écriture du fichier."),
+      N_("Erreur à la lecture du fichier."),
   };
   if (n < 0 || n >= static_cast<int>(std::size(kTextes))) return UniChaine();
   return Traduis(kTextes[n]);

@@ -21,6 +21,11 @@ class OUTILS_SOCLE_EXPORT Exception {
   UniChaine Explication() const { return explication_; }
   // message + " : " + explication
   UniChaine MessageComplet() const;
+  // The same texts in the interface language chosen with Langues::ChoisisLangue (French, as
+  // above, until then). A detail the catalogue does not know stays as it is.
+  UniChaine MessageTraduit() const;
+  UniChaine ExplicationTraduite() const;
+  UniChaine MessageCompletTraduit() const;
 
  private:
   UniChaine message_;      // fixed by the class
