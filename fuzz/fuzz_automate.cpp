@@ -115,7 +115,7 @@ void Interroge(AutomateAcycliqueMin& a, FuzzedDataProvider& f) {
         }
         case 1: a.FormesPour(fuzz::N(mot), formes, options); break;
         case 2:
-          a.FormesCommencant(fuzz::N(mot), formes, options, f.ConsumeIntegralInRange<uint32_t>(0, 50));
+          a.FormesCommencant(fuzz::N(mot), formes, options, f.ConsumeIntegralInRange<uint32_t>(1, 50));
           break;
         case 3: {
           uint64_t vues = 0;
@@ -124,8 +124,10 @@ void Interroge(AutomateAcycliqueMin& a, FuzzedDataProvider& f) {
           break;
         }
         case 4:
+          // A limit of 0 means none: a 300-byte lexicon may rightly hold 16 million forms, and
+          // listing them all is work of the answer's size, not a fault of the reader.
           a.FormesPourJoker(fuzz::N(mot), formes, f.ConsumeIntegral<uint8_t>(),
-                            f.ConsumeIntegralInRange<uint32_t>(0, 50));
+                            f.ConsumeIntegralInRange<uint32_t>(1, 50));
           break;
         case 5: {
           sdd::ListeC<AutomateAcycliqueMin::_FormeProbabiliste> corrections;
