@@ -6,7 +6,10 @@ set -euo pipefail
 paquets=(
   cmake make g++ pkg-config python3
   qtbase5-dev
-  libboost-thread-dev libboost-system-dev
+  libboost-thread-dev libboost-system-dev libboost-dev
+  # Journals are built on spdlog; translation catalogues are compiled by gettext's msgfmt, and
+  # the language tests read iso-codes and glibc's locale sources as independent references.
+  libspdlog-dev gettext iso-codes locales
   zlib1g-dev libdeflate-dev libicu-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   wfrench ccache clang-format unicode-data libabsl-dev libtbb-dev libmarisa-dev libdawgdic-dev libfst-dev libfst-tools wamerican
