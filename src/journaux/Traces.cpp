@@ -1,6 +1,8 @@
 #include <outils_socle/journaux/Traces.h>
 
 #include <map>
+#include <mutex>
+#include <shared_mutex>
 
 #include <outils_socle/fils/DMutex.h>
 
@@ -35,7 +37,10 @@ RecepteurRappel::RecepteurRappel(eNiveauJournal seuil, std::function<void(const 
 void RecepteurRappel::Recois(const EntreeJournal& entree) { rappel_(entree); }
 
 struct Traces::_Rep {
-  mutable DMutexLMRU verrou;
+  // Not the threads subsystem's DMutexLMRU: by its contract a reader that slips in while a
+  // writer is about to start is let through beside it, and a set must be seen whole or not at
+  // all. std::shared_mutex excludes readers from the writer, always.
+  mutable std::shared_mutex verrou;
   std::map<int, std::shared_ptr<RecepteurTrace>> recepteurs;  // guarded by verrou
   int prochain = 1;
 };
@@ -44,7 +49,7 @@ Traces::Traces() : rep_(std::make_unique<_Rep>()), seuilMin_(kAucunSeuil) {}
 Traces::~Traces() = default;
 
 int Traces::Ajoute(std::shared_ptr<RecepteurTrace> recepteur) {
-  StVerrouilleRedacteur verrou(&rep_->verrou, true);
+  std::unique_lock verrou(rep_->verrou);
   const int numero = rep_->prochain++;
   seuilMin_.store(std::min(seuilMin_.load(), static_cast<int>(recepteur->Seuil())));
   rep_->recepteurs.emplace(numero, std::move(recepteur));
@@ -52,7 +57,7 @@ int Traces::Ajoute(std::shared_ptr<RecepteurTrace> recepteur) {
 }
 
 bool Traces::Enleve(int numero) {
-  StVerrouilleRedacteur verrou(&rep_->verrou, true);
+  std::unique_lock verrou(rep_->verrou);
   if (rep_->recepteurs.erase(numero) == 0) return false;
   int seuil = kAucunSeuil;
   for (const auto& [n, r] : rep_->recepteurs) seuil = std::min(seuil, static_cast<int>(r->Seuil()));
@@ -63,7 +68,7 @@ bool Traces::Enleve(int numero) {
 void Traces::Trace(eNiveauJournal niveau, std::string_view texte) {
   if (!EstUtile(niveau)) return;
   const EntreeJournal entree = EntreeMaintenant(niveau, texte);
-  StVerrouilleLecteur verrou(&rep_->verrou, true);
+  std::shared_lock verrou(rep_->verrou);
   for (const auto& [numero, recepteur] : rep_->recepteurs) {
     if (niveau >= recepteur->Seuil()) recepteur->Recois(entree);
   }

@@ -1,7 +1,9 @@
 #include <outils_socle/reglages/Reglages.h>
 
 #include <map>
+#include <mutex>
 #include <optional>
+#include <shared_mutex>
 
 #include <outils_socle/fils/DMutex.h>
 #include <outils_socle/texte/Exception.h>
@@ -54,7 +56,10 @@ detail::ValeurFichier EnBrut(const Reglage& valeur) {
 }  // namespace
 
 struct Reglages::_Rep {
-  mutable DMutexLMRU verrou;
+  // Not the threads subsystem's DMutexLMRU: by its contract a reader that slips in while a
+  // writer is about to start is let through beside it, and a set must be seen whole or not at
+  // all. std::shared_mutex excludes readers from the writer, always.
+  mutable std::shared_mutex verrou;
   std::map<std::string, Entree> entrees;  // guarded by verrou
 
   DMutex verrouEcouteurs;
@@ -119,7 +124,7 @@ struct Reglages::_Rep {
 Reglages::Reglages() : rep_(std::make_unique<_Rep>()) {}
 
 Reglages::Reglages(const Reglages& autre) : rep_(std::make_unique<_Rep>()) {
-  StVerrouilleLecteur verrou(&autre.rep_->verrou, true);
+  std::shared_lock verrou(autre.rep_->verrou);
   rep_->entrees = autre.rep_->entrees;
 }
 
@@ -127,10 +132,10 @@ Reglages& Reglages::operator=(const Reglages& autre) {
   if (this == &autre) return *this;
   std::map<std::string, Entree> copie;
   {
-    StVerrouilleLecteur verrou(&autre.rep_->verrou, true);
+    std::shared_lock verrou(autre.rep_->verrou);
     copie = autre.rep_->entrees;
   }
-  StVerrouilleRedacteur verrou(&rep_->verrou, true);
+  std::unique_lock verrou(rep_->verrou);
   rep_->entrees = std::move(copie);
   return *this;
 }
@@ -139,7 +144,7 @@ Reglages::~Reglages() = default;
 
 void Reglages::Declare(const UniChaine& chemin, const Reglage& defaut) {
   const std::string clef = chemin.DonneStdString();
-  StVerrouilleRedacteur verrou(&rep_->verrou, true);
+  std::unique_lock verrou(rep_->verrou);
   auto it = rep_->entrees.find(clef);
   if (it == rep_->entrees.end()) {
     rep_->VerifiePlace(clef);
@@ -162,49 +167,49 @@ void Reglages::Declare(const UniChaine& chemin, const Reglage& defaut) {
 }
 
 bool Reglages::EstDeclare(const UniChaine& chemin) const {
-  StVerrouilleLecteur verrou(&rep_->verrou, true);
+  std::shared_lock verrou(rep_->verrou);
   const auto it = rep_->entrees.find(chemin.DonneStdString());
   return it != rep_->entrees.end() && it->second.defaut.has_value();
 }
 
 bool Reglages::PossedeValeur(const UniChaine& chemin) const {
-  StVerrouilleLecteur verrou(&rep_->verrou, true);
+  std::shared_lock verrou(rep_->verrou);
   const auto it = rep_->entrees.find(chemin.DonneStdString());
   return it != rep_->entrees.end() && (it->second.valeur || it->second.brut);
 }
 
 bool Reglages::DonneBooleen(const UniChaine& chemin, bool repli) const {
-  StVerrouilleLecteur verrou(&rep_->verrou, true);
+  std::shared_lock verrou(rep_->verrou);
   const auto lu = rep_->Lis(chemin.DonneStdString(), eTypeReglage::eBooleen);
   return lu ? lu->DonneBooleen() : repli;
 }
 
 int64_t Reglages::DonneEntier(const UniChaine& chemin, int64_t repli) const {
-  StVerrouilleLecteur verrou(&rep_->verrou, true);
+  std::shared_lock verrou(rep_->verrou);
   const auto lu = rep_->Lis(chemin.DonneStdString(), eTypeReglage::eEntier);
   return lu ? lu->DonneEntier() : repli;
 }
 
 UniChaine Reglages::DonneChaine(const UniChaine& chemin, const UniChaine& repli) const {
-  StVerrouilleLecteur verrou(&rep_->verrou, true);
+  std::shared_lock verrou(rep_->verrou);
   const auto lu = rep_->Lis(chemin.DonneStdString(), eTypeReglage::eChaine);
   return lu ? lu->DonneChaine() : repli;
 }
 
 Reglage::Chaines Reglages::DonneListeChaines(const UniChaine& chemin, const Reglage::Chaines& repli) const {
-  StVerrouilleLecteur verrou(&rep_->verrou, true);
+  std::shared_lock verrou(rep_->verrou);
   const auto lu = rep_->Lis(chemin.DonneStdString(), eTypeReglage::eListeChaines);
   return lu ? lu->DonneListeChaines() : repli;
 }
 
 Reglage::Octets Reglages::DonneBlob(const UniChaine& chemin, const Reglage::Octets& repli) const {
-  StVerrouilleLecteur verrou(&rep_->verrou, true);
+  std::shared_lock verrou(rep_->verrou);
   const auto lu = rep_->Lis(chemin.DonneStdString(), eTypeReglage::eBlob);
   return lu ? lu->DonneBlob() : repli;
 }
 
 bool Reglages::DonneValeur(const UniChaine& chemin, Reglage& valeur) const {
-  StVerrouilleLecteur verrou(&rep_->verrou, true);
+  std::shared_lock verrou(rep_->verrou);
   const auto it = rep_->entrees.find(chemin.DonneStdString());
   if (it == rep_->entrees.end() || !it->second.valeur) return false;
   valeur = *it->second.valeur;
@@ -212,7 +217,7 @@ bool Reglages::DonneValeur(const UniChaine& chemin, Reglage& valeur) const {
 }
 
 bool Reglages::DonneDefaut(const UniChaine& chemin, Reglage& defaut) const {
-  StVerrouilleLecteur verrou(&rep_->verrou, true);
+  std::shared_lock verrou(rep_->verrou);
   const auto it = rep_->entrees.find(chemin.DonneStdString());
   if (it == rep_->entrees.end() || !it->second.defaut) return false;
   defaut = *it->second.defaut;
@@ -224,7 +229,7 @@ void Reglages::Mets(const UniChaine& chemin, const Reglage& valeur) { Applique({
 void Reglages::Applique(const std::vector<Changement>& changements) {
   std::vector<UniChaine> changes;
   {
-    StVerrouilleRedacteur verrou(&rep_->verrou, true);
+    std::unique_lock verrou(rep_->verrou);
     // Check everything first, against a scratch map of the paths this call adds, so that two
     // new paths of one call cannot clash with each other either.
     std::map<std::string, const Reglage*> vus;
@@ -262,7 +267,7 @@ void Reglages::Applique(const std::vector<Changement>& changements) {
 bool Reglages::Enleve(const UniChaine& chemin) {
   const std::string clef = chemin.DonneStdString();
   {
-    StVerrouilleRedacteur verrou(&rep_->verrou, true);
+    std::unique_lock verrou(rep_->verrou);
     const auto it = rep_->entrees.find(clef);
     if (it == rep_->entrees.end() || (!it->second.valeur && !it->second.brut)) return false;
     it->second.valeur.reset();
@@ -288,7 +293,7 @@ void Reglages::EnleveEcouteur(int numero) {
 std::string Reglages::EcrisTexte(eFormatReglages format) const {
   detail::ContenuFichier contenu;
   {
-    StVerrouilleLecteur verrou(&rep_->verrou, true);
+    std::shared_lock verrou(rep_->verrou);
     for (const auto& [chemin, e] : rep_->entrees) {
       if (e.valeur)
         contenu.emplace(chemin, EnBrut(*e.valeur));
@@ -304,7 +309,7 @@ void Reglages::LisTexte(const std::string& texte, eFormatReglages format) {
   const detail::ContenuFichier contenu = detail::LisContenu(texte, format);
   std::vector<UniChaine> changes;
   {
-    StVerrouilleRedacteur verrou(&rep_->verrou, true);
+    std::unique_lock verrou(rep_->verrou);
     std::map<std::string, Entree> entrees;
     for (const auto& [chemin, e] : rep_->entrees) {
       if (e.defaut) entrees[chemin].defaut = e.defaut;
@@ -366,7 +371,7 @@ void Reglages::Charge(const UniChemin& chemin, eFormatReglages format) {
 }
 
 std::vector<UniChaine> Reglages::Chemins() const {
-  StVerrouilleLecteur verrou(&rep_->verrou, true);
+  std::shared_lock verrou(rep_->verrou);
   std::vector<UniChaine> chemins;
   chemins.reserve(rep_->entrees.size());
   for (const auto& [chemin, e] : rep_->entrees) chemins.emplace_back(chemin);

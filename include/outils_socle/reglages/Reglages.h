@@ -21,7 +21,8 @@
 // so a crash at any moment leaves either the old file or the new one.
 //
 // Thread safety: every member may be called from any thread. Readers share a reader/writer
-// lock; Mets*, Applique and Charge hold it as writers, so a reader on another thread sees a
+// lock (std::shared_mutex, which unlike DMutexLMRU never lets a reader in beside a writer);
+// Mets*, Applique and Charge hold it as writers, so a reader on another thread sees a
 // whole Applique or none of it. To read several settings as of one moment, copy the Reglages
 // (the copy takes the values, not the listeners) and read the copy. Listeners are called on the
 // writing thread after the lock is released, with the paths whose value changed.
