@@ -62,6 +62,17 @@ function(verifie_installation prefixe travail generateur)
   if(NOT SORTIE MATCHES "lexique")
     message(FATAL_ERROR "installed program's help: ${SORTIE}")
   endif()
+  # In English from the installed catalogue (<prefix>/share/locale), found from the installed
+  # library's place; French when the user asks for nothing else.
+  lance(${CMAKE_COMMAND} -E env --unset=LD_LIBRARY_PATH LANGUAGE=en ${programme} --help)
+  if(NOT SORTIE MATCHES "compiles a word list")
+    message(FATAL_ERROR "installed program's help in English: ${SORTIE}")
+  endif()
+  lance(${CMAKE_COMMAND} -E env --unset=LD_LIBRARY_PATH --unset=LANGUAGE LANG=C.UTF-8 LC_ALL=C.UTF-8
+        ${programme} --help)
+  if(NOT SORTIE MATCHES "compile une liste de mots")
+    message(FATAL_ERROR "installed program's help in French: ${SORTIE}")
+  endif()
   file(WRITE ${travail}/mots.txt "été\nete\nÉté\n")
   lance(${CMAKE_COMMAND} -E env --unset=LD_LIBRARY_PATH ${programme}
         lexique compile ${travail}/mots.txt ${travail}/mots.aut)
