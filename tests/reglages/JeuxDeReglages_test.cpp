@@ -55,19 +55,22 @@ TEST(jeux_de_reglages, AppliquesEtLusSurPlusieursFils) {
   std::atomic<int> applications{0};
   jeux.AjouteEcouteur([&](const UniChaine&) { ++applications; });
   std::atomic<bool> fin{false};
-  std::atomic<int> melanges{0};
+  std::atomic<int> melanges{0}, lectures{0}, lecteursPrets{0};
   std::vector<std::thread> fils;
   for (const char* nom : {"jour", "nuit"})
     fils.emplace_back([&, nom] {
+      while (lecteursPrets < 2) std::this_thread::yield();  // readers and writers overlap
       for (int i = 0; i < 1000; ++i) jeux.Applique(nom);
     });
   for (int l = 0; l < 2; ++l)
     fils.emplace_back([&] {
-      while (!fin) {
+      ++lecteursPrets;
+      do {
         const Reglages photo(r);
         const UniChaine premier = photo.DonneChaine("v/a");
         for (const char* c : chemins) melanges += photo.DonneChaine(c) != premier;
-      }
+        ++lectures;
+      } while (!fin);
     });
   fils[0].join();
   fils[1].join();
@@ -75,6 +78,7 @@ TEST(jeux_de_reglages, AppliquesEtLusSurPlusieursFils) {
   fils[2].join();
   fils[3].join();
   EXPECT_EQ(melanges, 0);
+  EXPECT_GE(lectures, 2);
   EXPECT_EQ(applications, 2000);
 }
 

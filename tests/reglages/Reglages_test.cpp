@@ -354,10 +354,13 @@ TEST(Reglages, LesLecteursNeVoientJamaisUnDemiEnsemble) {
   Reglages r;
   for (const char* c : {"jeu/a", "jeu/b", "jeu/c"}) r.Declare(c, Reglage::Entier(0));
   std::atomic<bool> fin{false};
-  std::atomic<int> demiEnsembles{0}, lectures{0};
+  std::atomic<int> demiEnsembles{0}, lectures{0}, lecteursPrets{0};
   std::vector<std::thread> fils;
   for (int w = 0; w < 2; ++w) {
     fils.emplace_back([&, w] {
+      // The writers wait for both readers so that the two really overlap, whatever the
+      // scheduler does on a loaded machine.
+      while (lecteursPrets < 2) std::this_thread::yield();
       for (int i = 1; i <= 2000; ++i) {
         const Reglage v = Reglage::Entier(w * 100000 + i);
         r.Applique({{"jeu/a", v}, {"jeu/b", v}, {"jeu/c", v}});
@@ -366,12 +369,13 @@ TEST(Reglages, LesLecteursNeVoientJamaisUnDemiEnsemble) {
   }
   for (int l = 0; l < 2; ++l) {
     fils.emplace_back([&] {
-      while (!fin) {
+      ++lecteursPrets;
+      do {
         const Reglages photo(r);
         const int64_t a = photo.DonneEntier("jeu/a");
         if (photo.DonneEntier("jeu/b") != a || photo.DonneEntier("jeu/c") != a) ++demiEnsembles;
         ++lectures;
-      }
+      } while (!fin);
     });
   }
   fils[0].join();
