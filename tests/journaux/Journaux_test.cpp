@@ -4,6 +4,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -212,8 +213,10 @@ void MeurtAvecBoiteNoire(const std::string& chemin, int signal) {
     boite.InstalleSurSignauxFatals(chemin);
     for (int i = 0; i < 40; ++i) boite.Ajoute(eNiveauJournal::eInfo, "avant la chute " + std::to_string(i));
     if (signal == SIGSEGV) {
-      volatile int* nul = nullptr;
-      *nul = 1;
+      // A real fault, but not one the undefined-behaviour sanitizer intercepts first (as it
+      // does a store through a null pointer): a write to a page mapped without access.
+      void* page = mmap(nullptr, 4096, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+      *static_cast<volatile int*>(page) = 1;
     }
     std::abort();
   }
@@ -233,6 +236,9 @@ void MeurtAvecBoiteNoire(const std::string& chemin, int signal) {
 }
 
 TEST(BoiteNoire, EcriteParUnEnfantTueParSIGSEGV) {
+#if defined(__SANITIZE_THREAD__)
+  GTEST_SKIP() << "ThreadSanitizer takes every SIGSEGV for itself and aborts before any handler";
+#endif
   essais::DossierTemporaire dossier;
   MeurtAvecBoiteNoire(dossier / "segv.txt", SIGSEGV);
 }
