@@ -10,6 +10,9 @@ paquets=(
   # Journals are built on spdlog; translation catalogues are compiled by gettext's msgfmt, and
   # the language tests read iso-codes and glibc's locale sources as independent references.
   libspdlog-dev gettext iso-codes locales
+  # XML: libxml2 parses and validates; pugixml is its speed reference in the benchmarks, and
+  # xmllint an independent reader in the tests.
+  libxml2-dev libxml2-utils libpugixml-dev
   zlib1g-dev libdeflate-dev libicu-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   wfrench ccache clang-format unicode-data libabsl-dev libtbb-dev libmarisa-dev libdawgdic-dev libfst-dev libfst-tools wamerican

@@ -49,3 +49,7 @@
 #include <outils_socle/texte/RechercheFormes.h>
 #include <outils_socle/texte/UniCaractere.h>
 #include <outils_socle/texte/UniChaine.h>
+#include <outils_socle/xml/Balise.h>
+#include <outils_socle/xml/EcritureXML.h>
+#include <outils_socle/xml/ParseurXML.h>
+#include <outils_socle/xml/SchemaXML.h>

@@ -1,0 +1,300 @@
+#include "xml/AnalyseXML.h"
+
+#include <libxml/SAX2.h>
+#include <libxml/parser.h>
+#include <libxml/parserInternals.h>
+
+#include <cstring>
+#include <exception>
+#include <mutex>
+#include <optional>
+#include <string>
+
+namespace sdd::xml {
+
+namespace {
+
+// Everything the callbacks share, reached through the parser context's _private (libxml2 hands
+// it on to the contexts it makes for entity contents).
+struct Etat {
+  Etat(const OptionsParseurXML& o, Recepteur& r, uint64_t b) : options(o), recepteur(r), budget(b) {}
+  const OptionsParseurXML& options;
+  Recepteur& recepteur;
+  uint64_t budget;      // bytes of names, attribute values and text the document may deliver
+  uint64_t livre = 0;   // delivered so far
+  int profondeur = 0;
+  std::optional<ErreurXML> erreur;        // the first error, ours or libxml2's
+  std::exception_ptr exceptionRecepteur;  // what a receiver threw
+  std::vector<Balise::Attribut> attributs;
+  std::string nom;
+};
+
+Etat& EtatDe(void* ctx) { return *static_cast<Etat*>(static_cast<xmlParserCtxtPtr>(ctx)->_private); }
+
+bool Arrete(const Etat& e) { return e.erreur.has_value() || e.exceptionRecepteur != nullptr; }
+
+// Halts one context. Marking it malformed matters: libxml2 looks an entity up again by itself
+// in a context it still believes well-formed, whatever our lookup answered.
+void Halte(void* ctx) {
+  auto* ctxt = static_cast<xmlParserCtxtPtr>(ctx);
+  ctxt->wellFormed = 0;
+  xmlStopParser(ctxt);
+}
+
+// Records our refusal at the parser's position and halts this context; the outer context, when
+// this one parses an entity's content, halts on its next event (see Garde).
+void Refuse(void* ctx, const std::string& quoi) {
+  Etat& e = EtatDe(ctx);
+  if (!Arrete(e)) e.erreur.emplace(xmlSAX2GetLineNumber(ctx), xmlSAX2GetColumnNumber(ctx), quoi);
+  Halte(ctx);
+}
+
+// Runs a receiver call; an exception it throws stops the parse and is rethrown by Analyse.
+// Once stopped, every further event is dropped and halts the context it comes from.
+template <typename F>
+void Garde(void* ctx, F&& f) {
+  Etat& e = EtatDe(ctx);
+  if (Arrete(e)) return Halte(ctx);
+  try {
+    f(e);
+  } catch (...) {
+    e.exceptionRecepteur = std::current_exception();
+    Halte(ctx);
+  }
+}
+
+constexpr std::size_t kCoutReference = 8;
+
+bool Consomme(void* ctx, Etat& e, std::size_t n) {
+  e.livre += n;
+  if (e.livre <= e.budget) return true;
+  Refuse(ctx, "le texte développé dépasse " + std::to_string(e.budget) +
+                  " octets : expansion d’entités excessive");
+  return false;
+}
+
+std::string_view Vue(const xmlChar* s) { return std::string_view(reinterpret_cast<const char*>(s)); }
+
+void NomQualifie(std::string& sortie, const xmlChar* prefixe, const xmlChar* local) {
+  sortie.clear();
+  if (prefixe != nullptr) {
+    sortie += Vue(prefixe);
+    sortie += ':';
+  }
+  sortie += Vue(local);
+}
+
+void DebutElement(void* ctx, const xmlChar* local, const xmlChar* prefixe, const xmlChar* /*uri*/,
+                  int nbEspaces, const xmlChar** espaces, int nbAttributs, int /*nbParDefaut*/,
+                  const xmlChar** attributs) {
+  Garde(ctx, [&](Etat& e) {
+    if (++e.profondeur > e.options.profondeurMax) {
+      return Refuse(ctx, "imbrication plus profonde que " + std::to_string(e.options.profondeurMax) + " niveaux");
+    }
+    if (static_cast<std::size_t>(nbAttributs) + static_cast<std::size_t>(nbEspaces) > e.options.attributsMax) {
+      return Refuse(ctx, "plus de " + std::to_string(e.options.attributsMax) + " attributs sur une balise");
+    }
+    NomQualifie(e.nom, prefixe, local);
+    if (e.nom.size() > e.options.tailleMaxAttribut) return Refuse(ctx, "nom de balise trop long");
+    std::size_t taille = e.nom.size();
+    e.attributs.clear();
+    // Namespace declarations first: libxml2 reports them apart from the other attributes.
+    for (int i = 0; i < nbEspaces; ++i) {
+      const xmlChar* p = espaces[2 * i];
+      const xmlChar* uri = espaces[2 * i + 1];
+      std::string nom = p != nullptr ? "xmlns:" + std::string(Vue(p)) : std::string("xmlns");
+      std::string valeur = uri != nullptr ? std::string(Vue(uri)) : std::string();
+      taille += nom.size() + valeur.size();
+      e.attributs.push_back(Balise::Attribut{std::move(nom), std::move(valeur)});
+    }
+    for (int i = 0; i < nbAttributs; ++i) {
+      const xmlChar** a = attributs + 5 * i;  // local, prefix, URI, value, end of value
+      const auto n = static_cast<std::size_t>(a[4] - a[3]);
+      if (n > e.options.tailleMaxAttribut) {
+        return Refuse(ctx, "valeur d’attribut de " + std::to_string(n) + " octets, plus que " +
+                               std::to_string(e.options.tailleMaxAttribut));
+      }
+      Balise::Attribut attribut;
+      NomQualifie(attribut.nom, a[1], a[0]);
+      attribut.valeur.assign(reinterpret_cast<const char*>(a[3]), n);
+      taille += attribut.nom.size() + n;
+      e.attributs.push_back(std::move(attribut));
+    }
+    if (!Consomme(ctx, e, taille)) return;
+    e.recepteur.Debut(e.nom, e.attributs);
+  });
+}
+
+void FinElement(void* ctx, const xmlChar* local, const xmlChar* prefixe, const xmlChar* /*uri*/) {
+  Garde(ctx, [&](Etat& e) {
+    --e.profondeur;
+    NomQualifie(e.nom, prefixe, local);
+    e.recepteur.Fin(e.nom);
+  });
+}
+
+void Caracteres(void* ctx, const xmlChar* texte, int n) {
+  Garde(ctx, [&](Etat& e) {
+    if (!Consomme(ctx, e, static_cast<std::size_t>(n))) return;
+    e.recepteur.Texte(std::string_view(reinterpret_cast<const char*>(texte), static_cast<std::size_t>(n)));
+  });
+}
+
+void Commentaire(void* ctx, const xmlChar* texte) {
+  Garde(ctx, [&](Etat& e) {
+    const std::string_view t = Vue(texte);
+    if (!Consomme(ctx, e, t.size())) return;
+    e.recepteur.Commentaire(t);
+  });
+}
+
+void Instruction(void* ctx, const xmlChar* cible, const xmlChar* donnees) {
+  Garde(ctx, [&](Etat& e) {
+    const std::string_view c = Vue(cible);
+    const std::string_view d = donnees != nullptr ? Vue(donnees) : std::string_view();
+    if (!Consomme(ctx, e, c.size() + d.size())) return;
+    e.recepteur.Instruction(c, d);
+  });
+}
+
+// Only internal general entities are kept (in the context's document, where libxml2 looks them
+// up). An external one would make the parser read a file or a URL the document names; a
+// parameter entity expands inside the DTD, out of reach of the budget on delivered text.
+void EntiteDeclaree(void* ctx, const xmlChar* nom, int type, const xmlChar* publicId, const xmlChar* systemId,
+                    xmlChar* contenu) {
+  if (Arrete(EtatDe(ctx))) return;
+  if (type != XML_INTERNAL_GENERAL_ENTITY) {
+    const bool externe = type != XML_INTERNAL_PARAMETER_ENTITY;
+    return Refuse(ctx, std::string(externe ? "entité externe refusée : " : "entité paramètre refusée : ") +
+                           std::string(Vue(nom)));
+  }
+  xmlSAX2EntityDecl(ctx, nom, type, publicId, systemId, contenu);
+}
+
+// Every entity reference asks for its declaration here. Once the parse is stopped, none is found,
+// so the contexts libxml2 opened for enclosing entities stop at their next reference instead of
+// expanding the rest of a nested entity. Each lookup is charged to the budget, which bounds the
+// number of expansions even for entities that expand to nothing.
+xmlEntityPtr Entite(void* ctx, const xmlChar* nom) {
+  Etat& e = EtatDe(ctx);
+  if (Arrete(e)) {
+    Halte(ctx);
+    return nullptr;
+  }
+  if (!Consomme(ctx, e, kCoutReference)) return nullptr;
+  return xmlSAX2GetEntity(ctx, nom);
+}
+
+void EntiteNonAnalysee(void* ctx, const xmlChar* nom, const xmlChar*, const xmlChar*, const xmlChar*) {
+  Refuse(ctx, "entité externe refusée : " + std::string(Vue(nom)));
+}
+
+// The external DTD is never loaded: what it would declare stays undeclared.
+void SousEnsembleExterne(void*, const xmlChar*, const xmlChar*, const xmlChar*) {}
+
+xmlParserInputPtr ResousEntite(void* ctx, const xmlChar* publicId, const xmlChar* systemId) {
+  Refuse(ctx, "ressource externe refusée : " +
+                  std::string(systemId != nullptr ? Vue(systemId) : publicId != nullptr ? Vue(publicId) : ""));
+  return nullptr;
+}
+
+// Called for an entity the parser could not expand (declared nowhere it may look).
+void Reference(void* ctx, const xmlChar* nom) { Refuse(ctx, "entité non déclarée : " + std::string(Vue(nom))); }
+
+void ErreurLibxml(void* /*donnees*/, xmlErrorPtr erreur) {
+  if (erreur == nullptr || erreur->ctxt == nullptr) return;
+  const bool grave = erreur->level >= XML_ERR_ERROR || erreur->code == XML_WAR_UNDECLARED_ENTITY;
+  if (!grave) return;
+  auto* ctxt = static_cast<xmlParserCtxtPtr>(erreur->ctxt);
+  if (ctxt->_private == nullptr) return;
+  Etat& e = *static_cast<Etat*>(ctxt->_private);
+  if (Arrete(e)) return;
+  std::string message = erreur->message != nullptr ? erreur->message : "document XML mal formé";
+  while (!message.empty() && (message.back() == '\n' || message.back() == ' ')) message.pop_back();
+  e.erreur.emplace(erreur->line, erreur->int2, message);
+}
+
+xmlSAXHandler Gestionnaire() {
+  xmlSAXHandler h;
+  std::memset(&h, 0, sizeof h);
+  xmlSAXVersion(&h, 2);  // the DTD callbacks keep libxml2's own, which store the entities
+  h.startElement = nullptr;
+  h.endElement = nullptr;
+  h.startElementNs = DebutElement;
+  h.endElementNs = FinElement;
+  h.characters = Caracteres;
+  h.ignorableWhitespace = Caracteres;
+  h.cdataBlock = Caracteres;
+  h.comment = Commentaire;
+  h.processingInstruction = Instruction;
+  h.getEntity = Entite;
+  h.entityDecl = EntiteDeclaree;
+  h.unparsedEntityDecl = EntiteNonAnalysee;
+  h.externalSubset = SousEnsembleExterne;
+  h.resolveEntity = ResousEntite;
+  h.reference = Reference;
+  h.warning = nullptr;
+  h.error = nullptr;
+  h.fatalError = nullptr;
+  h.serror = ErreurLibxml;
+  return h;
+}
+
+struct LibereContexte {
+  xmlParserCtxtPtr ctxt;
+  ~LibereContexte() {
+    if (ctxt->myDoc != nullptr) xmlFreeDoc(ctxt->myDoc);
+    xmlFreeParserCtxt(ctxt);
+  }
+};
+
+}  // namespace
+
+void InitialiseLibxml() {
+  static std::once_flag fait;
+  std::call_once(fait, [] { xmlInitParser(); });
+}
+
+void Analyse(SourceOctets& source, const OptionsParseurXML& options, Recepteur& recepteur, bool dejaDecode) {
+  InitialiseLibxml();
+  const uint64_t taille = source.Taille();
+  const uint64_t facteur = options.facteurExpansionMax;
+  Etat etat(options, recepteur,
+            taille > (UINT64_MAX - (1u << 20)) / (facteur + 1) ? UINT64_MAX : taille * facteur + (1u << 20));
+
+  xmlSAXHandler sax = Gestionnaire();
+  std::string_view morceau = source.Suivant();
+  const std::size_t debut = std::min<std::size_t>(4, morceau.size());
+  xmlParserCtxtPtr ctxt = xmlCreatePushParserCtxt(&sax, nullptr, morceau.data(), static_cast<int>(debut), nullptr);
+  if (ctxt == nullptr) throw exceptions::MemoireInsuffisante("contexte d’analyse XML");
+  LibereContexte liberation{ctxt};
+  ctxt->_private = &etat;
+  // libxml2's own fixed limits (depth 256, 10 MB per attribute) give way when ours are wider.
+  const bool large = options.profondeurMax > 256 || options.tailleMaxAttribut > 10'000'000;
+  xmlCtxtUseOptions(ctxt, XML_PARSE_NOENT | XML_PARSE_NONET | (large ? XML_PARSE_HUGE : 0) |
+                              (dejaDecode ? XML_PARSE_IGNORE_ENC : 0));
+  morceau.remove_prefix(debut);
+
+  // Chunks of at most 1 MiB, so that a stop is noticed soon and int sizes never overflow.
+  constexpr std::size_t kMorceau = std::size_t{1} << 20;
+  while (true) {
+    while (!morceau.empty() && !Arrete(etat)) {
+      const std::size_t n = std::min(kMorceau, morceau.size());
+      xmlParseChunk(ctxt, morceau.data(), static_cast<int>(n), 0);
+      morceau.remove_prefix(n);
+    }
+    if (Arrete(etat)) break;
+    morceau = source.Suivant();
+    if (morceau.empty()) {
+      xmlParseChunk(ctxt, nullptr, 0, 1);
+      break;
+    }
+  }
+  if (etat.exceptionRecepteur != nullptr) std::rethrow_exception(etat.exceptionRecepteur);
+  if (etat.erreur) throw *etat.erreur;
+  if (!ctxt->wellFormed || etat.profondeur != 0) {
+    throw ErreurXML(xmlSAX2GetLineNumber(ctxt), xmlSAX2GetColumnNumber(ctxt), "document XML mal formé");
+  }
+}
+
+}  // namespace sdd::xml

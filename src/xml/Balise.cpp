@@ -1,0 +1,191 @@
+#include <outils_socle/texte/Exception.h>
+#include <outils_socle/xml/Balise.h>
+
+#include <algorithm>
+
+namespace sdd {
+
+Balise::Balise(std::string nom, std::string texte) : nom_(std::move(nom)), texte_(std::move(texte)) {}
+
+namespace {
+
+bool EstDeclaration(std::string_view nom) { return nom == "xmlns" || nom.starts_with("xmlns:"); }
+
+}  // namespace
+
+Balise::Balise(std::string nom, std::vector<Attribut> attributs)
+    : nom_(std::move(nom)), attributs_(std::move(attributs)) {
+  std::stable_partition(attributs_.begin(), attributs_.end(), [](const Attribut& a) { return EstDeclaration(a.nom); });
+}
+
+namespace {
+
+void AjouteTexteComplet(const Balise& b, std::string& sortie) {
+  sortie += b.Texte();
+  for (const Balise& enfant : b.Enfants()) {
+    AjouteTexteComplet(enfant, sortie);
+    sortie += enfant.Queue();
+  }
+}
+
+// Splits "a/b/c" on '/'; an empty component makes the whole path match nothing.
+bool DecoupeChemin(std::string_view chemin, std::vector<std::string_view>& composants) {
+  composants.clear();
+  if (chemin.empty()) return false;
+  std::size_t debut = 0;
+  while (true) {
+    const std::size_t fin = chemin.find('/', debut);
+    const std::string_view c = chemin.substr(debut, fin == std::string_view::npos ? fin : fin - debut);
+    if (c.empty()) return false;
+    composants.push_back(c);
+    if (fin == std::string_view::npos) return true;
+    debut = fin + 1;
+  }
+}
+
+bool Correspond(const Balise& b, std::string_view composant) {
+  return composant == "*" || b.Nom() == composant;
+}
+
+// Depth-first in document order; stops at the first match when `premier`.
+void Cherche(const Balise& b, const std::vector<std::string_view>& composants, std::size_t i, bool premier,
+             std::vector<const Balise*>& trouves) {
+  for (const Balise& enfant : b.Enfants()) {
+    if (!Correspond(enfant, composants[i])) continue;
+    if (i + 1 == composants.size()) {
+      trouves.push_back(&enfant);
+    } else {
+      Cherche(enfant, composants, i + 1, premier, trouves);
+    }
+    if (premier && !trouves.empty()) return;
+  }
+}
+
+std::vector<const Balise*> Resous(const Balise& racine, std::string_view chemin, bool premier) {
+  std::vector<const Balise*> trouves;
+  const bool depuisSoi = !chemin.empty() && chemin.front() == '/';
+  std::vector<std::string_view> composants;
+  if (!DecoupeChemin(depuisSoi ? chemin.substr(1) : chemin, composants)) return trouves;
+  if (depuisSoi) {
+    if (!Correspond(racine, composants.front())) return trouves;
+    if (composants.size() == 1) {
+      trouves.push_back(&racine);
+      return trouves;
+    }
+    Cherche(racine, composants, 1, premier, trouves);
+  } else {
+    Cherche(racine, composants, 0, premier, trouves);
+  }
+  return trouves;
+}
+
+}  // namespace
+
+std::string Balise::TexteComplet() const {
+  std::string sortie;
+  AjouteTexteComplet(*this, sortie);
+  return sortie;
+}
+
+const std::string* Balise::TrouveAttribut(std::string_view nom) const {
+  for (const Attribut& a : attributs_) {
+    if (a.nom == nom) return &a.valeur;
+  }
+  return nullptr;
+}
+
+std::string Balise::DonneAttribut(std::string_view nom, std::string_view repli) const {
+  const std::string* valeur = TrouveAttribut(nom);
+  return valeur != nullptr ? *valeur : std::string(repli);
+}
+
+UniChaine Balise::DonneAttributUni(std::string_view nom, const UniChaine& repli) const {
+  const std::string* valeur = TrouveAttribut(nom);
+  return valeur != nullptr ? UniChaine(*valeur) : repli;
+}
+
+void Balise::MetsAttribut(std::string_view nom, std::string valeur) {
+  for (Attribut& a : attributs_) {
+    if (a.nom == nom) {
+      a.valeur = std::move(valeur);
+      return;
+    }
+  }
+  auto place = attributs_.end();
+  if (EstDeclaration(nom)) {
+    place = std::find_if(attributs_.begin(), attributs_.end(), [](const Attribut& a) { return !EstDeclaration(a.nom); });
+  }
+  attributs_.insert(place, Attribut{std::string(nom), std::move(valeur)});
+}
+
+bool Balise::EnleveAttribut(std::string_view nom) {
+  const auto it = std::find_if(attributs_.begin(), attributs_.end(), [&](const Attribut& a) { return a.nom == nom; });
+  if (it == attributs_.end()) return false;
+  attributs_.erase(it);
+  return true;
+}
+
+const Balise& Balise::Enfant(std::size_t i) const {
+  if (i >= enfants_.size()) LanceIndexHorsBorne(i, 0, enfants_.size());
+  return enfants_[i];
+}
+
+Balise& Balise::Enfant(std::size_t i) {
+  if (i >= enfants_.size()) LanceIndexHorsBorne(i, 0, enfants_.size());
+  return enfants_[i];
+}
+
+const Balise* Balise::Enfant(std::string_view nom) const {
+  for (const Balise& enfant : enfants_) {
+    if (enfant.nom_ == nom) return &enfant;
+  }
+  return nullptr;
+}
+
+Balise* Balise::Enfant(std::string_view nom) {
+  return const_cast<Balise*>(static_cast<const Balise*>(this)->Enfant(nom));
+}
+
+std::vector<const Balise*> Balise::EnfantsNommes(std::string_view nom) const {
+  std::vector<const Balise*> trouves;
+  for (const Balise& enfant : enfants_) {
+    if (enfant.nom_ == nom) trouves.push_back(&enfant);
+  }
+  return trouves;
+}
+
+const Balise* Balise::Trouve(std::string_view chemin) const {
+  const std::vector<const Balise*> trouves = Resous(*this, chemin, true);
+  return trouves.empty() ? nullptr : trouves.front();
+}
+
+Balise* Balise::Trouve(std::string_view chemin) {
+  return const_cast<Balise*>(static_cast<const Balise*>(this)->Trouve(chemin));
+}
+
+std::vector<const Balise*> Balise::TrouveTous(std::string_view chemin) const { return Resous(*this, chemin, false); }
+
+Balise& Balise::AjouteEnfant(Balise enfant) {
+  enfants_.push_back(std::move(enfant));
+  return enfants_.back();
+}
+
+Balise& Balise::AjouteEnfant(std::string nom, std::string texte) {
+  return AjouteEnfant(Balise(std::move(nom), std::move(texte)));
+}
+
+Balise& Balise::InsereEnfant(std::size_t i, Balise enfant) {
+  if (i > enfants_.size()) LanceIndexHorsBorne(i, 0, enfants_.size() + 1);
+  return *enfants_.insert(enfants_.begin() + static_cast<std::ptrdiff_t>(i), std::move(enfant));
+}
+
+void Balise::EnleveEnfant(std::size_t i) {
+  if (i >= enfants_.size()) LanceIndexHorsBorne(i, 0, enfants_.size());
+  enfants_.erase(enfants_.begin() + static_cast<std::ptrdiff_t>(i));
+}
+
+std::size_t Balise::EnleveEnfants(std::string_view nom) {
+  return std::erase_if(enfants_, [&](const Balise& b) { return b.nom_ == nom; });
+}
+
+}  // namespace sdd

@@ -1,0 +1,251 @@
+#include <outils_socle/texte/Exception.h>
+#include <outils_socle/xml/EcritureXML.h>
+
+#include <libxml/tree.h>
+
+#include <QString>
+
+#include <cstdio>
+#include <string_view>
+#include <vector>
+
+#include "plateforme/Plateforme.h"
+
+namespace sdd {
+
+namespace {
+
+[[noreturn]] void Refuse(const Balise& b, const std::string& quoi) {
+  throw exceptions::OperationInvalide(UniChaine("écriture XML, élément « " + b.Nom() + " » : " + quoi));
+}
+
+// Decodes one UTF-8 character at s[i], advancing i; -1 for a malformed sequence.
+int32_t DecodeUTF8(std::string_view s, std::size_t& i) {
+  const auto c0 = static_cast<unsigned char>(s[i++]);
+  if (c0 < 0x80) return c0;
+  int suite;
+  int32_t cp;
+  if (c0 >= 0xC2 && c0 <= 0xDF) {
+    suite = 1;
+    cp = c0 & 0x1F;
+  } else if (c0 >= 0xE0 && c0 <= 0xEF) {
+    suite = 2;
+    cp = c0 & 0x0F;
+  } else if (c0 >= 0xF0 && c0 <= 0xF4) {
+    suite = 3;
+    cp = c0 & 0x07;
+  } else {
+    return -1;
+  }
+  for (int k = 0; k < suite; ++k) {
+    if (i >= s.size()) return -1;
+    const auto c = static_cast<unsigned char>(s[i]);
+    if ((c & 0xC0) != 0x80) return -1;
+    cp = (cp << 6) | (c & 0x3F);
+    ++i;
+  }
+  // Overlong forms, surrogates and values past U+10FFFF.
+  if ((suite == 2 && cp < 0x800) || (suite == 3 && (cp < 0x10000 || cp > 0x10FFFF)) || (cp >= 0xD800 && cp <= 0xDFFF)) {
+    return -1;
+  }
+  return cp;
+}
+
+bool EstCaractereXML(int32_t cp) {
+  return cp == 0x9 || cp == 0xA || cp == 0xD || (cp >= 0x20 && cp <= 0xD7FF) || (cp >= 0xE000 && cp <= 0xFFFD) ||
+         (cp >= 0x10000 && cp <= 0x10FFFF);
+}
+
+// ISO-8859-15 is Latin-1 with eight places given to €, Š, š, Ž, ž, Œ, œ and Ÿ.
+bool EstLatin9(int32_t cp) {
+  switch (cp) {
+    case 0xA4: case 0xA6: case 0xA8: case 0xB4: case 0xB8: case 0xBC: case 0xBD: case 0xBE:
+      return false;
+    case 0x20AC: case 0x160: case 0x161: case 0x17D: case 0x17E: case 0x152: case 0x153: case 0x178:
+      return true;
+    default:
+      return cp <= 0xFF;
+  }
+}
+
+class Ecrivain {
+ public:
+  explicit Ecrivain(const OptionsEcritureXML& options) : options_(options) {}
+
+  std::string Ecris(const Balise& racine) {
+    if (options_.declaration || options_.codage == eCodageXML::eISO8859_15) {
+      sortie_ += "<?xml version=\"1.0\" encoding=\"";
+      sortie_ += options_.codage == eCodageXML::eUTF8    ? "UTF-8"
+                 : options_.codage == eCodageXML::eUTF16 ? "UTF-16"
+                                                         : "ISO-8859-15";
+      sortie_ += "\"?>\n";
+    }
+    EcrisElement(racine, 0);
+    sortie_ += '\n';
+    return Encode();
+  }
+
+ private:
+  void EcrisElement(const Balise& b, int niveau) {
+    const std::size_t portees = prefixes_.size();
+    for (const Balise::Attribut& a : b.Attributs()) {
+      if (a.nom == "xmlns" || a.nom.starts_with("xmlns:")) {
+        if (a.nom.size() > 6 && a.valeur.empty()) Refuse(b, "le préfixe " + a.nom.substr(6) + " reçoit un espace de noms vide");
+        prefixes_.push_back(a.nom.size() > 6 ? a.nom.substr(6) : std::string());
+      }
+    }
+    VerifieNom(b, b.Nom(), false);
+    sortie_ += '<';
+    sortie_ += b.Nom();
+    const auto& attributs = b.Attributs();
+    for (std::size_t i = 0; i < attributs.size(); ++i) {
+      const Balise::Attribut& a = attributs[i];
+      VerifieNom(b, a.nom, true);
+      for (std::size_t j = 0; j < i; ++j) {
+        if (attributs[j].nom == a.nom) Refuse(b, "attribut « " + a.nom + " » donné deux fois");
+      }
+      sortie_ += ' ';
+      sortie_ += a.nom;
+      sortie_ += "=\"";
+      Echappe(b, a.valeur, true);
+      sortie_ += '"';
+    }
+    if (b.Texte().empty() && b.NombreEnfants() == 0) {
+      sortie_ += "/>";
+    } else {
+      sortie_ += '>';
+      Echappe(b, b.Texte(), false);
+      const bool miseEnPage = options_.indentation > 0 && b.Texte().empty() && SansQueues(b);
+      for (const Balise& enfant : b.Enfants()) {
+        if (miseEnPage) Aligne(niveau + 1);
+        EcrisElement(enfant, niveau + 1);
+        Echappe(b, enfant.Queue(), false);
+      }
+      if (miseEnPage) Aligne(niveau);
+      sortie_ += "</";
+      sortie_ += b.Nom();
+      sortie_ += '>';
+    }
+    prefixes_.resize(portees);
+  }
+
+  static bool SansQueues(const Balise& b) {
+    for (const Balise& enfant : b.Enfants()) {
+      if (!enfant.Queue().empty()) return false;
+    }
+    return true;
+  }
+
+  void Aligne(int niveau) {
+    sortie_ += '\n';
+    sortie_.append(static_cast<std::size_t>(niveau) * static_cast<std::size_t>(options_.indentation), ' ');
+  }
+
+  // A name must be a qualified name whose prefix is declared in scope (or is xml / xmlns), and
+  // representable in the target encoding, since names cannot use character references.
+  void VerifieNom(const Balise& b, const std::string& nom, bool attribut) {
+    const std::string nomC = nom;  // libxml2 wants a terminated string
+    if (nom.empty() || xmlValidateQName(reinterpret_cast<const xmlChar*>(nomC.c_str()), 0) != 0) {
+      Refuse(b, "« " + nom + " » n’est pas un nom XML");
+    }
+    if (options_.codage == eCodageXML::eISO8859_15) {
+      for (std::size_t i = 0; i < nom.size();) {
+        if (!EstLatin9(DecodeUTF8(nom, i))) Refuse(b, "le nom « " + nom + " » ne s’écrit pas en ISO-8859-15");
+      }
+    }
+    const std::size_t deuxPoints = nom.find(':');
+    if (deuxPoints == std::string::npos) return;
+    const std::string prefixe = nom.substr(0, deuxPoints);
+    if (prefixe == "xml" || (attribut && prefixe == "xmlns")) return;
+    for (const std::string& p : prefixes_) {
+      if (p == prefixe) return;
+    }
+    Refuse(b, "le préfixe « " + prefixe + " » n’est pas déclaré");
+  }
+
+  void Echappe(const Balise& b, std::string_view texte, bool attribut) {
+    std::size_t i = 0;
+    while (i < texte.size()) {
+      const std::size_t debut = i;
+      const auto c = static_cast<unsigned char>(texte[i]);
+      if (c < 0x80) {
+        ++i;
+        switch (c) {
+          case '&': sortie_ += "&amp;"; continue;
+          case '<': sortie_ += "&lt;"; continue;
+          case '\r': sortie_ += "&#13;"; continue;
+          default: break;
+        }
+        if (attribut) {
+          if (c == '"') { sortie_ += "&quot;"; continue; }
+          if (c == '\t') { sortie_ += "&#9;"; continue; }
+          if (c == '\n') { sortie_ += "&#10;"; continue; }
+        } else if (c == '>') {
+          sortie_ += "&gt;";
+          continue;
+        }
+        if (!EstCaractereXML(c)) Refuse(b, "caractère de contrôle " + std::to_string(c) + " dans un texte");
+        sortie_ += static_cast<char>(c);
+        continue;
+      }
+      const int32_t cp = DecodeUTF8(texte, i);
+      if (cp < 0) Refuse(b, "texte en UTF-8 invalide");
+      if (!EstCaractereXML(cp)) Refuse(b, "U+" + Hexa(cp) + " n’est pas un caractère XML");
+      if (options_.codage == eCodageXML::eISO8859_15 && !EstLatin9(cp)) {
+        char reference[16];
+        std::snprintf(reference, sizeof reference, "&#x%X;", static_cast<unsigned>(cp));
+        sortie_ += reference;
+      } else {
+        sortie_.append(texte.substr(debut, i - debut));
+      }
+    }
+  }
+
+  static std::string Hexa(int32_t cp) {
+    char tampon[16];
+    std::snprintf(tampon, sizeof tampon, "%04X", static_cast<unsigned>(cp));
+    return tampon;
+  }
+
+  std::string Encode() {
+    switch (options_.codage) {
+      case eCodageXML::eUTF8:
+        return std::move(sortie_);
+      case eCodageXML::eUTF16: {
+        const QString texte = QString::fromUtf8(sortie_.data(), static_cast<int>(sortie_.size()));
+        std::string octets("\xFF\xFE", 2);
+        octets.reserve(2 + 2 * static_cast<std::size_t>(texte.size()));
+        for (const QChar c : texte) {
+          const char16_t u = c.unicode();
+          octets += static_cast<char>(u & 0xFF);
+          octets += static_cast<char>(u >> 8);
+        }
+        return octets;
+      }
+      case eCodageXML::eISO8859_15:
+        // Every character left is one the code page has (the others became references).
+        return UniChaine(sortie_).Encode(UniChaine::kCodageISO8859_15);
+    }
+    return std::move(sortie_);
+  }
+
+  const OptionsEcritureXML& options_;
+  std::string sortie_;
+  std::vector<std::string> prefixes_;  // declared in the open elements, innermost last
+};
+
+}  // namespace
+
+std::string EcrisXML(const Balise& racine, const OptionsEcritureXML& options) {
+  return Ecrivain(options).Ecris(racine);
+}
+
+void EcrisFichierXML(const Balise& racine, const UniChemin& chemin, const OptionsEcritureXML& options) {
+  const std::string octets = EcrisXML(racine, options);
+  const std::string nom = chemin.DonneStdString();
+  if (!plateforme::RemplaceFichier(nom, octets.data(), octets.size())) {
+    throw exceptions::OuvertureEchouee(UniChaine(nom + " : " + plateforme::DerniereErreur()));
+  }
+}
+
+}  // namespace sdd

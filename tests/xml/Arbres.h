@@ -1,0 +1,58 @@
+#pragma once
+
+// Helpers shared by the XML tests: the canonical form that tests/xml/arbre_expat.py prints for
+// a tree read by Python's expat, and a way to run that script over files.
+
+#include <outils_socle/xml/Balise.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+namespace sdd::tests_xml {
+
+inline std::string Hexa(const std::string& octets) {
+  static const char* const kChiffres = "0123456789abcdef";
+  std::string sortie;
+  for (const unsigned char c : octets) {
+    sortie += kChiffres[c >> 4];
+    sortie += kChiffres[c & 15];
+  }
+  return sortie;
+}
+
+inline std::string Canonique(const Balise& b) {
+  std::string s = "<" + Hexa(b.Nom());
+  for (const Balise::Attribut& a : b.Attributs()) s += " " + Hexa(a.nom) + "=" + Hexa(a.valeur);
+  s += ">T" + Hexa(b.Texte());
+  for (const Balise& e : b.Enfants()) s += Canonique(e);
+  return s + "</>Q" + Hexa(b.Queue());
+}
+
+inline void EcrisOctets(const std::filesystem::path& chemin, const std::string& octets) {
+  std::ofstream(chemin, std::ios::binary) << octets;
+}
+
+// One line per file: the canonical tree, or "REFUSE".
+inline std::vector<std::string> LisAvecExpat(const std::vector<std::filesystem::path>& fichiers) {
+  std::string commande = std::string(OUTILS_SOCLE_PYTHON3) + " " + OUTILS_SOCLE_SOURCES_TESTS "/xml/arbre_expat.py";
+  for (const auto& f : fichiers) commande += " '" + f.string() + "'";
+  std::vector<std::string> lignes;
+  FILE* flux = popen(commande.c_str(), "r");
+  if (flux == nullptr) return lignes;
+  std::string ligne;
+  for (int c; (c = std::fgetc(flux)) != EOF;) {
+    if (c == '\n') {
+      lignes.push_back(ligne);
+      ligne.clear();
+    } else {
+      ligne += static_cast<char>(c);
+    }
+  }
+  pclose(flux);
+  return lignes;
+}
+
+}  // namespace sdd::tests_xml

@@ -1,0 +1,353 @@
+#include <gtest/gtest.h>
+
+#include <outils_socle/texte/ChaineN.h>
+#include <outils_socle/xml/ParseurXML.h>
+
+#include <chrono>
+#include <filesystem>
+#include <stdexcept>
+
+#include "commun/Exceptions.h"
+#include "xml/Arbres.h"
+
+namespace fs = std::filesystem;
+using sdd::Balise;
+using sdd::ErreurXML;
+using sdd::OptionsParseurXML;
+using sdd::ParseurXML;
+using sdd::tests_xml::Canonique;
+
+namespace {
+
+class Dossier {
+ public:
+  Dossier() : chemin_(fs::temp_directory_path() / ("xml_" + std::to_string(::getpid()) + "_" + std::to_string(n_++))) {
+    fs::create_directories(chemin_);
+  }
+  ~Dossier() { fs::remove_all(chemin_); }
+  fs::path operator/(const std::string& nom) const { return chemin_ / nom; }
+
+ private:
+  static inline int n_ = 0;
+  fs::path chemin_;
+};
+
+std::string Utf16(const std::u16string& texte, bool grandBoutiste) {
+  std::string octets = grandBoutiste ? std::string("\xFE\xFF", 2) : std::string("\xFF\xFE", 2);
+  for (const char16_t u : texte) {
+    const char fort = static_cast<char>(u >> 8), faible = static_cast<char>(u & 0xFF);
+    octets += grandBoutiste ? fort : faible;
+    octets += grandBoutiste ? faible : fort;
+  }
+  return octets;
+}
+
+// Every construct of the language, in every input encoding: our tree must be expat's tree.
+const std::vector<std::string>& DocumentsDeReference() {
+  static const std::vector<std::string> documents = {
+      // Declaration, comments and processing instructions (outside the tree), predefined and
+      // character references in text and attributes, CDATA, empty tags, tails.
+      "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<!-- avant -->\n<r a=\"1\" b='deux &amp; &lt;trois&gt; \"x\"'"
+      " c=\"&#233;t&#xE9;\">texte<![CDATA[<pas une balise> & ]]>suite<?pi données?><e/>queue<!-- c -->fin"
+      "<vide></vide></r>\n<?fin?>\n",
+      // Namespaces: prefixes kept, declarations as attributes.
+      "<x:r xmlns:x=\"urn:x\" xmlns=\"urn:d\" x:a=\"1\"><x:e>t</x:e><e b=\"2\"/></x:r>",
+      // Internal entities, with markup inside, in text and attributes.
+      "<!DOCTYPE r [<!ENTITY nom \"valeur &#38;#38; suite\"><!ENTITY bloc \"<b>gras</b> et fin\">]>"
+      "<r v=\"&nom;\">&nom;-&bloc;!</r>",
+      // Line ends: CR LF and CR become LF; in attributes tab, CR and LF become spaces, and
+      // character references keep them.
+      "<r>\r\n  a\rb\n<e a=\"x\ty\nz\r\n\" b=\"&#9;&#10;&#13;\"/>\t</r>",
+      // Beyond ASCII, in names too, and beyond the BMP.
+      "<r é=\"ŒŸ€\">\xF0\x9D\x84\x9E ½<çà/></r>",
+      // The byte-order mark of UTF-8.
+      "\xEF\xBB\xBF<r>avec BOM</r>",
+      // UTF-16 both ways, with their marks.
+      Utf16(u"<?xml version=\"1.0\" encoding=\"UTF-16\"?><r a=\"é\">œ \U0001D11E</r>", false),
+      Utf16(u"<?xml version=\"1.0\" encoding=\"UTF-16\"?><r a=\"é\">œ \U0001D11E</r>", true),
+      // Latin-9 (€ at A4, œ at BD, Ÿ at BE) and Latin-1 as declared.
+      "<?xml version=\"1.0\" encoding=\"ISO-8859-15\"?><r a=\"\xA4\">\xBD\xBE\xE9</r>",
+      "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?><r a=\"\xA4\">\xBD\xBE\xE9</r>",
+      // Deep mixed content with whitespace everywhere.
+      "<a>\n <b>1<c/>2<d>3</d>4</b>\n <b/> x </a>",
+  };
+  return documents;
+}
+
+}  // namespace
+
+TEST(ParseurXML, ChaqueConstructionCommeExpat) {
+  Dossier dossier;
+  std::vector<fs::path> fichiers;
+  const auto& documents = DocumentsDeReference();
+  for (std::size_t i = 0; i < documents.size(); ++i) {
+    fichiers.push_back(dossier / ("d" + std::to_string(i) + ".xml"));
+    sdd::tests_xml::EcrisOctets(fichiers.back(), documents[i]);
+  }
+  const std::vector<std::string> attendus = sdd::tests_xml::LisAvecExpat(fichiers);
+  ASSERT_EQ(attendus.size(), documents.size());
+  ParseurXML parseur;
+  for (std::size_t i = 0; i < documents.size(); ++i) {
+    SCOPED_TRACE(i);
+    ASSERT_NE(attendus[i], "REFUSE");
+    EXPECT_EQ(Canonique(parseur.LisTexte(documents[i])), attendus[i]);
+    EXPECT_EQ(Canonique(parseur.LisFichier(fichiers[i].string())), attendus[i]);
+  }
+  // Spot checks that say what the canonical forms mean.
+  const Balise r = parseur.LisTexte(documents[0]);
+  EXPECT_EQ(r.DonneAttribut("b"), "deux & <trois> \"x\"");
+  EXPECT_EQ(r.DonneAttribut("c"), "été");
+  EXPECT_EQ(r.Texte(), "texte<pas une balise> & suite");
+  EXPECT_EQ(r.Enfant("e")->Queue(), "queuefin");
+  EXPECT_EQ(parseur.LisTexte(documents[8]).Texte(), "œŸé");
+  EXPECT_EQ(parseur.LisTexte(documents[9]).Texte(), "½¾é");
+  EXPECT_EQ(parseur.LisTexte(documents[3]).Enfant("e")->DonneAttribut("a"), "x y z ");
+}
+
+TEST(ParseurXML, DocumentsMalFormesRefusesCommeParExpat) {
+  const std::vector<std::string> documents = {
+      "",
+      "<r>",
+      "<r></s>",
+      "<r a=\"1\" a=\"2\"/>",
+      "<r a=1/>",
+      "<r>&inconnue;</r>",
+      "<r>&#0;</r>",
+      "<r>\x01</r>",
+      "<r/><s/>",
+      "texte<r/>",
+      "<r><!-- a -- b --></r>",
+      "<r>]]></r>",
+      "<1r/>",
+      "<r>\xC3\x28</r>",  // invalid UTF-8
+      "<p:r/>",           // undeclared prefix
+      "<?xml version=\"1.0\" encoding=\"UTF-8\"?><?xml version=\"1.0\"?><r/>",
+  };
+  Dossier dossier;
+  std::vector<fs::path> fichiers;
+  for (std::size_t i = 0; i < documents.size(); ++i) {
+    fichiers.push_back(dossier / ("m" + std::to_string(i) + ".xml"));
+    sdd::tests_xml::EcrisOctets(fichiers.back(), documents[i]);
+  }
+  const std::vector<std::string> expat = sdd::tests_xml::LisAvecExpat(fichiers);
+  ASSERT_EQ(expat.size(), documents.size());
+  for (std::size_t i = 0; i < documents.size(); ++i) {
+    SCOPED_TRACE(documents[i]);
+    // expat without namespace processing accepts the undeclared prefix; we do not.
+    if (documents[i] != "<p:r/>") {
+      EXPECT_EQ(expat[i], "REFUSE");
+    }
+    EXPECT_THROW(ParseurXML().LisTexte(documents[i]), ErreurXML);
+  }
+}
+
+TEST(ParseurXML, LErreurDitOu) {
+  try {
+    ParseurXML().LisTexte("<r>\n  <a>\n    <b/>\n</r>");
+    FAIL();
+  } catch (const ErreurXML& e) {
+    EXPECT_EQ(e.Ligne(), 4);
+    EXPECT_GT(e.Colonne(), 0);
+    EXPECT_NE(e.Quoi().find("mismatch"), std::string::npos) << e.Quoi();
+    EXPECT_EQ(e.Explication().DonneStdString().rfind("XML : ligne 4, colonne ", 0), 0u);
+  }
+  EXPECT_SDD_THROW(ParseurXML().LisFichier("/nulle/part.xml"), sdd::exceptions::OuvertureEchouee,
+                   "Ouverture échouée", "/nulle/part.xml : No such file or directory");
+  EXPECT_THROW(ParseurXML().LisFichier(fs::temp_directory_path().string()), sdd::exceptions::OuvertureEchouee);
+}
+
+TEST(ParseurXML, ChaineDejaDecodeeIgnoreLaDeclaration) {
+  const std::u16string texte = u"<?xml version=\"1.0\" encoding=\"ISO-8859-15\"?><r a=\"€\">œ\U0001D11E</r>";
+  const Balise attendu = ParseurXML().LisTexte("<r a=\"€\">œ\xF0\x9D\x84\x9E</r>");
+  EXPECT_EQ(ParseurXML().LisChaine(sdd::ChaineN(texte.c_str())), attendu);
+  EXPECT_EQ(ParseurXML().LisChaine(UniChaine(texte)), attendu);
+}
+
+TEST(ParseurXML, EspacesDeMiseEnPage) {
+  const std::string document = "<a>\n  <b> garde </b>\n  <c>\n    <d/>\n  </c>\n  <e>  </e>\n</a>";
+  OptionsParseurXML options;
+  options.ignoreEspacesDeMiseEnPage = true;
+  const Balise a = ParseurXML(options).LisTexte(document);
+  EXPECT_EQ(a.Texte(), "");
+  EXPECT_EQ(a.Enfant("b")->Texte(), " garde ");
+  EXPECT_EQ(a.Enfant("b")->Queue(), "");
+  EXPECT_EQ(a.Enfant("c")->Texte(), "");
+  EXPECT_EQ(a.Enfant("e")->Texte(), "  ");  // a leaf keeps its text
+  EXPECT_EQ(a.TexteComplet(), " garde   ");
+  EXPECT_EQ(ParseurXML().LisTexte(document).Texte(), "\n  ");
+}
+
+namespace {
+
+class Journal final : public sdd::EcouteurXML {
+ public:
+  void Debut(std::string_view nom, const std::vector<Balise::Attribut>& attributs) override {
+    evenements += "D" + std::string(nom);
+    for (const auto& a : attributs) evenements += " " + a.nom + "=" + a.valeur;
+    evenements += ";";
+  }
+  void Texte(std::string_view texte) override { evenements += "T" + std::string(texte) + ";"; }
+  void Fin(std::string_view nom) override { evenements += "F" + std::string(nom) + ";"; }
+  void Commentaire(std::string_view texte) override { evenements += "C" + std::string(texte) + ";"; }
+  void Instruction(std::string_view cible, std::string_view donnees) override {
+    evenements += "I" + std::string(cible) + "," + std::string(donnees) + ";";
+  }
+  std::string evenements;
+};
+
+class Lanceur final : public sdd::EcouteurXML {
+ public:
+  void Fin(std::string_view nom) override {
+    if (nom == "stop") throw std::runtime_error("arrêt demandé");
+    ++fins;
+  }
+  int fins = 0;
+};
+
+}  // namespace
+
+TEST(ParseurXML, ModeFluxDansLOrdreDuDocument) {
+  const std::string document = "<?p x?><!--a--><r k=\"v\">t<![CDATA[c]]><e/><!--b--><?q y?></r>";
+  Journal journal;
+  ParseurXML().AnalyseMemoire(document.data(), document.size(), journal);
+  EXPECT_EQ(journal.evenements, "Ip,x;Ca;Dr k=v;Tt;Tc;De;Fe;Cb;Iq,y;Fr;");
+
+  // A listener's exception ends the parse and comes out as it was thrown.
+  Lanceur lanceur;
+  const std::string arret = "<r><a/><stop/><b/><c/></r>";
+  EXPECT_THROW(ParseurXML().AnalyseMemoire(arret.data(), arret.size(), lanceur), std::runtime_error);
+  EXPECT_EQ(lanceur.fins, 1);
+}
+
+TEST(ParseurXML, GrosFichierEnFluxParMorceaux) {
+  // Several read chunks and several parse chunks, with text cut across them.
+  Dossier dossier;
+  std::string document = "<liste>";
+  for (int i = 0; i < 60000; ++i) document += "<mot n=\"" + std::to_string(i) + "\">élément numéro " + std::to_string(i) + "</mot>";
+  document += "</liste>";
+  sdd::tests_xml::EcrisOctets(dossier / "gros.xml", document);
+  struct Compteur final : sdd::EcouteurXML {
+    void Debut(std::string_view, const std::vector<Balise::Attribut>& a) override {
+      if (!a.empty()) somme += std::stoll(a[0].valeur);
+    }
+    void Texte(std::string_view t) override { octets += t.size(); }
+    long long somme = 0;
+    std::size_t octets = 0;
+  } compteur;
+  ParseurXML().AnalyseFichier((dossier / "gros.xml").string(), compteur);
+  EXPECT_EQ(compteur.somme, 60000LL * 59999 / 2);
+  const Balise liste = ParseurXML().LisFichier((dossier / "gros.xml").string());
+  ASSERT_EQ(liste.NombreEnfants(), 60000u);
+  EXPECT_EQ(liste.Enfants().back().Texte(), "élément numéro 59999");
+  EXPECT_EQ(compteur.octets, liste.TexteComplet().size());
+}
+
+// ---- Hostile documents: each is refused, quickly, without reading anything it names.
+
+namespace {
+
+std::string MessageDe(const std::string& document, const OptionsParseurXML& options = {}) {
+  const auto debut = std::chrono::steady_clock::now();
+  try {
+    ParseurXML(options).LisTexte(document);
+  } catch (const ErreurXML& e) {
+    EXPECT_LT(std::chrono::steady_clock::now() - debut, std::chrono::seconds(5));
+    return e.Quoi();
+  }
+  ADD_FAILURE() << "accepté : " << document.substr(0, 200);
+  return {};
+}
+
+std::string Imbrication(int n) {
+  std::string s;
+  for (int i = 0; i < n; ++i) s += "<a>";
+  for (int i = 0; i < n; ++i) s += "</a>";
+  return s;
+}
+
+}  // namespace
+
+TEST(ParseurXMLAttaques, BombesDEntites) {
+  // "Billion laughs": 10^9 copies of "lol" from a few hundred bytes.
+  std::string rires = "<!DOCTYPE r [<!ENTITY l0 \"lol\">";
+  for (int i = 1; i <= 9; ++i) {
+    rires += "<!ENTITY l" + std::to_string(i) + " \"";
+    for (int k = 0; k < 10; ++k) rires += "&l" + std::to_string(i - 1) + ";";
+    rires += "\">";
+  }
+  rires += "]><r>&l9;</r>";
+  EXPECT_FALSE(MessageDe(rires).empty());
+  // Even with libxml2's own fixed limits lifted (a deeper nesting allowed).
+  OptionsParseurXML larges;
+  larges.profondeurMax = 1000;
+  EXPECT_FALSE(MessageDe(rires, larges).empty());
+
+  // The same shape expanding to nothing: 10^9 references and no text to count.
+  std::string vides = rires;
+  vides.replace(vides.find("\"lol\""), 5, "\"\"");
+  EXPECT_FALSE(MessageDe(vides).empty());
+  EXPECT_FALSE(MessageDe(vides, larges).empty());
+
+  // Quadratic blow-up: one flat 40 KB entity used 3,000 times, no nesting to detect.
+  std::string quadratique = "<!DOCTYPE r [<!ENTITY e \"" + std::string(40000, 'x') + "\">]><r>";
+  for (int i = 0; i < 3000; ++i) quadratique += "&e;";
+  quadratique += "</r>";
+  EXPECT_FALSE(MessageDe(quadratique).empty());
+  EXPECT_FALSE(MessageDe(quadratique, larges).empty());
+
+  // Within the budget, entities are expanded normally.
+  std::string modere = "<!DOCTYPE r [<!ENTITY e \"" + std::string(1000, 'x') + "\">]><r>";
+  for (int i = 0; i < 50; ++i) modere += "&e;";
+  EXPECT_EQ(ParseurXML().LisTexte(modere + "</r>").Texte().size(), 50000u);
+}
+
+TEST(ParseurXMLAttaques, RienNEstLuParceQuUnDocumentLeNomme) {
+  Dossier dossier;
+  sdd::tests_xml::EcrisOctets(dossier / "secret.txt", "secret");
+  sdd::tests_xml::EcrisOctets(dossier / "secret.dtd", "<!ENTITY x \"secret\">");
+  const std::string secret = "file://" + (dossier / "secret.txt").string();
+  const std::string dtd = (dossier / "secret.dtd").string();
+
+  EXPECT_NE(MessageDe("<!DOCTYPE r [<!ENTITY s SYSTEM \"" + secret + "\">]><r>&s;</r>").find("entité externe refusée : s"),
+            std::string::npos);
+  EXPECT_NE(MessageDe("<!DOCTYPE r [<!ENTITY s PUBLIC \"-//x\" \"http://exemple.invalid/x\">]><r>&s;</r>")
+                .find("entité externe refusée"),
+            std::string::npos);
+  EXPECT_NE(MessageDe("<!DOCTYPE r [<!ENTITY % p SYSTEM \"" + secret + "\"> %p;]><r/>").find("refusée"),
+            std::string::npos);
+  EXPECT_NE(MessageDe("<!DOCTYPE r [<!ENTITY % p \"<!ENTITY q 'x'>\"> %p;]><r/>").find("entité paramètre refusée"),
+            std::string::npos);
+  EXPECT_NE(MessageDe("<!DOCTYPE r [<!NOTATION n SYSTEM \"n\"><!ENTITY u SYSTEM \"" + secret + "\" NDATA n>]><r/>")
+                .find("entité externe refusée : u"),
+            std::string::npos);
+  // The external DTD is not loaded: what it declares stays undeclared, and using it is an
+  // error rather than a silent gap.
+  EXPECT_EQ(ParseurXML().LisTexte("<!DOCTYPE r SYSTEM \"" + dtd + "\"><r>ok</r>").Texte(), "ok");
+  EXPECT_FALSE(MessageDe("<!DOCTYPE r SYSTEM \"" + dtd + "\"><r>&x;</r>").empty());
+  EXPECT_FALSE(MessageDe("<!DOCTYPE r SYSTEM \"" + dtd + "\" [<!ELEMENT r ANY>]><r>&x;</r>").empty());
+  // XInclude is not processed: the element stays an element.
+  const Balise inclusion = ParseurXML().LisTexte("<r xmlns:xi=\"http://www.w3.org/2001/XInclude\"><xi:include href=\"" +
+                                                 secret + "\" parse=\"text\"/></r>");
+  EXPECT_EQ(inclusion.TexteComplet(), "");
+}
+
+TEST(ParseurXMLAttaques, ImbricationEtTailles) {
+  EXPECT_NO_THROW(ParseurXML().LisTexte(Imbrication(256)));
+  EXPECT_NE(MessageDe(Imbrication(257)).find("256 niveaux"), std::string::npos);
+  EXPECT_FALSE(MessageDe(Imbrication(200000)).empty());
+  OptionsParseurXML profond;
+  profond.profondeurMax = 1000;
+  EXPECT_NO_THROW(ParseurXML(profond).LisTexte(Imbrication(1000)));
+  EXPECT_NE(MessageDe(Imbrication(1001), profond).find("1000 niveaux"), std::string::npos);
+
+  const std::string gros = "<r a=\"" + std::string(std::size_t{2} << 20, 'v') + "\"/>";
+  EXPECT_NE(MessageDe(gros).find("valeur d’attribut"), std::string::npos);
+  OptionsParseurXML larges;
+  larges.tailleMaxAttribut = std::size_t{4} << 20;
+  EXPECT_EQ(ParseurXML(larges).LisTexte(gros).DonneAttribut("a").size(), std::size_t{2} << 20);
+
+  std::string nombreux = "<r";
+  for (int i = 0; i < 1025; ++i) nombreux += " a" + std::to_string(i) + "=\"\"";
+  EXPECT_NE(MessageDe(nombreux + "/>").find("1024 attributs"), std::string::npos);
+  EXPECT_FALSE(MessageDe("<" + std::string(std::size_t{2} << 20, 'n') + "/>").empty());
+}
