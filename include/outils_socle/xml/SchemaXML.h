@@ -52,6 +52,7 @@ struct ErreurValidationXML {
   int ligne = 0;       // in the validated text, from 1; 0 when libxml2 cannot say
   std::string chemin;  // the element, as an XPath from the root: "/reglages/affichage/theme"
   std::string message;
+  friend bool operator==(const ErreurValidationXML&, const ErreurValidationXML&) = default;
 };
 
 class OUTILS_SOCLE_EXPORT SchemaXML {
