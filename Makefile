@@ -69,6 +69,7 @@ bench: build
 	./build/bench/bench_automates
 	./build/bench/bench_echelle
 	./build/bench/bench_journaux
+	./build/bench/bench_xml
 	./build/bench/bench_synchro
 	./build/bench/bench_corrections
 

@@ -5,6 +5,7 @@
 # did it is left in <build>/fuzz-artefacts/<target>/ (docs/fuzzing.md says what to do with it).
 set -euo pipefail
 construction=$(cd "${1:?usage: fuzz.sh BUILD [DUREE]}" && pwd)
+sources=$(cd "$(dirname "$0")/.." && pwd)
 duree=${2:-5}
 cd "$construction"
 rm -rf fuzz-graines
@@ -18,7 +19,10 @@ for programme in fuzz/fuzz_*; do
   mkdir -p "fuzz-corpus/$cible" "fuzz-artefacts/$cible"
   journal="fuzz-journaux/$cible.log"
   resultat=ok
-  if ! "$programme" "fuzz-corpus/$cible" "fuzz-graines/$cible" -max_total_time="$duree" -timeout=1 \
+  # A target may come with a dictionary of its format's tokens.
+  dictionnaire=()
+  [ -f "$sources/fuzz/$cible.dict" ] && dictionnaire=(-dict="$sources/fuzz/$cible.dict")
+  if ! "$programme" "${dictionnaire[@]}" "fuzz-corpus/$cible" "fuzz-graines/$cible" -max_total_time="$duree" -timeout=1 \
       -rss_limit_mb=2048 -malloc_limit_mb=512 -print_final_stats=1 \
       -artifact_prefix="fuzz-artefacts/$cible/" >"$journal" 2>&1; then
     resultat="FAUTE : $construction/$journal"

@@ -3,7 +3,10 @@
 #include <libxml/SAX2.h>
 #include <libxml/parser.h>
 #include <libxml/parserInternals.h>
+#include <libxml/xmlerror.h>
 
+#include <cstdarg>
+#include <cstdio>
 #include <cstring>
 #include <exception>
 #include <mutex>
@@ -75,13 +78,14 @@ bool Consomme(void* ctx, Etat& e, std::size_t n) {
 
 std::string_view Vue(const xmlChar* s) { return std::string_view(reinterpret_cast<const char*>(s)); }
 
-void NomQualifie(std::string& sortie, const xmlChar* prefixe, const xmlChar* local) {
-  sortie.clear();
-  if (prefixe != nullptr) {
-    sortie += Vue(prefixe);
-    sortie += ':';
-  }
-  sortie += Vue(local);
+// The name as written: the local name itself when there is no prefix (no copy), else
+// "prefix:local" built in `tampon`.
+std::string_view NomQualifie(std::string& tampon, const xmlChar* prefixe, const xmlChar* local) {
+  if (prefixe == nullptr) return Vue(local);
+  tampon.assign(Vue(prefixe));
+  tampon += ':';
+  tampon += Vue(local);
+  return tampon;
 }
 
 void DebutElement(void* ctx, const xmlChar* local, const xmlChar* prefixe, const xmlChar* /*uri*/,
@@ -94,9 +98,9 @@ void DebutElement(void* ctx, const xmlChar* local, const xmlChar* prefixe, const
     if (static_cast<std::size_t>(nbAttributs) + static_cast<std::size_t>(nbEspaces) > e.options.attributsMax) {
       return Refuse(ctx, "plus de " + std::to_string(e.options.attributsMax) + " attributs sur une balise");
     }
-    NomQualifie(e.nom, prefixe, local);
-    if (e.nom.size() > e.options.tailleMaxAttribut) return Refuse(ctx, "nom de balise trop long");
-    std::size_t taille = e.nom.size();
+    const std::string_view nom = NomQualifie(e.nom, prefixe, local);
+    if (nom.size() > e.options.tailleMaxAttribut) return Refuse(ctx, "nom de balise trop long");
+    std::size_t taille = nom.size();
     e.attributs.clear();
     // Namespace declarations first: libxml2 reports them apart from the other attributes.
     for (int i = 0; i < nbEspaces; ++i) {
@@ -115,21 +119,24 @@ void DebutElement(void* ctx, const xmlChar* local, const xmlChar* prefixe, const
                                std::to_string(e.options.tailleMaxAttribut));
       }
       Balise::Attribut attribut;
-      NomQualifie(attribut.nom, a[1], a[0]);
+      if (a[1] == nullptr) {
+        attribut.nom.assign(Vue(a[0]));
+      } else {
+        NomQualifie(attribut.nom, a[1], a[0]);
+      }
       attribut.valeur.assign(reinterpret_cast<const char*>(a[3]), n);
       taille += attribut.nom.size() + n;
       e.attributs.push_back(std::move(attribut));
     }
     if (!Consomme(ctx, e, taille)) return;
-    e.recepteur.Debut(e.nom, e.attributs);
+    e.recepteur.Debut(nom, e.attributs);
   });
 }
 
 void FinElement(void* ctx, const xmlChar* local, const xmlChar* prefixe, const xmlChar* /*uri*/) {
   Garde(ctx, [&](Etat& e) {
     --e.profondeur;
-    NomQualifie(e.nom, prefixe, local);
-    e.recepteur.Fin(e.nom);
+    e.recepteur.Fin(NomQualifie(e.nom, prefixe, local));
   });
 }
 
@@ -250,6 +257,27 @@ struct LibereContexte {
 
 }  // namespace
 
+CaptureMessagesLibxml::CaptureMessagesLibxml()
+    : ancienContexte_(xmlGenericErrorContext), ancienneFonction_(xmlGenericError) {
+  xmlSetGenericErrorFunc(this, &CaptureMessagesLibxml::Recoit);
+}
+
+CaptureMessagesLibxml::~CaptureMessagesLibxml() { xmlSetGenericErrorFunc(ancienContexte_, ancienneFonction_); }
+
+// libxml2 sends one message in several calls (a prefix, then the text); a line end ends it.
+void CaptureMessagesLibxml::Recoit(void* ctx, const char* format, ...) {
+  auto* capture = static_cast<CaptureMessagesLibxml*>(ctx);
+  char tampon[512];
+  va_list arguments;
+  va_start(arguments, format);
+  std::vsnprintf(tampon, sizeof tampon, format, arguments);
+  va_end(arguments);
+  if (!capture->premier_.empty()) return;
+  capture->courant_ += tampon;
+  const std::size_t fin = capture->courant_.find('\n');
+  if (fin != std::string::npos) capture->premier_ = capture->courant_.substr(0, fin);
+}
+
 void InitialiseLibxml() {
   static std::once_flag fait;
   std::call_once(fait, [] { xmlInitParser(); });
@@ -257,6 +285,7 @@ void InitialiseLibxml() {
 
 void Analyse(SourceOctets& source, const OptionsParseurXML& options, Recepteur& recepteur, bool dejaDecode) {
   InitialiseLibxml();
+  CaptureMessagesLibxml messages;
   const uint64_t taille = source.Taille();
   const uint64_t facteur = options.facteurExpansionMax;
   Etat etat(options, recepteur,
@@ -293,7 +322,8 @@ void Analyse(SourceOctets& source, const OptionsParseurXML& options, Recepteur& 
   if (etat.exceptionRecepteur != nullptr) std::rethrow_exception(etat.exceptionRecepteur);
   if (etat.erreur) throw *etat.erreur;
   if (!ctxt->wellFormed || etat.profondeur != 0) {
-    throw ErreurXML(xmlSAX2GetLineNumber(ctxt), xmlSAX2GetColumnNumber(ctxt), "document XML mal formé");
+    throw ErreurXML(xmlSAX2GetLineNumber(ctxt), xmlSAX2GetColumnNumber(ctxt),
+                    messages.Premier().empty() ? std::string("document XML mal formé") : messages.Premier());
   }
 }
 

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -40,5 +41,25 @@ void Analyse(SourceOctets& source, const OptionsParseurXML& options, Recepteur& 
 
 // Initialises libxml2 once per process (thread-safe).
 void InitialiseLibxml();
+
+// While alive, libxml2's messages that reach no parser context (encoding conversion failures,
+// for one) are kept here instead of being printed on the process's standard error. libxml2 keeps
+// that handler per thread; the previous one is put back at the end.
+class CaptureMessagesLibxml {
+ public:
+  CaptureMessagesLibxml();
+  ~CaptureMessagesLibxml();
+  CaptureMessagesLibxml(const CaptureMessagesLibxml&) = delete;
+  CaptureMessagesLibxml& operator=(const CaptureMessagesLibxml&) = delete;
+  // The first message, without its line end; empty when none came.
+  const std::string& Premier() const { return premier_; }
+
+ private:
+  static void Recoit(void* ctx, const char* format, ...);
+  std::string premier_;
+  std::string courant_;
+  void* ancienContexte_;
+  void (*ancienneFonction_)(void*, const char*, ...);
+};
 
 }  // namespace sdd::xml

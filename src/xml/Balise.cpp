@@ -15,7 +15,12 @@ bool EstDeclaration(std::string_view nom) { return nom == "xmlns" || nom.starts_
 
 Balise::Balise(std::string nom, std::vector<Attribut> attributs)
     : nom_(std::move(nom)), attributs_(std::move(attributs)) {
-  std::stable_partition(attributs_.begin(), attributs_.end(), [](const Attribut& a) { return EstDeclaration(a.nom); });
+  const auto declaration = [](const Attribut& a) { return EstDeclaration(a.nom); };
+  // The parser gives them in this order already; only a caller's list may need the (allocating)
+  // stable partition.
+  if (!std::is_partitioned(attributs_.begin(), attributs_.end(), declaration)) {
+    std::stable_partition(attributs_.begin(), attributs_.end(), declaration);
+  }
 }
 
 namespace {

@@ -86,6 +86,7 @@ SchemaXML SchemaXML::LisTexte(std::string_view texte) {
   // so libxml2's schema reader below never meets one.
   auto rep = std::make_unique<_Rep>(ParseurXML().LisTexte(texte));
   xml::InitialiseLibxml();
+  xml::CaptureMessagesLibxml messages;
   std::string premiere;
   xmlSchemaParserCtxtPtr ctxt = xmlSchemaNewMemParserCtxt(texte.data(), static_cast<int>(texte.size()));
   if (ctxt == nullptr) throw exceptions::MemoireInsuffisante("contexte de lecture de schéma");
@@ -129,6 +130,7 @@ std::vector<ErreurValidationXML> SchemaXML::Valide(std::string_view document) co
   // below only ever sees a document it may read in full.
   ParseurXML().LisTexte(document);
   xml::InitialiseLibxml();
+  xml::CaptureMessagesLibxml messages;
   xmlParserCtxtPtr ctxt = xmlNewParserCtxt();
   if (ctxt == nullptr) throw exceptions::MemoireInsuffisante("contexte d’analyse XML");
   ctxt->sax->serror = Silence;

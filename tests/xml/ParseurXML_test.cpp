@@ -156,6 +156,15 @@ TEST(ParseurXML, LErreurDitOu) {
   EXPECT_THROW(ParseurXML().LisFichier(fs::temp_directory_path().string()), sdd::exceptions::OuvertureEchouee);
 }
 
+TEST(ParseurXML, ErreurDeCodageSansRienEcrireSurLaSortieDErreur) {
+  // UTF-16 with a lone high surrogate: libxml2 reports the conversion failure outside any parser
+  // context, on standard error unless told otherwise.
+  const std::string document("\xFF\xFE<\0r\0>\0\x00\xD8<\0/\0r\0>\0", 18);
+  testing::internal::CaptureStderr();
+  EXPECT_THROW(ParseurXML().LisTexte(document), ErreurXML);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
 TEST(ParseurXML, ChaineDejaDecodeeIgnoreLaDeclaration) {
   const std::u16string texte = u"<?xml version=\"1.0\" encoding=\"ISO-8859-15\"?><r a=\"€\">œ\U0001D11E</r>";
   const Balise attendu = ParseurXML().LisTexte("<r a=\"€\">œ\xF0\x9D\x84\x9E</r>");
