@@ -22,14 +22,16 @@ namespace {
 
 const std::string& Document() {
   static const std::string document = [] {
-    const char* const mots[] = {"maison", "été", "cœur", "forêt", "élève", "noël", "garçon", "ça", "Œuvre", "déjà"};
+    const char* const mots[] = {"maison", "été",    "cœur", "forêt", "élève",
+                                "noël",   "garçon", "ça",   "Œuvre", "déjà"};
     std::mt19937 alea(1);
     std::string d = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<lexique version=\"3\">\n";
     for (int n = 1; d.size() < 30'000'000; ++n) {
       const std::string m = std::string(mots[alea() % 10]) + std::to_string(n);
-      d += "  <entree no=\"" + std::to_string(n) + "\" forme=\"" + m + "\" categorie=\"nom\">\n    <definition>Une " + m +
-           " &amp; ses &lt;variantes&gt; près de la " + mots[alea() % 10] + ".</definition>\n    <freq>" +
-           std::to_string(alea() % 100000) + "</freq>\n  </entree>\n";
+      d += "  <entree no=\"" + std::to_string(n) + "\" forme=\"" + m +
+           "\" categorie=\"nom\">\n    <definition>Une " + m + " &amp; ses &lt;variantes&gt; près de la " +
+           mots[alea() % 10] + ".</definition>\n    <freq>" + std::to_string(alea() % 100000) +
+           "</freq>\n  </entree>\n";
     }
     return d + "</lexique>\n";
   }();
@@ -82,7 +84,8 @@ void BM_Flux_OutilsSocle(benchmark::State& etat) {
 }
 BENCHMARK(BM_Flux_OutilsSocle)->Unit(benchmark::kMillisecond);
 
-void Rien(void*, const xmlChar*, const xmlChar*, const xmlChar*, int, const xmlChar**, int, int, const xmlChar**) {}
+void Rien(void*, const xmlChar*, const xmlChar*, const xmlChar*, int, const xmlChar**, int, int,
+          const xmlChar**) {}
 void RienFin(void*, const xmlChar*, const xmlChar*, const xmlChar*) {}
 void RienTexte(void*, const xmlChar*, int) {}
 

@@ -190,7 +190,8 @@ int main(int argc, char** argv) {
         "<?pi d?><e/>q&#233;&#x1D11E;</r>",
         "<x:r xmlns:x=\"urn:x\" xmlns=\"urn:d\" x:a=\"1\"><x:e>t</x:e><e b=\"2\"/></x:r>",
         "<!DOCTYPE r [<!ENTITY n \"v&#38;#38;\"><!ENTITY b \"<b>g</b>\">]><r v=\"&n;\">&n;&b;</r>",
-        "<!DOCTYPE r [<!ENTITY a \"&b;&b;&b;&b;\"><!ENTITY b \"&c;&c;&c;&c;\"><!ENTITY c \"xyz\">]><r>&a;&a;</r>",
+        "<!DOCTYPE r [<!ENTITY a \"&b;&b;&b;&b;\"><!ENTITY b \"&c;&c;&c;&c;\"><!ENTITY c "
+        "\"xyz\">]><r>&a;&a;</r>",
         "<!DOCTYPE r [<!ENTITY s SYSTEM \"file:///etc/passwd\">]><r>&s;</r>",
         "<a><a><a><a><a><a><a><a><a><a><a><a><a><a></a></a></a></a></a></a></a></a></a></a></a></a></a></a>",
         "<?xml version=\"1.0\" encoding=\"ISO-8859-15\"?><r a=\"\xA4\">\xBD\r\n\t</r>",
@@ -203,14 +204,16 @@ int main(int argc, char** argv) {
     }
     const char* const kSchema =
         "<xs:schema xmlns:xs=\"http://www.w3.org/2001/XMLSchema\"><xs:element name=\"r\"><xs:complexType "
-        "mixed=\"true\"><xs:sequence maxOccurs=\"2\"><xs:element ref=\"e\"/><xs:choice><xs:element name=\"a\" "
+        "mixed=\"true\"><xs:sequence maxOccurs=\"2\"><xs:element ref=\"e\"/><xs:choice><xs:element "
+        "name=\"a\" "
         "type=\"T\"/><xs:group ref=\"G\"/></xs:choice></xs:sequence><xs:attributeGroup ref=\"A\"/>"
         "</xs:complexType></xs:element><xs:element name=\"e\" type=\"xs:string\"/><xs:group name=\"G\">"
         "<xs:sequence><xs:element name=\"g\" type=\"C\"/></xs:sequence></xs:group><xs:attributeGroup "
         "name=\"A\"><xs:attribute name=\"x\" default=\"1\"/></xs:attributeGroup><xs:simpleType name=\"T\">"
         "<xs:restriction base=\"xs:string\"><xs:enumeration value=\"u\"/></xs:restriction></xs:simpleType>"
         "<xs:complexType name=\"B\"><xs:sequence><xs:element name=\"b\" minOccurs=\"0\"/></xs:sequence>"
-        "</xs:complexType><xs:complexType name=\"C\"><xs:complexContent><xs:extension base=\"B\"><xs:sequence>"
+        "</xs:complexType><xs:complexType name=\"C\"><xs:complexContent><xs:extension "
+        "base=\"B\"><xs:sequence>"
         "<xs:element name=\"c\" type=\"C\" minOccurs=\"0\"/></xs:sequence></xs:extension></xs:complexContent>"
         "</xs:complexType></xs:schema>";
     Ecris(racine / "xml", "schema", Prefixe(0x40, Texte(kSchema)));

@@ -58,7 +58,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* donnees, size_t taille) {
   fuzz::Essaie([&] { parseur.AnalyseMemoire(texte.data(), texte.size(), muet); });
   fuzz::Essaie([&] {
     const sdd::Balise arbre = parseur.LisTexte(texte);
-    for (const sdd::eCodageXML codage : {sdd::eCodageXML::eUTF8, sdd::eCodageXML::eUTF16, sdd::eCodageXML::eISO8859_15}) {
+    for (const sdd::eCodageXML codage :
+         {sdd::eCodageXML::eUTF8, sdd::eCodageXML::eUTF16, sdd::eCodageXML::eISO8859_15}) {
       sdd::OptionsEcritureXML ecriture;
       ecriture.codage = codage;
       ecriture.indentation = (mode & 0x80) != 0 ? 2 : 0;

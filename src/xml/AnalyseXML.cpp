@@ -23,8 +23,8 @@ struct Etat {
   Etat(const OptionsParseurXML& o, Recepteur& r, uint64_t b) : options(o), recepteur(r), budget(b) {}
   const OptionsParseurXML& options;
   Recepteur& recepteur;
-  uint64_t budget;      // bytes of names, attribute values and text the document may deliver
-  uint64_t livre = 0;   // delivered so far
+  uint64_t budget;     // bytes of names, attribute values and text the document may deliver
+  uint64_t livre = 0;  // delivered so far
   int profondeur = 0;
   std::optional<ErreurXML> erreur;        // the first error, ours or libxml2's
   std::exception_ptr exceptionRecepteur;  // what a receiver threw
@@ -93,9 +93,11 @@ void DebutElement(void* ctx, const xmlChar* local, const xmlChar* prefixe, const
                   const xmlChar** attributs) {
   Garde(ctx, [&](Etat& e) {
     if (++e.profondeur > e.options.profondeurMax) {
-      return Refuse(ctx, "imbrication plus profonde que " + std::to_string(e.options.profondeurMax) + " niveaux");
+      return Refuse(ctx,
+                    "imbrication plus profonde que " + std::to_string(e.options.profondeurMax) + " niveaux");
     }
-    if (static_cast<std::size_t>(nbAttributs) + static_cast<std::size_t>(nbEspaces) > e.options.attributsMax) {
+    if (static_cast<std::size_t>(nbAttributs) + static_cast<std::size_t>(nbEspaces) >
+        e.options.attributsMax) {
       return Refuse(ctx, "plus de " + std::to_string(e.options.attributsMax) + " attributs sur une balise");
     }
     const std::string_view nom = NomQualifie(e.nom, prefixe, local);
@@ -200,13 +202,16 @@ void EntiteNonAnalysee(void* ctx, const xmlChar* nom, const xmlChar*, const xmlC
 void SousEnsembleExterne(void*, const xmlChar*, const xmlChar*, const xmlChar*) {}
 
 xmlParserInputPtr ResousEntite(void* ctx, const xmlChar* publicId, const xmlChar* systemId) {
-  Refuse(ctx, "ressource externe refusée : " +
-                  std::string(systemId != nullptr ? Vue(systemId) : publicId != nullptr ? Vue(publicId) : ""));
+  Refuse(ctx, "ressource externe refusée : " + std::string(systemId != nullptr   ? Vue(systemId)
+                                                           : publicId != nullptr ? Vue(publicId)
+                                                                                 : ""));
   return nullptr;
 }
 
 // Called for an entity the parser could not expand (declared nowhere it may look).
-void Reference(void* ctx, const xmlChar* nom) { Refuse(ctx, "entité non déclarée : " + std::string(Vue(nom))); }
+void Reference(void* ctx, const xmlChar* nom) {
+  Refuse(ctx, "entité non déclarée : " + std::string(Vue(nom)));
+}
 
 void ErreurLibxml(void* /*donnees*/, xmlErrorPtr erreur) {
   if (erreur == nullptr || erreur->ctxt == nullptr) return;
@@ -262,7 +267,9 @@ CaptureMessagesLibxml::CaptureMessagesLibxml()
   xmlSetGenericErrorFunc(this, &CaptureMessagesLibxml::Recoit);
 }
 
-CaptureMessagesLibxml::~CaptureMessagesLibxml() { xmlSetGenericErrorFunc(ancienContexte_, ancienneFonction_); }
+CaptureMessagesLibxml::~CaptureMessagesLibxml() {
+  xmlSetGenericErrorFunc(ancienContexte_, ancienneFonction_);
+}
 
 // libxml2 sends one message in several calls (a prefix, then the text); a line end ends it.
 void CaptureMessagesLibxml::Recoit(void* ctx, const char* format, ...) {
@@ -294,7 +301,8 @@ void Analyse(SourceOctets& source, const OptionsParseurXML& options, Recepteur& 
   xmlSAXHandler sax = Gestionnaire();
   std::string_view morceau = source.Suivant();
   const std::size_t debut = std::min<std::size_t>(4, morceau.size());
-  xmlParserCtxtPtr ctxt = xmlCreatePushParserCtxt(&sax, nullptr, morceau.data(), static_cast<int>(debut), nullptr);
+  xmlParserCtxtPtr ctxt =
+      xmlCreatePushParserCtxt(&sax, nullptr, morceau.data(), static_cast<int>(debut), nullptr);
   if (ctxt == nullptr) throw exceptions::MemoireInsuffisante("contexte d’analyse XML");
   LibereContexte liberation{ctxt};
   ctxt->_private = &etat;

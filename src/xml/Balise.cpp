@@ -118,13 +118,15 @@ void Balise::MetsAttribut(std::string_view nom, std::string valeur) {
   }
   auto place = attributs_.end();
   if (EstDeclaration(nom)) {
-    place = std::find_if(attributs_.begin(), attributs_.end(), [](const Attribut& a) { return !EstDeclaration(a.nom); });
+    place = std::find_if(attributs_.begin(), attributs_.end(),
+                         [](const Attribut& a) { return !EstDeclaration(a.nom); });
   }
   attributs_.insert(place, Attribut{std::string(nom), std::move(valeur)});
 }
 
 bool Balise::EnleveAttribut(std::string_view nom) {
-  const auto it = std::find_if(attributs_.begin(), attributs_.end(), [&](const Attribut& a) { return a.nom == nom; });
+  const auto it =
+      std::find_if(attributs_.begin(), attributs_.end(), [&](const Attribut& a) { return a.nom == nom; });
   if (it == attributs_.end()) return false;
   attributs_.erase(it);
   return true;
@@ -168,7 +170,9 @@ Balise* Balise::Trouve(std::string_view chemin) {
   return const_cast<Balise*>(static_cast<const Balise*>(this)->Trouve(chemin));
 }
 
-std::vector<const Balise*> Balise::TrouveTous(std::string_view chemin) const { return Resous(*this, chemin, false); }
+std::vector<const Balise*> Balise::TrouveTous(std::string_view chemin) const {
+  return Resous(*this, chemin, false);
+}
 
 Balise& Balise::AjouteEnfant(Balise enfant) {
   enfants_.push_back(std::move(enfant));

@@ -7,6 +7,7 @@
 
 #include <cstdio>
 #include <string_view>
+#include <unordered_set>
 #include <vector>
 
 #include "plateforme/Plateforme.h"
@@ -45,28 +46,54 @@ int32_t DecodeUTF8(std::string_view s, std::size_t& i) {
     ++i;
   }
   // Overlong forms, surrogates and values past U+10FFFF.
-  if ((suite == 2 && cp < 0x800) || (suite == 3 && (cp < 0x10000 || cp > 0x10FFFF)) || (cp >= 0xD800 && cp <= 0xDFFF)) {
+  if ((suite == 2 && cp < 0x800) || (suite == 3 && (cp < 0x10000 || cp > 0x10FFFF)) ||
+      (cp >= 0xD800 && cp <= 0xDFFF)) {
     return -1;
   }
   return cp;
 }
 
 bool EstCaractereXML(int32_t cp) {
-  return cp == 0x9 || cp == 0xA || cp == 0xD || (cp >= 0x20 && cp <= 0xD7FF) || (cp >= 0xE000 && cp <= 0xFFFD) ||
-         (cp >= 0x10000 && cp <= 0x10FFFF);
+  return cp == 0x9 || cp == 0xA || cp == 0xD || (cp >= 0x20 && cp <= 0xD7FF) ||
+         (cp >= 0xE000 && cp <= 0xFFFD) || (cp >= 0x10000 && cp <= 0x10FFFF);
 }
 
 // ISO-8859-15 is Latin-1 with eight places given to €, Š, š, Ž, ž, Œ, œ and Ÿ.
 bool EstLatin9(int32_t cp) {
   switch (cp) {
-    case 0xA4: case 0xA6: case 0xA8: case 0xB4: case 0xB8: case 0xBC: case 0xBD: case 0xBE:
-      return false;
-    case 0x20AC: case 0x160: case 0x161: case 0x17D: case 0x17E: case 0x152: case 0x153: case 0x178:
-      return true;
-    default:
-      return cp <= 0xFF;
+    case 0xA4:
+    case 0xA6:
+    case 0xA8:
+    case 0xB4:
+    case 0xB8:
+    case 0xBC:
+    case 0xBD:
+    case 0xBE: return false;
+    case 0x20AC:
+    case 0x160:
+    case 0x161:
+    case 0x17D:
+    case 0x17E:
+    case 0x152:
+    case 0x153:
+    case 0x178: return true;
+    default: return cp <= 0xFF;
   }
 }
+
+// Bytes that pass through as they are: printable ASCII other than the markup characters of
+// text or of attribute values.
+struct TableSimples {
+  bool texte[256] = {};
+  bool attribut[256] = {};
+  constexpr TableSimples() {
+    for (int c = 0x20; c < 0x80; ++c) {
+      texte[c] = c != '&' && c != '<' && c != '>';
+      attribut[c] = c != '&' && c != '<' && c != '"';
+    }
+  }
+};
+constexpr TableSimples kSimples{};
 
 class Ecrivain {
  public:
@@ -90,7 +117,8 @@ class Ecrivain {
     const std::size_t portees = prefixes_.size();
     for (const Balise::Attribut& a : b.Attributs()) {
       if (a.nom == "xmlns" || a.nom.starts_with("xmlns:")) {
-        if (a.nom.size() > 6 && a.valeur.empty()) Refuse(b, "le préfixe " + a.nom.substr(6) + " reçoit un espace de noms vide");
+        if (a.nom.size() > 6 && a.valeur.empty())
+          Refuse(b, "le préfixe " + a.nom.substr(6) + " reçoit un espace de noms vide");
         prefixes_.push_back(a.nom.size() > 6 ? a.nom.substr(6) : std::string());
       }
     }
@@ -143,15 +171,21 @@ class Ecrivain {
 
   // A name must be a qualified name whose prefix is declared in scope (or is xml / xmlns), and
   // representable in the target encoding, since names cannot use character references.
+  // Names repeat throughout a document: each distinct one is checked once (the tree outlives the
+  // writer, so the views stay valid), the prefix's scope every time.
   void VerifieNom(const Balise& b, const std::string& nom, bool attribut) {
-    const std::string nomC = nom;  // libxml2 wants a terminated string
-    if (nom.empty() || xmlValidateQName(reinterpret_cast<const xmlChar*>(nomC.c_str()), 0) != 0) {
-      Refuse(b, "« " + nom + " » n’est pas un nom XML");
-    }
-    if (options_.codage == eCodageXML::eISO8859_15) {
-      for (std::size_t i = 0; i < nom.size();) {
-        if (!EstLatin9(DecodeUTF8(nom, i))) Refuse(b, "le nom « " + nom + " » ne s’écrit pas en ISO-8859-15");
+    if (!nomsVerifies_.contains(nom)) {
+      if (nom.empty() || nom.find('\0') != std::string::npos ||
+          xmlValidateQName(reinterpret_cast<const xmlChar*>(nom.c_str()), 0) != 0) {
+        Refuse(b, "« " + nom + " » n’est pas un nom XML");
       }
+      if (options_.codage == eCodageXML::eISO8859_15) {
+        for (std::size_t i = 0; i < nom.size();) {
+          if (!EstLatin9(DecodeUTF8(nom, i)))
+            Refuse(b, "le nom « " + nom + " » ne s’écrit pas en ISO-8859-15");
+        }
+      }
+      nomsVerifies_.insert(nom);
     }
     const std::size_t deuxPoints = nom.find(':');
     if (deuxPoints == std::string::npos) return;
@@ -163,29 +197,22 @@ class Ecrivain {
     Refuse(b, "le préfixe « " + prefixe + " » n’est pas déclaré");
   }
 
+  // Runs of simple bytes are copied at once; everything else goes one character at a time.
+
   void Echappe(const Balise& b, std::string_view texte, bool attribut) {
     std::size_t i = 0;
     while (i < texte.size()) {
       const std::size_t debut = i;
+      const bool* simple = attribut ? kSimples.attribut : kSimples.texte;
+      while (i < texte.size() && simple[static_cast<unsigned char>(texte[i])]) ++i;
+      if (i > debut) {
+        sortie_.append(texte.data() + debut, i - debut);
+        continue;
+      }
       const auto c = static_cast<unsigned char>(texte[i]);
       if (c < 0x80) {
         ++i;
-        switch (c) {
-          case '&': sortie_ += "&amp;"; continue;
-          case '<': sortie_ += "&lt;"; continue;
-          case '\r': sortie_ += "&#13;"; continue;
-          default: break;
-        }
-        if (attribut) {
-          if (c == '"') { sortie_ += "&quot;"; continue; }
-          if (c == '\t') { sortie_ += "&#9;"; continue; }
-          if (c == '\n') { sortie_ += "&#10;"; continue; }
-        } else if (c == '>') {
-          sortie_ += "&gt;";
-          continue;
-        }
-        if (!EstCaractereXML(c)) Refuse(b, "caractère de contrôle " + std::to_string(c) + " dans un texte");
-        sortie_ += static_cast<char>(c);
+        sortie_ += Reference(b, c, attribut);
         continue;
       }
       const int32_t cp = DecodeUTF8(texte, i);
@@ -201,6 +228,21 @@ class Ecrivain {
     }
   }
 
+  // What an ASCII character that is not Simple becomes.
+  static std::string_view Reference(const Balise& b, unsigned char c, bool attribut) {
+    switch (c) {
+      case '&': return "&amp;";
+      case '<': return "&lt;";
+      case '>': return "&gt;";  // reaches here in text only, where "]]>" must not appear
+      case '"': return attribut ? "&quot;" : "\"";
+      case '\r': return "&#13;";
+      case '\t': return attribut ? "&#9;" : "\t";
+      case '\n': return attribut ? "&#10;" : "\n";
+      default: break;
+    }
+    Refuse(b, "caractère de contrôle " + std::to_string(c) + " dans un texte");
+  }
+
   static std::string Hexa(int32_t cp) {
     char tampon[16];
     std::snprintf(tampon, sizeof tampon, "%04X", static_cast<unsigned>(cp));
@@ -209,8 +251,7 @@ class Ecrivain {
 
   std::string Encode() {
     switch (options_.codage) {
-      case eCodageXML::eUTF8:
-        return std::move(sortie_);
+      case eCodageXML::eUTF8: return std::move(sortie_);
       case eCodageXML::eUTF16: {
         const QString texte = QString::fromUtf8(sortie_.data(), static_cast<int>(sortie_.size()));
         std::string octets("\xFF\xFE", 2);
@@ -232,6 +273,7 @@ class Ecrivain {
   const OptionsEcritureXML& options_;
   std::string sortie_;
   std::vector<std::string> prefixes_;  // declared in the open elements, innermost last
+  std::unordered_set<std::string_view> nomsVerifies_;
 };
 
 }  // namespace

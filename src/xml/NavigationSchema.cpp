@@ -12,7 +12,9 @@ constexpr const char* kEspaceXSD = "http://www.w3.org/2001/XMLSchema";
 constexpr int kProfondeurMax = 64;
 constexpr uint64_t kIllimite = DeclarationEnfantXML::kIllimite;
 
-[[noreturn]] void Refuse(const std::string& quoi) { throw exceptions::OperationInvalide(UniChaine("schéma XML : " + quoi)); }
+[[noreturn]] void Refuse(const std::string& quoi) {
+  throw exceptions::OperationInvalide(UniChaine("schéma XML : " + quoi));
+}
 
 void Plonge(int profondeur) {
   if (profondeur > kProfondeurMax) Refuse("références circulaires ou imbrication de plus de 64 niveaux");
@@ -60,7 +62,8 @@ NavigationSchema::NavigationSchema(Balise racine) : racine_(std::move(racine)) {
   }
   if (!trouve || !Est(racine_, "schema")) Refuse("la racine n’est pas un xs:schema");
   for (const Balise& b : racine_.Enfants()) {
-    if ((Est(b, "include") || Est(b, "import") || Est(b, "redefine")) && b.PossedeAttribut("schemaLocation")) {
+    if ((Est(b, "include") || Est(b, "import") || Est(b, "redefine")) &&
+        b.PossedeAttribut("schemaLocation")) {
       Refuse(b.Nom() + " de « " + b.DonneAttribut("schemaLocation") +
              " » refusé : un schéma se lit d’un seul document, sans autre fichier");
     }
@@ -86,7 +89,8 @@ bool NavigationSchema::EstPredefini(const std::string& qnom) const {
   if (!prefixe_.empty()) return qnom.starts_with(prefixe_);
   // Schema namespace as the default one: unprefixed names are the built-in types unless the
   // schema defines a type of that name.
-  return qnom.find(':') == std::string::npos && !typesComplexes_.contains(qnom) && !typesSimples_.contains(qnom);
+  return qnom.find(':') == std::string::npos && !typesComplexes_.contains(qnom) &&
+         !typesSimples_.contains(qnom);
 }
 
 const Balise* NavigationSchema::Global(const std::map<std::string, const Balise*, std::less<>>& table,
@@ -146,8 +150,8 @@ const Balise* NavigationSchema::TypeSimple(const Balise* element, std::string& n
   return nullptr;
 }
 
-void NavigationSchema::Modele(const Balise& groupe, uint64_t min, uint64_t max, std::vector<Particule>& sortie,
-                              int profondeur) const {
+void NavigationSchema::Modele(const Balise& groupe, uint64_t min, uint64_t max,
+                              std::vector<Particule>& sortie, int profondeur) const {
   Plonge(profondeur);
   const uint64_t gmin = Produit(min, Nombre(groupe, "minOccurs"));
   const uint64_t gmax = Produit(max, Nombre(groupe, "maxOccurs"));
@@ -156,7 +160,8 @@ void NavigationSchema::Modele(const Balise& groupe, uint64_t min, uint64_t max, 
     const Balise* defini = ref != nullptr ? Global(groupes_, *ref) : &groupe;
     if (defini == nullptr) return;
     for (const Balise& c : defini->Enfants()) {
-      if (Est(c, "sequence") || Est(c, "choice") || Est(c, "all")) Modele(c, gmin, gmax, sortie, profondeur + 1);
+      if (Est(c, "sequence") || Est(c, "choice") || Est(c, "all"))
+        Modele(c, gmin, gmax, sortie, profondeur + 1);
     }
     return;
   }
@@ -165,7 +170,8 @@ void NavigationSchema::Modele(const Balise& groupe, uint64_t min, uint64_t max, 
   if (Est(groupe, "choice")) {
     int branches = 0;
     for (const Balise& c : groupe.Enfants()) {
-      if (Est(c, "element") || Est(c, "any") || Est(c, "sequence") || Est(c, "choice") || Est(c, "group")) ++branches;
+      if (Est(c, "element") || Est(c, "any") || Est(c, "sequence") || Est(c, "choice") || Est(c, "group"))
+        ++branches;
     }
     if (branches > 1) minBranche = 0;
   }
@@ -201,7 +207,8 @@ void NavigationSchema::ContenuType(const Balise& type, std::vector<Particule>& s
         if (!extension && !Est(derivation, "restriction")) continue;
         // An extension appends its particles to the base's; a restriction restates them all.
         const std::string* base = derivation.TrouveAttribut("base");
-        const Balise* typeBase = base != nullptr && !EstPredefini(*base) ? Global(typesComplexes_, *base) : nullptr;
+        const Balise* typeBase =
+            base != nullptr && !EstPredefini(*base) ? Global(typesComplexes_, *base) : nullptr;
         if (extension && typeBase != nullptr) ContenuType(*typeBase, sortie, profondeur + 1);
         ContenuType(derivation, sortie, profondeur + 1);
       }
@@ -318,7 +325,8 @@ void NavigationSchema::AttributsType(const Balise& type, std::vector<Declaration
       if (!Est(derivation, "extension") && !Est(derivation, "restriction")) continue;
       // Both derivations keep the base's attributes; a restriction may prohibit some.
       const std::string* base = derivation.TrouveAttribut("base");
-      const Balise* typeBase = base != nullptr && !EstPredefini(*base) ? Global(typesComplexes_, *base) : nullptr;
+      const Balise* typeBase =
+          base != nullptr && !EstPredefini(*base) ? Global(typesComplexes_, *base) : nullptr;
       if (typeBase != nullptr) AttributsType(*typeBase, sortie, profondeur + 1);
       AttributsListe(derivation, sortie, profondeur + 1);
     }

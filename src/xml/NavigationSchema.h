@@ -42,15 +42,18 @@ class NavigationSchema {
 
   bool Est(const Balise& b, std::string_view local) const;
   bool EstPredefini(const std::string& qnom) const;
-  const Balise* Global(const std::map<std::string, const Balise*, std::less<>>& table, const std::string& qnom) const;
+  const Balise* Global(const std::map<std::string, const Balise*, std::less<>>& table,
+                       const std::string& qnom) const;
   const Balise* Resous(const Balise* element) const;
   const Balise* TypeComplexe(const Balise* element) const;
   const Balise* TypeSimple(const Balise* element, std::string& nomType) const;
-  void Modele(const Balise& groupe, uint64_t min, uint64_t max, std::vector<Particule>& sortie, int profondeur) const;
+  void Modele(const Balise& groupe, uint64_t min, uint64_t max, std::vector<Particule>& sortie,
+              int profondeur) const;
   void ContenuType(const Balise& type, std::vector<Particule>& sortie, int profondeur) const;
   std::vector<Particule> Particules(const Balise* element) const;
   void AttributsType(const Balise& type, std::vector<DeclarationAttributXML>& sortie, int profondeur) const;
-  void AttributsListe(const Balise& parent, std::vector<DeclarationAttributXML>& sortie, int profondeur) const;
+  void AttributsListe(const Balise& parent, std::vector<DeclarationAttributXML>& sortie,
+                      int profondeur) const;
 
   Balise racine_;
   std::string prefixe_;  // of the XML Schema namespace in this document, with its ':' ("xs:")

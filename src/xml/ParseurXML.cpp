@@ -7,8 +7,8 @@
 namespace sdd {
 
 ErreurXML::ErreurXML(int ligne, int colonne, const std::string& quoi)
-    : ErreurDeserialisation(UniChaine("XML : ligne " + std::to_string(ligne) + ", colonne " + std::to_string(colonne) +
-                                      " : " + quoi)),
+    : ErreurDeserialisation(UniChaine("XML : ligne " + std::to_string(ligne) + ", colonne " +
+                                      std::to_string(colonne) + " : " + quoi)),
       ligne_(ligne),
       colonne_(colonne),
       quoi_(quoi) {}
@@ -86,7 +86,8 @@ class Constructeur final : public xml::Recepteur {
       if (ignoreEspaces_) EnleveMiseEnPage(*parent);
     }
     Balise nouvelle(std::string(nom), std::move(attributs));
-    pile_.push_back(parent != nullptr ? &parent->AjouteEnfant(std::move(nouvelle)) : &(racine_ = std::move(nouvelle)));
+    pile_.push_back(parent != nullptr ? &parent->AjouteEnfant(std::move(nouvelle))
+                                      : &(racine_ = std::move(nouvelle)));
   }
 
   void Texte(std::string_view texte) override {
@@ -125,11 +126,15 @@ class Constructeur final : public xml::Recepteur {
 class Relais final : public xml::Recepteur {
  public:
   explicit Relais(EcouteurXML& ecouteur) : ecouteur_(ecouteur) {}
-  void Debut(std::string_view nom, std::vector<Balise::Attribut>& attributs) override { ecouteur_.Debut(nom, attributs); }
+  void Debut(std::string_view nom, std::vector<Balise::Attribut>& attributs) override {
+    ecouteur_.Debut(nom, attributs);
+  }
   void Texte(std::string_view texte) override { ecouteur_.Texte(texte); }
   void Fin(std::string_view nom) override { ecouteur_.Fin(nom); }
   void Commentaire(std::string_view texte) override { ecouteur_.Commentaire(texte); }
-  void Instruction(std::string_view cible, std::string_view donnees) override { ecouteur_.Instruction(cible, donnees); }
+  void Instruction(std::string_view cible, std::string_view donnees) override {
+    ecouteur_.Instruction(cible, donnees);
+  }
 
  private:
   EcouteurXML& ecouteur_;

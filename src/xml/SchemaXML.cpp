@@ -7,6 +7,7 @@
 #include <libxml/tree.h>
 #include <libxml/xmlschemas.h>
 
+#include <limits>
 #include <map>
 
 #include "plateforme/Plateforme.h"
@@ -67,7 +68,8 @@ std::string LisToutLeFichier(const UniChemin& chemin) {
   std::string octets;
   char tampon[1 << 16];
   int64_t n;
-  while ((n = plateforme::LisFichier(fd, tampon, sizeof tampon)) > 0) octets.append(tampon, static_cast<std::size_t>(n));
+  while ((n = plateforme::LisFichier(fd, tampon, sizeof tampon)) > 0)
+    octets.append(tampon, static_cast<std::size_t>(n));
   const std::string raison = plateforme::DerniereErreur();
   plateforme::FermeFichier(fd);
   if (n < 0) throw exceptions::OuvertureEchouee(UniChaine(nom + " : " + raison));
@@ -81,7 +83,19 @@ SchemaXML::SchemaXML(SchemaXML&&) noexcept = default;
 SchemaXML& SchemaXML::operator=(SchemaXML&&) noexcept = default;
 SchemaXML::~SchemaXML() = default;
 
+namespace {
+
+// libxml2's whole-document entry points count bytes in an int.
+void VerifieTaille(std::string_view texte) {
+  if (texte.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
+    throw exceptions::OperationInvalide(UniChaine("document XML de plus de 2 Gio : trop grand pour être validé"));
+  }
+}
+
+}  // namespace
+
 SchemaXML SchemaXML::LisTexte(std::string_view texte) {
+  VerifieTaille(texte);
   // Our parser first: its limits hold for the schema too, and it refuses external entities,
   // so libxml2's schema reader below never meets one.
   auto rep = std::make_unique<_Rep>(ParseurXML().LisTexte(texte));
@@ -94,7 +108,8 @@ SchemaXML SchemaXML::LisTexte(std::string_view texte) {
   rep->schema = xmlSchemaParse(ctxt);
   xmlSchemaFreeParserCtxt(ctxt);
   if (rep->schema == nullptr) {
-    throw exceptions::OperationInvalide(UniChaine("schéma XML non valide : " + (premiere.empty() ? std::string("?") : premiere)));
+    throw exceptions::OperationInvalide(
+        UniChaine("schéma XML non valide : " + (premiere.empty() ? std::string("?") : premiere)));
   }
   return SchemaXML(std::move(rep));
 }
@@ -103,7 +118,9 @@ SchemaXML SchemaXML::LisFichier(const UniChemin& chemin) { return LisTexte(LisTo
 
 std::vector<std::string> SchemaXML::ElementsRacines() const { return rep_->navigation.ElementsRacines(); }
 
-bool SchemaXML::PossedeElement(std::string_view chemin) const { return rep_->navigation.Element(chemin) != nullptr; }
+bool SchemaXML::PossedeElement(std::string_view chemin) const {
+  return rep_->navigation.Element(chemin) != nullptr;
+}
 
 std::vector<DeclarationEnfantXML> SchemaXML::EnfantsPermis(std::string_view chemin) const {
   return rep_->navigation.Enfants(rep_->navigation.ElementExistant(chemin));
@@ -128,14 +145,16 @@ bool SchemaXML::EstMixte(std::string_view chemin) const {
 std::vector<ErreurValidationXML> SchemaXML::Valide(std::string_view document) const {
   // Checked by our parser first (limits, no external entity), so that libxml2's tree reader
   // below only ever sees a document it may read in full.
+  VerifieTaille(document);
   ParseurXML().LisTexte(document);
   xml::InitialiseLibxml();
   xml::CaptureMessagesLibxml messages;
   xmlParserCtxtPtr ctxt = xmlNewParserCtxt();
   if (ctxt == nullptr) throw exceptions::MemoireInsuffisante("contexte d’analyse XML");
   ctxt->sax->serror = Silence;
-  xmlDocPtr doc = xmlCtxtReadMemory(ctxt, document.data(), static_cast<int>(document.size()), nullptr, nullptr,
-                                    XML_PARSE_NONET | XML_PARSE_NOENT | XML_PARSE_BIG_LINES | XML_PARSE_HUGE);
+  xmlDocPtr doc =
+      xmlCtxtReadMemory(ctxt, document.data(), static_cast<int>(document.size()), nullptr, nullptr,
+                        XML_PARSE_NONET | XML_PARSE_NOENT | XML_PARSE_BIG_LINES | XML_PARSE_HUGE);
   xmlFreeParserCtxt(ctxt);
   if (doc == nullptr) throw ErreurXML(0, 0, "document illisible pour la validation");
   std::vector<ErreurValidationXML> erreurs;
@@ -152,7 +171,9 @@ std::vector<ErreurValidationXML> SchemaXML::Valide(std::string_view document) co
   return erreurs;
 }
 
-std::vector<ErreurValidationXML> SchemaXML::Valide(const Balise& racine) const { return Valide(EcrisXML(racine)); }
+std::vector<ErreurValidationXML> SchemaXML::Valide(const Balise& racine) const {
+  return Valide(EcrisXML(racine));
+}
 
 std::vector<ErreurValidationXML> SchemaXML::ValideFichier(const UniChemin& chemin) const {
   return Valide(LisToutLeFichier(chemin));

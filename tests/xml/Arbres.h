@@ -37,7 +37,8 @@ inline void EcrisOctets(const std::filesystem::path& chemin, const std::string& 
 
 // One line per file: the canonical tree, or "REFUSE".
 inline std::vector<std::string> LisAvecExpat(const std::vector<std::filesystem::path>& fichiers) {
-  std::string commande = std::string(OUTILS_SOCLE_PYTHON3) + " " + OUTILS_SOCLE_SOURCES_TESTS "/xml/arbre_expat.py";
+  std::string commande =
+      std::string(OUTILS_SOCLE_PYTHON3) + " " + OUTILS_SOCLE_SOURCES_TESTS "/xml/arbre_expat.py";
   for (const auto& f : fichiers) commande += " '" + f.string() + "'";
   std::vector<std::string> lignes;
   FILE* flux = popen(commande.c_str(), "r");

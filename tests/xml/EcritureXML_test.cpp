@@ -41,10 +41,11 @@ Balise Reglages() {
 }  // namespace
 
 TEST(EcritureXML, FormesExactes) {
-  EXPECT_EQ(EcrisXML(Reglages()),
-            "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-            "<reglages version=\"2\"><affichage><police taille=\"12\">DejaVu Sans</police><theme>sombre</theme>"
-            "</affichage><vide/></reglages>\n");
+  EXPECT_EQ(
+      EcrisXML(Reglages()),
+      "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+      "<reglages version=\"2\"><affichage><police taille=\"12\">DejaVu Sans</police><theme>sombre</theme>"
+      "</affichage><vide/></reglages>\n");
   EXPECT_EQ(EcrisXML(Reglages(), Options(eCodageXML::eUTF8, 2, false)),
             "<reglages version=\"2\">\n"
             "  <affichage>\n"
@@ -82,7 +83,8 @@ TEST(EcritureXML, Codages) {
   EXPECT_EQ(utf16.substr(0, 4), std::string("\xFF\xFE<\0", 4));
   for (const std::string& octets : {latin9, utf16, EcrisXML(b)}) EXPECT_EQ(ParseurXML().LisTexte(octets), b);
   // A name has no reference to fall back on.
-  EXPECT_THROW(EcrisXML(Balise("Ωmega"), Options(eCodageXML::eISO8859_15)), sdd::exceptions::OperationInvalide);
+  EXPECT_THROW(EcrisXML(Balise("Ωmega"), Options(eCodageXML::eISO8859_15)),
+               sdd::exceptions::OperationInvalide);
   EXPECT_NO_THROW(EcrisXML(Balise("œuvre"), Options(eCodageXML::eISO8859_15)));
 }
 
@@ -118,7 +120,8 @@ TEST(EcritureXML, CeQuiNeSEcritPasEstRefuse) {
 TEST(EcritureXML, FichierRemplaceEnUneFois) {
   const fs::path chemin = fs::temp_directory_path() / ("ecriture_" + std::to_string(::getpid()) + ".xml");
   sdd::EcrisFichierXML(Reglages(), chemin.string(), Options(eCodageXML::eUTF16, 2));
-  EXPECT_EQ(ParseurXML().LisFichier(chemin.string()), ParseurXML().LisTexte(EcrisXML(Reglages(), Options(eCodageXML::eUTF8, 2))));
+  EXPECT_EQ(ParseurXML().LisFichier(chemin.string()),
+            ParseurXML().LisTexte(EcrisXML(Reglages(), Options(eCodageXML::eUTF8, 2))));
   fs::remove(chemin);
   EXPECT_THROW(sdd::EcrisFichierXML(Reglages(), "/nulle/part/x.xml"), sdd::exceptions::OuvertureEchouee);
 }
@@ -155,8 +158,9 @@ class GenerateurArbres {
     return latin9_ && std::string_view(nom) == "Ω" ? "omega" : nom;
   }
   std::string Texte() {
-    static const char* const kMorceaux[] = {"a",  "é", "œ", "€",   "Ω",    "\xF0\x9D\x84\x9E", "&",     "<",  ">",
-                                            "\"", "'", " ", "\t",  "\n",   "\r",               "]]>",   "&amp;", "x",
+    static const char* const kMorceaux[] = {"a",    "é",  "œ",    "€",    "Ω",     "\xF0\x9D\x84\x9E",
+                                            "&",    "<",  ">",    "\"",   "'",     " ",
+                                            "\t",   "\n", "\r",   "]]>",  "&amp;", "x",
                                             "\r\n", "  ", "&#1;", "<!--", "?>"};
     std::string s;
     const int n = Tire(6);
@@ -205,7 +209,8 @@ TEST(EcritureXML, ExpatLitCeQueNousEcrivons) {
     sdd::tests_xml::EcrisOctets(fichiers.back(), EcrisXML(arbre, Options(codage, graine % 3 == 0 ? 2 : 0)));
     attendus.push_back(sdd::tests_xml::Canonique(arbre));
     // With indentation the layout whitespace is expat's too; compare with what we read back.
-    if (graine % 3 == 0) attendus.back() = sdd::tests_xml::Canonique(ParseurXML().LisFichier(fichiers.back().string()));
+    if (graine % 3 == 0)
+      attendus.back() = sdd::tests_xml::Canonique(ParseurXML().LisFichier(fichiers.back().string()));
   }
   const std::vector<std::string> lus = sdd::tests_xml::LisAvecExpat(fichiers);
   fs::remove_all(dossier);

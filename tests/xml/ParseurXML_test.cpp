@@ -21,7 +21,9 @@ namespace {
 
 class Dossier {
  public:
-  Dossier() : chemin_(fs::temp_directory_path() / ("xml_" + std::to_string(::getpid()) + "_" + std::to_string(n_++))) {
+  Dossier()
+      : chemin_(fs::temp_directory_path() /
+                ("xml_" + std::to_string(::getpid()) + "_" + std::to_string(n_++))) {
     fs::create_directories(chemin_);
   }
   ~Dossier() { fs::remove_all(chemin_); }
@@ -47,7 +49,8 @@ const std::vector<std::string>& DocumentsDeReference() {
   static const std::vector<std::string> documents = {
       // Declaration, comments and processing instructions (outside the tree), predefined and
       // character references in text and attributes, CDATA, empty tags, tails.
-      "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<!-- avant -->\n<r a=\"1\" b='deux &amp; &lt;trois&gt; \"x\"'"
+      "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<!-- avant -->\n<r a=\"1\" b='deux &amp; &lt;trois&gt; "
+      "\"x\"'"
       " c=\"&#233;t&#xE9;\">texte<![CDATA[<pas une balise> & ]]>suite<?pi données?><e/>queue<!-- c -->fin"
       "<vide></vide></r>\n<?fin?>\n",
       // Namespaces: prefixes kept, declarations as attributes.
@@ -153,7 +156,8 @@ TEST(ParseurXML, LErreurDitOu) {
   }
   EXPECT_SDD_THROW(ParseurXML().LisFichier("/nulle/part.xml"), sdd::exceptions::OuvertureEchouee,
                    "Ouverture échouée", "/nulle/part.xml : No such file or directory");
-  EXPECT_THROW(ParseurXML().LisFichier(fs::temp_directory_path().string()), sdd::exceptions::OuvertureEchouee);
+  EXPECT_THROW(ParseurXML().LisFichier(fs::temp_directory_path().string()),
+               sdd::exceptions::OuvertureEchouee);
 }
 
 TEST(ParseurXML, ErreurDeCodageSansRienEcrireSurLaSortieDErreur) {
@@ -232,7 +236,8 @@ TEST(ParseurXML, GrosFichierEnFluxParMorceaux) {
   // Several read chunks and several parse chunks, with text cut across them.
   Dossier dossier;
   std::string document = "<liste>";
-  for (int i = 0; i < 60000; ++i) document += "<mot n=\"" + std::to_string(i) + "\">élément numéro " + std::to_string(i) + "</mot>";
+  for (int i = 0; i < 60000; ++i)
+    document += "<mot n=\"" + std::to_string(i) + "\">élément numéro " + std::to_string(i) + "</mot>";
   document += "</liste>";
   sdd::tests_xml::EcrisOctets(dossier / "gros.xml", document);
   struct Compteur final : sdd::EcouteurXML {
@@ -317,26 +322,30 @@ TEST(ParseurXMLAttaques, RienNEstLuParceQuUnDocumentLeNomme) {
   const std::string secret = "file://" + (dossier / "secret.txt").string();
   const std::string dtd = (dossier / "secret.dtd").string();
 
-  EXPECT_NE(MessageDe("<!DOCTYPE r [<!ENTITY s SYSTEM \"" + secret + "\">]><r>&s;</r>").find("entité externe refusée : s"),
+  EXPECT_NE(MessageDe("<!DOCTYPE r [<!ENTITY s SYSTEM \"" + secret + "\">]><r>&s;</r>")
+                .find("entité externe refusée : s"),
             std::string::npos);
   EXPECT_NE(MessageDe("<!DOCTYPE r [<!ENTITY s PUBLIC \"-//x\" \"http://exemple.invalid/x\">]><r>&s;</r>")
                 .find("entité externe refusée"),
             std::string::npos);
   EXPECT_NE(MessageDe("<!DOCTYPE r [<!ENTITY % p SYSTEM \"" + secret + "\"> %p;]><r/>").find("refusée"),
             std::string::npos);
-  EXPECT_NE(MessageDe("<!DOCTYPE r [<!ENTITY % p \"<!ENTITY q 'x'>\"> %p;]><r/>").find("entité paramètre refusée"),
-            std::string::npos);
-  EXPECT_NE(MessageDe("<!DOCTYPE r [<!NOTATION n SYSTEM \"n\"><!ENTITY u SYSTEM \"" + secret + "\" NDATA n>]><r/>")
-                .find("entité externe refusée : u"),
-            std::string::npos);
+  EXPECT_NE(
+      MessageDe("<!DOCTYPE r [<!ENTITY % p \"<!ENTITY q 'x'>\"> %p;]><r/>").find("entité paramètre refusée"),
+      std::string::npos);
+  EXPECT_NE(
+      MessageDe("<!DOCTYPE r [<!NOTATION n SYSTEM \"n\"><!ENTITY u SYSTEM \"" + secret + "\" NDATA n>]><r/>")
+          .find("entité externe refusée : u"),
+      std::string::npos);
   // The external DTD is not loaded: what it declares stays undeclared, and using it is an
   // error rather than a silent gap.
   EXPECT_EQ(ParseurXML().LisTexte("<!DOCTYPE r SYSTEM \"" + dtd + "\"><r>ok</r>").Texte(), "ok");
   EXPECT_FALSE(MessageDe("<!DOCTYPE r SYSTEM \"" + dtd + "\"><r>&x;</r>").empty());
   EXPECT_FALSE(MessageDe("<!DOCTYPE r SYSTEM \"" + dtd + "\" [<!ELEMENT r ANY>]><r>&x;</r>").empty());
   // XInclude is not processed: the element stays an element.
-  const Balise inclusion = ParseurXML().LisTexte("<r xmlns:xi=\"http://www.w3.org/2001/XInclude\"><xi:include href=\"" +
-                                                 secret + "\" parse=\"text\"/></r>");
+  const Balise inclusion =
+      ParseurXML().LisTexte("<r xmlns:xi=\"http://www.w3.org/2001/XInclude\"><xi:include href=\"" + secret +
+                            "\" parse=\"text\"/></r>");
   EXPECT_EQ(inclusion.TexteComplet(), "");
 }
 

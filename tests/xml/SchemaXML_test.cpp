@@ -32,7 +32,8 @@ TEST(SchemaXML, NavigationDansLeSchemaDesReglages) {
   EXPECT_EQ(s.ElementsRacines(), (std::vector<std::string>{"reglages", "raccourci"}));
   // xs:all, local declarations.
   EXPECT_EQ(s.EnfantsPermis("reglages"),
-            (std::vector<DeclarationEnfantXML>{{"affichage", "Affichage", 0, 1}, {"etat", "", 0, 1}, {"fichiers", "", 0, 1}}));
+            (std::vector<DeclarationEnfantXML>{
+                {"affichage", "Affichage", 0, 1}, {"etat", "", 0, 1}, {"fichiers", "", 0, 1}}));
   EXPECT_EQ(s.AttributsPermis("/reglages"),
             (std::vector<DeclarationAttributXML>{{"version", "xs:positiveInteger", false, "1", false}}));
   // A named type, then a repeated choice of an element reference and a group reference: both
@@ -42,12 +43,14 @@ TEST(SchemaXML, NavigationDansLeSchemaDesReglages) {
                                                {"theme", "Theme", 0, 1},
                                                {"raccourci", "", 0, kIllimite},
                                                {"barre", "xs:string", 0, kIllimite}}));
-  EXPECT_EQ(s.EnfantsPermis("reglages/affichage/police"),
-            (std::vector<DeclarationEnfantXML>{{"taille", "TaillePolice", 0, 1}, {"famille", "xs:string", 0, 3}}));
+  EXPECT_EQ(
+      s.EnfantsPermis("reglages/affichage/police"),
+      (std::vector<DeclarationEnfantXML>{{"taille", "TaillePolice", 0, 1}, {"famille", "xs:string", 0, 3}}));
   EXPECT_EQ(s.TypeTexte("reglages/affichage/police/taille"), "TaillePolice");
   EXPECT_TRUE(s.ValeursPermises("reglages/affichage/police/taille").empty());
   EXPECT_EQ(s.TypeTexte("reglages/affichage/theme"), "Theme");
-  EXPECT_EQ(s.ValeursPermises("reglages/affichage/theme"), (std::vector<std::string>{"sombre", "clair", "système"}));
+  EXPECT_EQ(s.ValeursPermises("reglages/affichage/theme"),
+            (std::vector<std::string>{"sombre", "clair", "système"}));
   EXPECT_EQ(s.TypeTexte("reglages/affichage"), "");
   EXPECT_EQ(s.TypeTexte("reglages/etat/fenetre"), "xs:base64Binary");
   // Simple content with an attribute group.
@@ -115,7 +118,8 @@ TEST(SchemaXML, ValideLesReglagesQueLaBibliothequeEcrit) {
   ASSERT_EQ(erreurs.size(), 3u) << texte;
   const auto ligneDe = [&](const std::string& motif) {
     const std::size_t position = texte.find(motif);
-    return 1 + static_cast<int>(std::count(texte.begin(), texte.begin() + static_cast<std::ptrdiff_t>(position), '\n'));
+    return 1 + static_cast<int>(
+                   std::count(texte.begin(), texte.begin() + static_cast<std::ptrdiff_t>(position), '\n'));
   };
   EXPECT_EQ(erreurs[0].chemin, "/reglages/affichage/police/taille");
   EXPECT_EQ(erreurs[0].ligne, ligneDe("<taille>"));
@@ -141,16 +145,20 @@ TEST(SchemaXML, SchemasRefuses) {
   // Another file named: refused before anything is read.
   EXPECT_THROW(SchemaXML::LisTexte(entete + R"(<xs:include schemaLocation="/etc/passwd"/></xs:schema>)"),
                sdd::exceptions::OperationInvalide);
-  EXPECT_THROW(SchemaXML::LisTexte(entete + R"(<xs:import namespace="urn:x" schemaLocation="http://exemple.invalid/x.xsd"/></xs:schema>)"),
-               sdd::exceptions::OperationInvalide);
+  EXPECT_THROW(
+      SchemaXML::LisTexte(
+          entete +
+          R"(<xs:import namespace="urn:x" schemaLocation="http://exemple.invalid/x.xsd"/></xs:schema>)"),
+      sdd::exceptions::OperationInvalide);
   // Not a schema, or not a valid one.
   EXPECT_THROW(SchemaXML::LisTexte("<racine/>"), sdd::exceptions::OperationInvalide);
   EXPECT_THROW(SchemaXML::LisTexte(entete + R"(<xs:element name="a" type="Inconnu"/></xs:schema>)"),
                sdd::exceptions::OperationInvalide);
   // Malformed, or with an external entity: the parser's refusals.
   EXPECT_THROW(SchemaXML::LisTexte(entete), sdd::ErreurXML);
-  EXPECT_THROW(SchemaXML::LisTexte("<!DOCTYPE s [<!ENTITY e SYSTEM \"/etc/passwd\">]>" + entete + "</xs:schema>"),
-               sdd::ErreurXML);
+  EXPECT_THROW(
+      SchemaXML::LisTexte("<!DOCTYPE s [<!ENTITY e SYSTEM \"/etc/passwd\">]>" + entete + "</xs:schema>"),
+      sdd::ErreurXML);
   EXPECT_THROW(SchemaXML::LisFichier("/nulle/part.xsd"), sdd::exceptions::OuvertureEchouee);
 }
 

@@ -12,8 +12,8 @@
 //
 // Namespace declarations are ordinary attributes here ("xmlns", "xmlns:xs"); names keep their
 // prefix. They always come first among the attributes, in their own order, then the others in
-// theirs: the parser reports them apart, so this is the one order it can give back. Two trees are equal (==) when names, attributes (in order), texts, tails and children
-// are equal.
+// theirs: the parser reports them apart, so this is the one order it can give back. Two trees are equal (==)
+// when names, attributes (in order), texts, tails and children are equal.
 //
 // A Balise holds its children by value: a reference or pointer to a child stays valid until a
 // child is added to or removed from the same parent.
