@@ -88,7 +88,8 @@ namespace {
 // libxml2's whole-document entry points count bytes in an int.
 void VerifieTaille(std::string_view texte) {
   if (texte.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
-    throw exceptions::OperationInvalide(UniChaine("document XML de plus de 2 Gio : trop grand pour être validé"));
+    throw exceptions::OperationInvalide(
+        UniChaine("document XML de plus de 2 Gio : trop grand pour être validé"));
   }
 }
 

@@ -15,7 +15,8 @@
 // ParseurXML first and so gets the same limits as any document.
 //
 // A SchemaXML may be shared by threads once loaded: its members are const and libxml2's
-// validation contexts are made per call.
+// validation contexts are made per call. A moved-from SchemaXML may only be assigned to or
+// destroyed.
 
 #include <cstdint>
 #include <limits>
@@ -85,6 +86,7 @@ class OUTILS_SOCLE_EXPORT SchemaXML {
   // Every error of the document against the schema; empty when it is valid. A document that is
   // not well-formed throws ErreurXML instead.
   std::vector<ErreurValidationXML> Valide(std::string_view document) const;
+  // A tree is validated as EcrisXML writes it: lines are those of that text, the paths locate.
   std::vector<ErreurValidationXML> Valide(const Balise& racine) const;
   std::vector<ErreurValidationXML> ValideFichier(const UniChemin& chemin) const;
 
