@@ -194,4 +194,14 @@ std::vector<Bloc> GroupeEnBlocs(const std::vector<Modification>& modifications, 
   return blocs;
 }
 
+void AjouteEtendue(std::string& sortie, int debut, int compte) {
+  if (compte == 1) {
+    sortie += std::to_string(debut + 1);
+  } else {
+    sortie += std::to_string(compte == 0 ? debut : debut + 1);
+    sortie += ',';
+    sortie += std::to_string(compte);
+  }
+}
+
 }  // namespace outils

@@ -53,6 +53,10 @@ std::vector<Bloc> GroupeEnBlocs(const std::vector<Modification>& modifications, 
 // written with a combining accent moves as one piece. Malformed bytes stand alone.
 std::vector<std::string_view> Caracteres(std::string_view texte);
 
+// A line range in a unified diff hunk header ("3,4", "7", "2,0"): diff's convention, a single
+// line is its number alone and an empty range names the line before it.
+void AjouteEtendue(std::string& sortie, int debut, int compte);
+
 enum class Genre { kCommun, kSupprime, kInsere };
 struct Morceau {
   Genre genre;

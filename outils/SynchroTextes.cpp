@@ -91,18 +91,6 @@ std::string_view Lignes(const TexteEnLignes& t, int de, int a) {
 
 // ---- unified diff
 
-void AjouteEtendue(std::string& sortie, int debut, int compte) {
-  // diff's convention: a single line is its number alone; an empty range names the line
-  // before it.
-  if (compte == 1) {
-    sortie += std::to_string(debut + 1);
-  } else {
-    sortie += std::to_string(compte == 0 ? debut : debut + 1);
-    sortie += ',';
-    sortie += std::to_string(compte);
-  }
-}
-
 void AjouteEnTeteBloc(std::string& sortie, const Bloc& b, const Options& o) {
   if (o.couleurs) sortie += kCyan;
   sortie += "@@ -";

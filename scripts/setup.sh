@@ -13,6 +13,8 @@ paquets=(
   # XML: libxml2 parses and validates; pugixml is its speed reference in the benchmarks, and
   # xmllint an independent reader in the tests.
   libxml2-dev libxml2-utils libpugixml-dev
+  # The Python module: pybind11, Python's headers, pytest, and marisa-trie's binding to measure against.
+  pybind11-dev python3-pybind11 python3-dev python3-pytest python3-marisa
   zlib1g-dev libdeflate-dev libicu-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   wfrench ccache clang-format unicode-data libabsl-dev libtbb-dev libmarisa-dev libdawgdic-dev libfst-dev libfst-tools wamerican
