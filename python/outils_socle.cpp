@@ -82,7 +82,12 @@ class Compilateur {
  public:
   Compilateur(const py::iterable& mots, bool parents, const py::object& progression) {
     sdd::ListeT<ChaineN> liste;
-    for (const py::handle m : mots) liste.Ajoute(N(m.cast<std::u16string>()));
+    for (const py::handle m : mots) {
+      if (!py::isinstance<py::str>(m)) {
+        throw py::type_error("mots : des str sont attendus, pas " + std::string(py::str(m.get_type().attr("__name__"))));
+      }
+      liste.Ajoute(N(m.cast<std::u16string>()));
+    }
     std::unique_ptr<ProgressionPython> rapport;
     if (!progression.is_none()) rapport = std::make_unique<ProgressionPython>(progression);
     py::gil_scoped_release sansGil;
