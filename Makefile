@@ -70,6 +70,7 @@ bench: build
 	./build/bench/bench_echelle
 	./build/bench/bench_journaux
 	./build/bench/bench_xml
+	PYTHONPATH=build/python/module /usr/bin/python3 bench/python_bench.py
 	./build/bench/bench_synchro
 	./build/bench/bench_corrections
 

@@ -2,6 +2,7 @@
 #   liboutilssocle0     the runtime library; the name follows its SONAME, libOutilsSocle.so.0
 #   liboutilssocle-dev  headers, the unversioned link, the CMake package, the pkg-config file
 #   outils-socle        the program and its manual page
+#   python3-outils-socle the Python module, for Debian's python3
 # Built with CPack's DEB generator from a build configured for /usr; dpkg-shlibdeps computes
 # the dependencies on other Debian libraries, and the packages of one build depend on each
 # other at exactly that build's version.
@@ -15,11 +16,16 @@ set(OUTILS_SOCLE_MAINTENEUR "Équipe OutilsSocle <outils-socle@example.org>"
 set(paquet_bibliotheque liboutilssocle${PROJECT_VERSION_MAJOR})
 set(paquet_developpement liboutilssocle-dev)
 set(paquet_programme outils-socle)
+set(paquet_python python3-outils-socle)
+set(composants bibliotheque developpement programme)
+if(TARGET outils_socle_python)
+  list(APPEND composants python)
+endif()
 
 # Every Debian package carries its copyright file and, being native, its changelog.
 set(changelog_gz ${CMAKE_CURRENT_BINARY_DIR}/changelog.gz)
 outils_socle_gzip(changelog_debian ${CMAKE_CURRENT_SOURCE_DIR}/cmake/debian/changelog ${changelog_gz})
-foreach(composant IN ITEMS bibliotheque developpement programme)
+foreach(composant IN LISTS composants)
   install(FILES ${CMAKE_CURRENT_SOURCE_DIR}/cmake/debian/copyright ${changelog_gz}
           DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${paquet_${composant}} COMPONENT ${composant})
 endforeach()
@@ -36,7 +42,7 @@ set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
 set(CPACK_PACKAGE_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/paquets)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
-set(CPACK_COMPONENTS_ALL bibliotheque developpement programme)
+set(CPACK_COMPONENTS_ALL ${composants})
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_MAINTAINER "${OUTILS_SOCLE_MAINTENEUR}")
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
@@ -47,6 +53,7 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_CURRENT_BINARY_DIR})
 set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
 set(CPACK_COMPONENT_DEVELOPPEMENT_DEPENDS bibliotheque)
 set(CPACK_COMPONENT_PROGRAMME_DEPENDS bibliotheque)
+set(CPACK_COMPONENT_PYTHON_DEPENDS bibliotheque)
 
 set(CPACK_DEBIAN_BIBLIOTHEQUE_PACKAGE_NAME ${paquet_bibliotheque})
 set(CPACK_DEBIAN_BIBLIOTHEQUE_PACKAGE_SECTION libs)
@@ -93,5 +100,23 @@ The outils-socle program puts the OutilsSocle library to work: it converts
 text between seven encodings like iconv, compiles word lists into minimal
 automata and queries them (insensitive and ranked lookups, prefixes, jokers,
 spelling corrections, numbering). Its messages are in French.")
+
+set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME ${paquet_python})
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
+# The module is built for one Python ABI (its file name says cpython-3XX): the interpreter of
+# that minor version, as Debian's own extension packages depend on it.
+if(TARGET outils_socle_python)
+  math(EXPR python_suivant "${OUTILS_SOCLE_PYTHON_MINEURE} + 1")
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS
+      "python3 (>= ${OUTILS_SOCLE_PYTHON_MAJEURE}.${OUTILS_SOCLE_PYTHON_MINEURE}), python3 (<< ${OUTILS_SOCLE_PYTHON_MAJEURE}.${python_suivant})")
+endif()
+set(CPACK_DEBIAN_PYTHON_DESCRIPTION
+"core tools library for French-language applications (Python 3 module)
+The outils_socle module gives Python the OutilsSocle library's compact
+lexicons (compiled from any iterable of str, read in place, with insensitive
+ranked lookups, prefixes, jokers and corrections), accent-, case- and
+ligature-insensitive comparison, seven byte encodings, line and character
+comparison with unified diffs, and calendar arithmetic. Its messages and
+docstrings are in French.")
 
 include(CPack)

@@ -8,6 +8,7 @@
 
 #include <outils_socle/automates/AutomateAcycliqueMin.h>
 #include <outils_socle/automates/CompilateurAutomateAcycliqueMin.h>
+#include <outils_socle/conteneurs/TableChaine.h>
 #include <outils_socle/dates/Calendrier.h>
 #include <outils_socle/flux/Fichier.h>
 #include <outils_socle/flux/TamponMemoire.h>
@@ -32,6 +33,45 @@ namespace {
 
 ChaineN N(const std::u16string& s) { return ChaineN(s.data(), static_cast<uint64_t>(s.size())); }
 std::u16string U(const ChaineN& s) { return std::u16string(s.DonneUnites(), s.Longueur()); }
+
+// The UTF-16 units of a str without building a Python or C++ string on the way: Python keeps
+// text as 1, 2 or 4 bytes per code point; the 2-byte form is already UTF-16 and is lent as it
+// is, the others are widened into `tampon` (code points past the BMP as surrogate pairs).
+std::u16string_view Unites(const py::handle& objet, std::u16string& tampon) {
+  PyObject* s = objet.ptr();
+  if (!PyUnicode_Check(s)) throw py::type_error("str attendu");
+  const Py_ssize_t n = PyUnicode_GET_LENGTH(s);
+  const void* donnees = PyUnicode_DATA(s);
+  switch (PyUnicode_KIND(s)) {
+    case PyUnicode_2BYTE_KIND:
+      return std::u16string_view(static_cast<const char16_t*>(donnees), static_cast<std::size_t>(n));
+    case PyUnicode_1BYTE_KIND: {
+      const auto* octets = static_cast<const Py_UCS1*>(donnees);
+      tampon.assign(octets, octets + n);
+      return tampon;
+    }
+    default: {
+      const auto* points = static_cast<const Py_UCS4*>(donnees);
+      tampon.clear();
+      for (Py_ssize_t i = 0; i < n; ++i) {
+        const Py_UCS4 c = points[i];
+        if (c < 0x10000) {
+          tampon.push_back(static_cast<char16_t>(c));
+        } else {
+          tampon.push_back(static_cast<char16_t>(0xD800 + ((c - 0x10000) >> 10)));
+          tampon.push_back(static_cast<char16_t>(0xDC00 + ((c - 0x10000) & 0x3FF)));
+        }
+      }
+      return tampon;
+    }
+  }
+}
+
+int64_t NoPourMot(AutomateAcycliqueMin& a, const py::handle& mot) {
+  thread_local std::u16string tampon;
+  const std::u16string_view u = Unites(mot, tampon);
+  return a.NoPourMot(u.data(), u.size());
+}
 
 ChaineN::Codage CodageValide(int codage) {
   if (codage < 0 || codage > 6)
@@ -84,7 +124,8 @@ class Compilateur {
     sdd::ListeT<ChaineN> liste;
     for (const py::handle m : mots) {
       if (!py::isinstance<py::str>(m)) {
-        throw py::type_error("mots : des str sont attendus, pas " + std::string(py::str(m.get_type().attr("__name__"))));
+        throw py::type_error("mots : des str sont attendus, pas " +
+                             std::string(py::str(m.get_type().attr("__name__"))));
       }
       liste.Ajoute(N(m.cast<std::u16string>()));
     }
@@ -255,6 +296,16 @@ std::string DiffUnifie(const std::string& ancien, const std::string& nouveau, in
   return sortie;
 }
 
+// ---- the string table: a mapping from str to int, kept as a compressed prefix tree
+
+using Table = sdd::TableChaine<int64_t>;
+
+py::list Paires(const sdd::ListeC<sdd::TableChaineNoyau::_Forme>& formes) {
+  py::list r;
+  for (const auto& f : formes) r.append(py::make_tuple(U(f.forme), Table::DonneCharge(f)));
+  return r;
+}
+
 // ---- exceptions
 
 template <typename E>
@@ -411,10 +462,10 @@ PYBIND11_MODULE(outils_socle, m) {
                       "endommagé lève TableNonValide.")
       .def(py::init<const std::string&>(), py::arg("chemin"))
       .def("__len__", [](Lexique& l) { return l.A().NombreDeFormes(); })
-      .def("__contains__", [](Lexique& l, const std::u16string& mot) { return l.A().NoPourMot(N(mot)) >= 0; })
+      .def("__contains__", [](Lexique& l, const py::str& mot) { return NoPourMot(l.A(), mot) >= 0; })
       .def(
-          "no_pour_mot", [](Lexique& l, const std::u16string& mot) { return l.A().NoPourMot(N(mot)); },
-          py::arg("mot"), "Le numéro de la forme, -1 si elle est absente.")
+          "no_pour_mot", [](Lexique& l, const py::str& mot) { return NoPourMot(l.A(), mot); }, py::arg("mot"),
+          "Le numéro de la forme, -1 si elle est absente.")
       .def(
           "forme_pour_no",
           [](Lexique& l, uint32_t numero) {
@@ -439,8 +490,9 @@ PYBIND11_MODULE(outils_socle, m) {
             return r;
           },
           py::arg("mot"), py::arg("masque") = 0, py::arg("exact") = false,
-          "Les formes du mot sans tenir compte des accents, de la casse, des variantes ni des ligatures "
-          "(masque : bits MALGRAY_* à respecter), les meilleures d’abord.")
+          "Les formes du mot sans tenir compte des accents, de la casse, des variantes ni des ligatures, "
+          "les meilleures d’abord ; masque : les différences tolérées (bits MALGRAY_*), 0 pour toutes ; "
+          "exact : seulement la forme telle quelle.")
       .def(
           "formes_commencant",
           [](py::object soi, const std::u16string& prefixe) {
@@ -487,6 +539,121 @@ PYBIND11_MODULE(outils_socle, m) {
           },
           py::arg("mot"), py::arg("limite") = 10, py::arg("cout_max") = 0,
           "Les corrections du mot par coût croissant (cout_max 0 : 20, deux fautes ordinaires).");
+
+  py::class_<Table>(
+      m, "TableChaine",
+      "Table de chaînes : un dictionnaire de str vers int gardé en arbre de préfixes compressé, "
+      "avec les recherches insensibles, les préfixes, les jokers, les anagrammes et les corrections.")
+      .def(py::init<>())
+      .def(py::init([](const py::dict& d) {
+             auto t = std::make_unique<Table>();
+             for (const auto& [k, v] : d) t->Mets(N(k.cast<std::u16string>()), v.cast<int64_t>());
+             return t;
+           }),
+           py::arg("donnees"))
+      .def("__len__", &Table::Taille)
+      .def("__contains__", [](const Table& t, const std::u16string& k) { return t.Trouve(N(k)) != nullptr; })
+      .def("__getitem__",
+           [](const Table& t, const std::u16string& k) {
+             const int64_t* v = t.Trouve(N(k));
+             if (v == nullptr) throw py::key_error(py::str(py::cast(k)).cast<std::string>());
+             return *v;
+           })
+      .def("__setitem__", [](Table& t, const std::u16string& k, int64_t v) { t.Mets(N(k), v); })
+      .def("__delitem__",
+           [](Table& t, const std::u16string& k) {
+             if (!t.Supprime(N(k))) throw py::key_error(py::str(py::cast(k)).cast<std::string>());
+           })
+      .def(
+          "get",
+          [](const Table& t, const std::u16string& k, py::object defaut) -> py::object {
+            const int64_t* v = t.Trouve(N(k));
+            return v != nullptr ? py::cast(*v) : defaut;
+          },
+          py::arg("clef"), py::arg("defaut") = py::none())
+      .def(
+          "items",
+          [](const Table& t) {
+            py::list r;
+            for (const auto& [clef, charge] : t) r.append(py::make_tuple(U(clef), charge));
+            return r;
+          },
+          "Les paires (clef, valeur) dans l’ordre de l’arbre.")
+      .def("keys",
+           [](const Table& t) {
+             py::list r;
+             for (const auto& [clef, charge] : t) r.append(py::cast(U(clef)));
+             return r;
+           })
+      .def("__iter__",
+           [](const Table& t) {
+             py::list r;
+             for (const auto& [clef, charge] : t) r.append(py::cast(U(clef)));
+             return py::iter(r);
+           })
+      .def(
+          "ecris",
+          [](const Table& t, const std::string& chemin) {
+            sdd::FichierAvecTampon sortie(chemin.c_str(), sdd::Fichier::eEcriture);
+            t.Ecris(sortie);
+            sortie.Ferme();
+          },
+          py::arg("chemin"), "Écrit la table sous sa forme sérialisée (version 110).")
+      .def_static(
+          "lis",
+          [](const std::string& chemin) {
+            auto t = std::make_unique<Table>();
+            sdd::Fichier entree(chemin.c_str(), sdd::Fichier::eLecture);
+            t->Lis(entree);
+            return t;
+          },
+          py::arg("chemin"), "Lit une table écrite par ecris ; une forme endommagée lève TableNonValide.")
+      .def(
+          "formes_pour",
+          [](const Table& t, const std::u16string& mot, int masque, uint32_t limite) {
+            sdd::ListeC<sdd::TableChaineNoyau::_Forme> formes;
+            {
+              py::gil_scoped_release sansGil;
+              t.FormesPour(N(mot), sdd::OptionRecherche(0, static_cast<uint32_t>(masque)), limite, formes);
+            }
+            return Paires(formes);
+          },
+          py::arg("mot"), py::arg("masque") = 0, py::arg("limite") = 0,
+          "Les (clef, valeur) qui correspondent au mot sans tenir compte des accents, de la casse, des "
+          "variantes ni des ligatures, les meilleures d’abord.")
+      .def(
+          "formes_commencant",
+          [](const Table& t, const std::u16string& prefixe, uint32_t limite) {
+            sdd::ListeC<sdd::TableChaineNoyau::_Forme> formes;
+            {
+              py::gil_scoped_release sansGil;
+              t.FormesCommencant(N(prefixe), {}, limite, formes);
+            }
+            return Paires(formes);
+          },
+          py::arg("prefixe"), py::arg("limite") = 0)
+      .def(
+          "formes_pour_joker",
+          [](const Table& t, const std::u16string& motif, uint32_t limite) {
+            sdd::ListeC<sdd::TableChaineNoyau::_Forme> formes;
+            {
+              py::gil_scoped_release sansGil;
+              t.FormesPourJoker(N(motif), limite, 0, formes);
+            }
+            return Paires(formes);
+          },
+          py::arg("motif"), py::arg("limite") = 0)
+      .def(
+          "formes_pour_anagrammes",
+          [](const Table& t, const std::u16string& mot, uint32_t limite) {
+            sdd::ListeC<sdd::TableChaineNoyau::_Forme> formes;
+            {
+              py::gil_scoped_release sansGil;
+              t.FormesPourAnagrammes(N(mot), {}, limite, formes);
+            }
+            return Paires(formes);
+          },
+          py::arg("mot"), py::arg("limite") = 0);
 
   py::class_<Listage>(m, "_Listage")
       .def("__iter__", [](py::object soi) { return soi; })

@@ -33,10 +33,10 @@ endfunction()
 
 file(GLOB debs ${PAQUETS}/*.deb)
 list(LENGTH debs n)
-if(NOT n EQUAL 3)
-  message(FATAL_ERROR "expected three packages in ${PAQUETS}, found: ${debs}")
+if(NOT n EQUAL 4)
+  message(FATAL_ERROR "expected four packages in ${PAQUETS}, found: ${debs}")
 endif()
-foreach(paquet IN ITEMS ${bibliotheque} liboutilssocle-dev outils-socle)
+foreach(paquet IN ITEMS ${bibliotheque} liboutilssocle-dev outils-socle python3-outils-socle)
   file(GLOB deb ${PAQUETS}/${paquet}_*.deb)
   if(NOT deb)
     message(FATAL_ERROR "no package ${paquet} in ${PAQUETS}")
@@ -90,6 +90,13 @@ exige("${c}" "usr/share/man/man1/outils-socle\\.1\\.gz\n" "program")
 exclut("${c}" "usr/lib/|usr/include" "program")
 exige("${depends_outils-socle}" "${bibliotheque} \\(= ${version}\\)" "program Depends")
 
+# The Python module: where Debian's python3 looks, with its type stubs, for that interpreter.
+set(c "${contenu_python3-outils-socle}")
+exige("${c}" "usr/lib/python3/dist-packages/outils_socle\\.cpython-3[0-9]+-${multiarch}\\.so\n" "Python module")
+exige("${c}" "usr/lib/python3/dist-packages/outils_socle\\.pyi\n" "Python module")
+exige("${depends_python3-outils-socle}" "${bibliotheque} \\(= ${version}\\)" "Python Depends")
+exige("${depends_python3-outils-socle}" "python3 \\(>= 3\\.[0-9]+\\), python3 \\(<< 3\\.[0-9]+\\)" "Python Depends")
+
 # lintian: no error and no warning (the one deliberate exception is overridden in the package,
 # with its reason). Its informational notes are printed for the reader.
 execute_process(COMMAND lintian --fail-on error,warning --display-info ${debs}
@@ -111,4 +118,13 @@ verifie_installation(${racine}/usr ${TRAVAIL}/verification ${GENERATEUR})
 set(ENV{MANWIDTH} 100)
 lance(man --warnings -E UTF-8 -l ${racine}/usr/share/man/man1/outils-socle.1.gz)
 exige("${SORTIE}" "outils-socle lexique" "manual page")
+# The unpacked module imported by Debian's python3 and put to work; the library comes from the
+# unpacked tree.
+set(ENV{PYTHONPATH} ${racine}/usr/lib/python3/dist-packages)
+set(ENV{LD_LIBRARY_PATH} ${racine}/usr/lib/${multiarch})
+lance(/usr/bin/python3 -c "import outils_socle as o; c = o.CompilateurAutomateAcycliqueMin(['été', 'tête']); \
+print(o.__file__, c.nb_formes, o.egal('ÉTÉ', 'ete', 6))")
+exige("${SORTIE}" "^${racine}/usr/lib/python3/dist-packages/outils_socle[^ ]* 2 True" "Python module unpacked")
+unset(ENV{LD_LIBRARY_PATH})
+unset(ENV{PYTHONPATH})
 message(STATUS "packages: ${debs}")

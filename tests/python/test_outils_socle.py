@@ -276,3 +276,41 @@ def test_fils_en_parallele(lexique):
     for f in fils:
         f.join()
     assert erreurs == []
+
+
+def test_table_chaine_comme_un_dict(tmp_path, lexique):
+    alea = random.Random(9)
+    cles = ["été", "ete", "tête", "bête", "œuvre", "oeuvre", "a", "ab", "abc", "", "\U0001D11E", "zut!"]
+    table, reference = o.TableChaine(), {}
+    for _ in range(3000):
+        k = alea.choice(cles) + alea.choice(["", "s", "x"])
+        if alea.random() < 0.3 and k in reference:
+            del table[k], reference[k]
+        else:
+            table[k] = reference[k] = alea.randrange(-2**40, 2**40)
+        assert len(table) == len(reference)
+    assert dict(table.items()) == reference and set(table) == set(reference)
+    assert all(table[k] == v and k in table for k, v in reference.items())
+    assert table.get("absent", 7) == 7
+    with pytest.raises(KeyError):
+        table["absent"]
+    with pytest.raises(KeyError):
+        del table["absent"]
+    table.ecris(str(tmp_path / "t.tab"))
+    relue = o.TableChaine.lis(str(tmp_path / "t.tab"))
+    assert relue.items() == table.items()
+    (tmp_path / "abime.tab").write_bytes((tmp_path / "t.tab").read_bytes()[:-3])
+    with pytest.raises(o.TableNonValide):
+        o.TableChaine.lis(str(tmp_path / "abime.tab"))
+    # The searches rank as the lexicon does: same forms, same ranks, for words of the French list.
+    mots = random.Random(2).sample(lexique["mots"], 3000) + ["été", "ete", "Été", "oeuvre", "oeuvré"]
+    t = o.TableChaine({m: i for i, m in enumerate(mots)})
+    o.CompilateurAutomateAcycliqueMin(mots).ecris(str(tmp_path / "petit.lex"))
+    a = o.AutomateAcycliqueMin(str(tmp_path / "petit.lex"))
+    for m in ["ETE", "OEUVRE"] + mots[:50]:
+        assert [f for f, _ in t.formes_pour(m)] == [f.forme for f in a.formes_pour(m)]
+        assert all(t[f] == v for f, v in t.formes_pour(m))
+    assert {f for f, _ in t.formes_pour_joker("*t?")} == {f.forme for f in a.formes_pour_joker("*t?")}
+    anagrammes = [f for f, _ in t.formes_pour_anagrammes("tee")]
+    assert {"été", "ete", "Été"} <= set(anagrammes)
+    assert all(sorted(o.normalise_variante_minusculise_sans_accent(f)) == sorted("tee") for f in anagrammes)
