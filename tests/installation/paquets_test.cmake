@@ -122,7 +122,9 @@ exige("${SORTIE}" "outils-socle lexique" "manual page")
 # unpacked tree.
 set(ENV{PYTHONPATH} ${racine}/usr/lib/python3/dist-packages)
 set(ENV{LD_LIBRARY_PATH} ${racine}/usr/lib/${multiarch})
-lance(/usr/bin/python3 -c "import outils_socle as o; c = o.CompilateurAutomateAcycliqueMin(['été', 'tête']); \
+# (Lines, not semicolons, which CMake would take for list separators.)
+lance(/usr/bin/python3 -c "import outils_socle as o
+c = o.CompilateurAutomateAcycliqueMin(['été', 'tête'])
 print(o.__file__, c.nb_formes, o.egal('ÉTÉ', 'ete', 6))")
 exige("${SORTIE}" "^${racine}/usr/lib/python3/dist-packages/outils_socle[^ ]* 2 True" "Python module unpacked")
 unset(ENV{LD_LIBRARY_PATH})
