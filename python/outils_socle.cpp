@@ -309,8 +309,89 @@ py::list Paires(const sdd::ListeC<sdd::TableChaineNoyau::_Forme>& formes) {
 // ---- exceptions
 
 template <typename E>
-void Lance(const py::object& classe, const E& e) {
+void Lance(const py::handle& classe, const E& e) {
   PyErr_SetString(classe.ptr(), e.MessageComplet().DonneStdString().c_str());
+}
+
+// The Python classes of the library's exceptions, made once when the module loads (and never
+// released: the module lives as long as the interpreter).
+struct ClassesErreur {
+  py::handle base, erreurDeserialisation, erreurSyntaxe, indexHorsBorne, liberation, memoire,
+      operationInvalide, ouvertureEchouee, pointeurInvalide, tableNonValide, valeurIndefinie, modulePrismale,
+      exceptionCode;
+} classes;
+
+// Sets the Python error for a library exception; rethrows anything else.
+void Traduis(std::exception_ptr p) {
+  namespace x = sdd::exceptions;
+  try {
+    if (p) std::rethrow_exception(p);
+  } catch (const x::ErreurDeserialisation& e) {
+    Lance(classes.erreurDeserialisation, e);
+  } catch (const x::ErreurSyntaxe& e) {
+    Lance(classes.erreurSyntaxe, e);
+  } catch (const x::IndexHorsBorne& e) {
+    Lance(classes.indexHorsBorne, e);
+  } catch (const x::LiberationObjetImpossible& e) {
+    Lance(classes.liberation, e);
+  } catch (const x::MemoireInsuffisante& e) {
+    Lance(classes.memoire, e);
+  } catch (const x::OperationInvalide& e) {
+    Lance(classes.operationInvalide, e);
+  } catch (const x::OuvertureEchouee& e) {
+    Lance(classes.ouvertureEchouee, e);
+  } catch (const x::PointeurInvalide& e) {
+    Lance(classes.pointeurInvalide, e);
+  } catch (const x::TableNonValide& e) {
+    Lance(classes.tableNonValide, e);
+  } catch (const x::ValeurIndefinieIterateur& e) {
+    Lance(classes.valeurIndefinie, e);
+  } catch (const x::ExceptionModulePrismale& e) {
+    Lance(classes.modulePrismale, e);
+  } catch (const x::Exception& e) {
+    Lance(classes.base, e);
+  } catch (const ExceptionCode& e) {
+    PyErr_SetString(classes.exceptionCode.ptr(), e.what());
+  }
+}
+
+// The exact lookup is the call Python code makes millions of times: it goes straight through
+// CPython's calling convention (METH_O) rather than pybind11's general dispatcher, which
+// halves the cost of crossing into the library.
+template <typename F>
+PyObject* Protege(F&& f) {
+  try {
+    return f();
+  } catch (py::error_already_set& e) {
+    e.restore();
+  } catch (py::builtin_exception& e) {
+    e.set_error();
+  } catch (...) {
+    try {
+      Traduis(std::current_exception());
+    } catch (...) {
+      PyErr_SetString(PyExc_RuntimeError, "outils_socle : erreur inattendue");
+    }
+  }
+  return nullptr;
+}
+
+PyObject* NoPourMotBrut(PyObject* soi, PyObject* mot) {
+  return Protege([&] { return PyLong_FromLongLong(NoPourMot(py::handle(soi).cast<Lexique&>().A(), mot)); });
+}
+
+PyObject* ContientBrut(PyObject* soi, PyObject* mot) {
+  return Protege([&] { return PyBool_FromLong(NoPourMot(py::handle(soi).cast<Lexique&>().A(), mot) >= 0); });
+}
+
+// Installs a METH_O function as a method of a pybind11 class.
+void AjouteMethodeBrute(const py::handle& classe, PyMethodDef* definition) {
+  PyObject* descripteur = PyDescr_NewMethod(reinterpret_cast<PyTypeObject*>(classe.ptr()), definition);
+  if (descripteur == nullptr || PyObject_SetAttrString(classe.ptr(), definition->ml_name, descripteur) != 0) {
+    Py_XDECREF(descripteur);
+    throw py::error_already_set();
+  }
+  Py_DECREF(descripteur);
 }
 
 }  // namespace
@@ -329,52 +410,22 @@ PYBIND11_MODULE(outils_socle, m) {
     py::object classe = py::reinterpret_steal<py::object>(
         PyErr_NewException((std::string("outils_socle.") + nom).c_str(), bases.ptr(), nullptr));
     m.attr(nom) = classe;
-    return classe;
+    return classe.release();  // kept for the interpreter's life, like the module
   };
-  static const py::object erreurDeserialisation = sousClasse("ErreurDeserialisation");
-  static const py::object erreurSyntaxe = sousClasse("ErreurSyntaxe");
-  static const py::object indexHorsBorne = sousClasse("IndexHorsBorne", PyExc_IndexError);
-  static const py::object liberation = sousClasse("LiberationObjetImpossible");
-  static const py::object memoire = sousClasse("MemoireInsuffisante", PyExc_MemoryError);
-  static const py::object operationInvalide = sousClasse("OperationInvalide");
-  static const py::object ouvertureEchouee = sousClasse("OuvertureEchouee", PyExc_OSError);
-  static const py::object pointeurInvalide = sousClasse("PointeurInvalide");
-  static const py::object tableNonValide = sousClasse("TableNonValide");
-  static const py::object valeurIndefinie = sousClasse("ValeurIndefinieIterateur");
-  static const py::object modulePrismale = sousClasse("ExceptionModulePrismale");
-  static const py::object exceptionCode = sousClasse("ExceptionCode");
-  py::register_exception_translator([](std::exception_ptr p) {
-    namespace x = sdd::exceptions;
-    try {
-      if (p) std::rethrow_exception(p);
-    } catch (const x::ErreurDeserialisation& e) {
-      Lance(erreurDeserialisation, e);
-    } catch (const x::ErreurSyntaxe& e) {
-      Lance(erreurSyntaxe, e);
-    } catch (const x::IndexHorsBorne& e) {
-      Lance(indexHorsBorne, e);
-    } catch (const x::LiberationObjetImpossible& e) {
-      Lance(liberation, e);
-    } catch (const x::MemoireInsuffisante& e) {
-      Lance(memoire, e);
-    } catch (const x::OperationInvalide& e) {
-      Lance(operationInvalide, e);
-    } catch (const x::OuvertureEchouee& e) {
-      Lance(ouvertureEchouee, e);
-    } catch (const x::PointeurInvalide& e) {
-      Lance(pointeurInvalide, e);
-    } catch (const x::TableNonValide& e) {
-      Lance(tableNonValide, e);
-    } catch (const x::ValeurIndefinieIterateur& e) {
-      Lance(valeurIndefinie, e);
-    } catch (const x::ExceptionModulePrismale& e) {
-      Lance(modulePrismale, e);
-    } catch (const x::Exception& e) {
-      Lance(base, e);
-    } catch (const ExceptionCode& e) {
-      PyErr_SetString(exceptionCode.ptr(), e.what());
-    }
-  });
+  classes.erreurDeserialisation = sousClasse("ErreurDeserialisation");
+  classes.erreurSyntaxe = sousClasse("ErreurSyntaxe");
+  classes.indexHorsBorne = sousClasse("IndexHorsBorne", PyExc_IndexError);
+  classes.liberation = sousClasse("LiberationObjetImpossible");
+  classes.memoire = sousClasse("MemoireInsuffisante", PyExc_MemoryError);
+  classes.operationInvalide = sousClasse("OperationInvalide");
+  classes.ouvertureEchouee = sousClasse("OuvertureEchouee", PyExc_OSError);
+  classes.pointeurInvalide = sousClasse("PointeurInvalide");
+  classes.tableNonValide = sousClasse("TableNonValide");
+  classes.valeurIndefinie = sousClasse("ValeurIndefinieIterateur");
+  classes.modulePrismale = sousClasse("ExceptionModulePrismale");
+  classes.exceptionCode = sousClasse("ExceptionCode");
+  classes.base = base;
+  py::register_exception_translator(&Traduis);
 
   // ---- text
   m.attr("CODAGE_MAC_ROMAN") = 0;
@@ -457,15 +508,19 @@ PYBIND11_MODULE(outils_socle, m) {
       .def_property_readonly("nb_etats", [](Compilateur& c) { return (*c).NbEtats(); })
       .def_property_readonly("nb_transitions", [](Compilateur& c) { return (*c).NbTransitions(); });
 
-  py::class_<Lexique>(m, "AutomateAcycliqueMin",
-                      "Un lexique compilé, lu sur place dans son fichier projeté en mémoire. Un fichier "
-                      "endommagé lève TableNonValide.")
-      .def(py::init<const std::string&>(), py::arg("chemin"))
+  py::class_<Lexique> classeLexique(
+      m, "AutomateAcycliqueMin",
+      "Un lexique compilé, lu sur place dans son fichier projeté en mémoire. Un fichier "
+      "endommagé lève TableNonValide.");
+  static PyMethodDef noPourMot = {
+      "no_pour_mot", NoPourMotBrut, METH_O,
+      "no_pour_mot(mot: str) -> int\nLe numéro de la forme, -1 si elle est absente."};
+  static PyMethodDef contient = {"__contains__", ContientBrut, METH_O,
+                                 "Vrai si la forme est dans le lexique."};
+  AjouteMethodeBrute(classeLexique, &noPourMot);
+  AjouteMethodeBrute(classeLexique, &contient);
+  classeLexique.def(py::init<const std::string&>(), py::arg("chemin"))
       .def("__len__", [](Lexique& l) { return l.A().NombreDeFormes(); })
-      .def("__contains__", [](Lexique& l, const py::str& mot) { return NoPourMot(l.A(), mot) >= 0; })
-      .def(
-          "no_pour_mot", [](Lexique& l, const py::str& mot) { return NoPourMot(l.A(), mot); }, py::arg("mot"),
-          "Le numéro de la forme, -1 si elle est absente.")
       .def(
           "forme_pour_no",
           [](Lexique& l, uint32_t numero) {

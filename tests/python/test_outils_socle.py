@@ -140,6 +140,10 @@ def test_exceptions_de_la_bibliotheque(tmp_path, lexique):
     with pytest.raises(ValueError):
         o.encode("x", 9)
     with pytest.raises(TypeError):
+        lexique["automate"].no_pour_mot(3)
+    with pytest.raises(TypeError):
+        b"mot" in lexique["automate"]
+    with pytest.raises(TypeError):
         o.CompilateurAutomateAcycliqueMin(["a", 3])
     assert issubclass(o.IndexHorsBorne, IndexError) and issubclass(o.TableNonValide, o.OutilsSocleErreur)
 
