@@ -105,17 +105,29 @@ struct Correction {
   double probabilite;
 };
 
-// Reports the compiler's progress to a Python callable, taking the GIL for each call.
+// Reports the compiler's progress to a Python callable, taking the GIL for each call. The
+// compiler may call from its worker threads, where an exception must not escape: the first one
+// the callable raises is kept (further reports are dropped) and raised once the compile is over.
 class ProgressionPython final : public sdd::Progression {
  public:
   explicit ProgressionPython(py::object f) : f_(std::move(f)) {}
   void Avance(uint64_t fait, uint64_t total) override {
     py::gil_scoped_acquire gil;
-    f_(fait, total);
+    if (erreur_) return;
+    try {
+      f_(fait, total);
+    } catch (py::error_already_set& e) {
+      erreur_ = std::make_unique<py::error_already_set>(std::move(e));
+    }
+  }
+  // With the GIL held.
+  void RelanceErreur() {
+    if (erreur_) throw py::error_already_set(std::move(*erreur_));
   }
 
  private:
   py::object f_;
+  std::unique_ptr<py::error_already_set> erreur_;
 };
 
 class Compilateur {
@@ -131,10 +143,13 @@ class Compilateur {
     }
     std::unique_ptr<ProgressionPython> rapport;
     if (!progression.is_none()) rapport = std::make_unique<ProgressionPython>(progression);
-    py::gil_scoped_release sansGil;
-    compilateur_ = std::make_unique<sdd::CompilateurAutomateAcycliqueMin>(
-        liste, parents ? sdd::CompilateurAutomateAcycliqueMin::InclureNoeudsParents : 0, UINT64_MAX,
-        rapport.get());
+    {
+      py::gil_scoped_release sansGil;
+      compilateur_ = std::make_unique<sdd::CompilateurAutomateAcycliqueMin>(
+          liste, parents ? sdd::CompilateurAutomateAcycliqueMin::InclureNoeudsParents : 0, UINT64_MAX,
+          rapport.get());
+    }
+    if (rapport) rapport->RelanceErreur();
   }
 
   uint64_t Ecris(const std::string& chemin) {

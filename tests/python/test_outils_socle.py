@@ -145,6 +145,11 @@ def test_exceptions_de_la_bibliotheque(tmp_path, lexique):
         b"mot" in lexique["automate"]
     with pytest.raises(TypeError):
         o.CompilateurAutomateAcycliqueMin(["a", 3])
+    # A progress callback that raises: the compile ends, the error comes out, nothing crashes.
+    def refuse(fait, total):
+        raise ValueError("assez")
+    with pytest.raises(ValueError, match="assez"):
+        o.CompilateurAutomateAcycliqueMin(lexique["mots"][:200000], progression=refuse)
     assert issubclass(o.IndexHorsBorne, IndexError) and issubclass(o.TableNonValide, o.OutilsSocleErreur)
 
 
