@@ -5,6 +5,7 @@
 #include <libxml/parserInternals.h>
 #include <libxml/xmlerror.h>
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -20,11 +21,11 @@ namespace {
 // Everything the callbacks share, reached through the parser context's _private (libxml2 hands
 // it on to the contexts it makes for entity contents).
 struct Etat {
-  Etat(const OptionsParseurXML& o, Recepteur& r, uint64_t b) : options(o), recepteur(r), budget(b) {}
+  Etat(const OptionsParseurXML& o, Recepteur& r) : options(o), recepteur(r) {}
   const OptionsParseurXML& options;
   Recepteur& recepteur;
-  uint64_t budget;     // bytes of names, attribute values and text the document may deliver
-  uint64_t livre = 0;  // delivered so far
+  uint64_t fourni = 0;  // bytes of the document handed to libxml2 so far
+  uint64_t livre = 0;   // delivered so far
   int profondeur = 0;
   std::optional<ErreurXML> erreur;        // the first error, ours or libxml2's
   std::exception_ptr exceptionRecepteur;  // what a receiver threw
@@ -68,11 +69,23 @@ void Garde(void* ctx, F&& f) {
 
 constexpr std::size_t kCoutReference = 8;
 
+// The document may deliver (names, attribute values, texts, 8 per entity reference) up to
+// facteurExpansionMax times the bytes read so far, plus 1 MiB. Counting against what was read,
+// not against a size known in advance, keeps the rule for pipes and other streams of unknown
+// length.
+uint64_t Budget(const Etat& e) {
+  constexpr uint64_t kFranchise = uint64_t{1} << 20;
+  const uint64_t facteur = std::max<uint64_t>(e.options.facteurExpansionMax, 1);
+  if (e.fourni > (UINT64_MAX - kFranchise) / facteur) return UINT64_MAX;
+  return e.fourni * facteur + kFranchise;
+}
+
 bool Consomme(void* ctx, Etat& e, std::size_t n) {
   e.livre += n;
-  if (e.livre <= e.budget) return true;
-  Refuse(ctx, "le texte développé dépasse " + std::to_string(e.budget) +
-                  " octets : expansion d’entités excessive");
+  const uint64_t budget = Budget(e);
+  if (e.livre <= budget) return true;
+  Refuse(ctx,
+         "le texte développé dépasse " + std::to_string(budget) + " octets : expansion d’entités excessive");
   return false;
 }
 
@@ -293,10 +306,7 @@ void InitialiseLibxml() {
 void Analyse(SourceOctets& source, const OptionsParseurXML& options, Recepteur& recepteur, bool dejaDecode) {
   InitialiseLibxml();
   CaptureMessagesLibxml messages;
-  const uint64_t taille = source.Taille();
-  const uint64_t facteur = options.facteurExpansionMax;
-  Etat etat(options, recepteur,
-            taille > (UINT64_MAX - (1u << 20)) / (facteur + 1) ? UINT64_MAX : taille * facteur + (1u << 20));
+  Etat etat(options, recepteur);
 
   xmlSAXHandler sax = Gestionnaire();
   std::string_view morceau = source.Suivant();
@@ -310,6 +320,7 @@ void Analyse(SourceOctets& source, const OptionsParseurXML& options, Recepteur& 
   const bool large = options.profondeurMax > 256 || options.tailleMaxAttribut > 10'000'000;
   xmlCtxtUseOptions(ctxt, XML_PARSE_NOENT | XML_PARSE_NONET | (large ? XML_PARSE_HUGE : 0) |
                               (dejaDecode ? XML_PARSE_IGNORE_ENC : 0));
+  etat.fourni = debut;
   morceau.remove_prefix(debut);
 
   // Chunks of at most 1 MiB, so that a stop is noticed soon and int sizes never overflow.
@@ -317,6 +328,7 @@ void Analyse(SourceOctets& source, const OptionsParseurXML& options, Recepteur& 
   while (true) {
     while (!morceau.empty() && !Arrete(etat)) {
       const std::size_t n = std::min(kMorceau, morceau.size());
+      etat.fourni += n;
       xmlParseChunk(ctxt, morceau.data(), static_cast<int>(n), 0);
       morceau.remove_prefix(n);
     }

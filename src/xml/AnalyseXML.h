@@ -31,8 +31,6 @@ class SourceOctets {
   virtual ~SourceOctets() = default;
   // The next bytes, valid until the next call; empty at the end. Throws on a read failure.
   virtual std::string_view Suivant() = 0;
-  // The total size, for the expansion budget.
-  virtual uint64_t Taille() const = 0;
 };
 
 // Parses the whole source; throws ErreurXML, or rethrows what a receiver member threw.

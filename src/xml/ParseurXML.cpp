@@ -28,11 +28,9 @@ class SourceMemoire final : public xml::SourceOctets {
  public:
   SourceMemoire(const void* octets, std::size_t taille) : reste_(static_cast<const char*>(octets), taille) {}
   std::string_view Suivant() override { return std::exchange(reste_, std::string_view()); }
-  uint64_t Taille() const override { return taille_; }
 
  private:
   std::string_view reste_;
-  uint64_t taille_ = reste_.size();
 };
 
 // Reads the file in chunks, so a document larger than memory can still be streamed.
@@ -45,8 +43,6 @@ class SourceFichier final : public xml::SourceOctets {
       if (fd_ >= 0) plateforme::FermeFichier(fd_);
       throw exceptions::OuvertureEchouee(UniChaine(nom_ + " : " + raison));
     }
-    const int64_t taille = plateforme::TailleFichier(fd_);
-    taille_ = taille > 0 ? static_cast<uint64_t>(taille) : 0;
   }
   ~SourceFichier() override { plateforme::FermeFichier(fd_); }
   SourceFichier(const SourceFichier&) = delete;
@@ -57,12 +53,10 @@ class SourceFichier final : public xml::SourceOctets {
     if (n < 0) throw ErreurXML(0, 0, "lecture de " + nom_ + " impossible : " + plateforme::DerniereErreur());
     return std::string_view(tampon_.data(), static_cast<std::size_t>(n));
   }
-  uint64_t Taille() const override { return taille_; }
 
  private:
   std::string nom_;
   int fd_ = -1;
-  uint64_t taille_ = 0;
   std::vector<char> tampon_ = std::vector<char>(std::size_t{1} << 18);
 };
 

@@ -7,8 +7,9 @@
 //   - no file or network resource is ever read because a document names it: an external
 //     entity declaration (SYSTEM or PUBLIC) is refused, an external DTD is not loaded, and an
 //     entity the document uses without declaring it is an error, never a silent gap;
-//   - internal entities are expanded, but the expanded text may not exceed
-//     `facteurExpansionMax` times the document's size (plus 1 MiB): "billion laughs" stops early;
+//   - internal entities are expanded, but the expanded text (with 8 bytes counted per entity
+//     reference) may not exceed `facteurExpansionMax` times the bytes read so far, plus 1 MiB:
+//     "billion laughs" stops early, and the rule holds for pipes of unknown length too;
 //   - nesting deeper than `profondeurMax`, an attribute value or a name longer than
 //     `tailleMaxAttribut`, or more than `attributsMax` attributes on one tag is refused.
 // Every refusal and every well-formedness error throws ErreurXML with the line and column where
