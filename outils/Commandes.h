@@ -30,6 +30,7 @@ int Blocs(const std::vector<std::string>& arguments);
 int TableDeChaines(const std::vector<std::string>& arguments);
 int SynchroTextes(const std::vector<std::string>& arguments);
 int Jours(const std::vector<std::string>& arguments);
+int Xml(const std::vector<std::string>& arguments);
 // outils-socle lexique verifie LEXIQUE TEXTE [--suggestions N].
 struct Arguments;
 int VerifieTexte(const Arguments& a);

@@ -26,6 +26,7 @@ const char* const kAide =
        "  table       range une liste de mots dans une table de chaînes et l'interroge\n"
        "  synchro     compare deux textes ligne à ligne, comme diff\n"
        "  jours       compte les jours entre deux dates à travers les réformes de 1582 et 1752\n"
+       "  xml         vérifie des documents XML (avec un schéma), les réindente, montre un schéma\n"
        "  demo        fait l'aller-retour de la liste de mots française dans les sept codages\n"
        "\n"
        "Options :\n"
@@ -61,6 +62,7 @@ int main(int argc, char** argv) {
     if (commande == "huffman") return outils::Huffman(arguments);
     if (commande == "blocs") return outils::Blocs(arguments);
     if (commande == "table") return outils::TableDeChaines(arguments);
+    if (commande == "xml") return outils::Xml(arguments);
     if (commande == "synchro") return outils::SynchroTextes(arguments);
     if (commande == "jours") return outils::Jours(arguments);
     if (commande == "demo") return outils::Demo(arguments);
