@@ -12,9 +12,22 @@ namespace {
 
 using Table = sdd::TableChaine<int64_t>;
 
-py::list Paires(const sdd::ListeC<sdd::TableChaineNoyau::_Forme>& formes) {
+// Runs one of the table's searches without the GIL, then gives its keys with their values.
+template <typename Recherche>
+py::list Cherche(Recherche&& recherche) {
+  sdd::ListeC<sdd::TableChaineNoyau::_Forme> formes;
+  {
+    py::gil_scoped_release sansGil;
+    recherche(formes);
+  }
   py::list r;
   for (const auto& f : formes) r.append(py::make_tuple(U(f.forme), Table::DonneCharge(f)));
+  return r;
+}
+
+py::list Clefs(const Table& t) {
+  py::list r;
+  for (const auto& [clef, charge] : t) r.append(py::cast(U(clef)));
   return r;
 }
 
@@ -60,18 +73,8 @@ void DeclareTable(py::module_& m) {
             return r;
           },
           "Les paires (clef, valeur) dans l’ordre de l’arbre.")
-      .def("keys",
-           [](const Table& t) {
-             py::list r;
-             for (const auto& [clef, charge] : t) r.append(py::cast(U(clef)));
-             return r;
-           })
-      .def("__iter__",
-           [](const Table& t) {
-             py::list r;
-             for (const auto& [clef, charge] : t) r.append(py::cast(U(clef)));
-             return py::iter(r);
-           })
+      .def("keys", &Clefs)
+      .def("__iter__", [](const Table& t) { return py::iter(Clefs(t)); })
       .def(
           "ecris",
           [](const Table& t, const std::string& chemin) {
@@ -92,12 +95,9 @@ void DeclareTable(py::module_& m) {
       .def(
           "formes_pour",
           [](const Table& t, const std::u16string& mot, int masque, uint32_t limite) {
-            sdd::ListeC<sdd::TableChaineNoyau::_Forme> formes;
-            {
-              py::gil_scoped_release sansGil;
+            return Cherche([&](auto& formes) {
               t.FormesPour(N(mot), sdd::OptionRecherche(0, static_cast<uint32_t>(masque)), limite, formes);
-            }
-            return Paires(formes);
+            });
           },
           py::arg("mot"), py::arg("masque") = 0, py::arg("limite") = 0,
           "Les (clef, valeur) qui correspondent au mot sans tenir compte des accents, de la casse, des "
@@ -105,34 +105,19 @@ void DeclareTable(py::module_& m) {
       .def(
           "formes_commencant",
           [](const Table& t, const std::u16string& prefixe, uint32_t limite) {
-            sdd::ListeC<sdd::TableChaineNoyau::_Forme> formes;
-            {
-              py::gil_scoped_release sansGil;
-              t.FormesCommencant(N(prefixe), {}, limite, formes);
-            }
-            return Paires(formes);
+            return Cherche([&](auto& formes) { t.FormesCommencant(N(prefixe), {}, limite, formes); });
           },
           py::arg("prefixe"), py::arg("limite") = 0)
       .def(
           "formes_pour_joker",
           [](const Table& t, const std::u16string& motif, uint32_t limite) {
-            sdd::ListeC<sdd::TableChaineNoyau::_Forme> formes;
-            {
-              py::gil_scoped_release sansGil;
-              t.FormesPourJoker(N(motif), limite, 0, formes);
-            }
-            return Paires(formes);
+            return Cherche([&](auto& formes) { t.FormesPourJoker(N(motif), limite, 0, formes); });
           },
           py::arg("motif"), py::arg("limite") = 0)
       .def(
           "formes_pour_anagrammes",
           [](const Table& t, const std::u16string& mot, uint32_t limite) {
-            sdd::ListeC<sdd::TableChaineNoyau::_Forme> formes;
-            {
-              py::gil_scoped_release sansGil;
-              t.FormesPourAnagrammes(N(mot), {}, limite, formes);
-            }
-            return Paires(formes);
+            return Cherche([&](auto& formes) { t.FormesPourAnagrammes(N(mot), {}, limite, formes); });
           },
           py::arg("mot"), py::arg("limite") = 0);
 }
