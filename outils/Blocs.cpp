@@ -2,8 +2,8 @@
 // position, to see what block compression gives on one's own data.
 #include <algorithm>
 #include <cstdio>
-#include <fstream>
 #include <random>
+#include <sstream>
 #include <vector>
 
 #include <outils_socle/flux/EncodageParBlocCompresse.h>
@@ -65,7 +65,7 @@ int Range(const Arguments& a) {
   uint64_t brut = 0, blocs = 0;
   auto t0 = Horloge::now();
   {
-    sdd::FichierAvecTampon sortie(a.positions[1].c_str(), sdd::Fichier::eEcriture);
+    sdd::FichierRemplacant sortie(a.positions[1].c_str());
     sdd::EncodageParBlocCompresse encodeur(&sortie, static_cast<unsigned int>(taille),
                                            static_cast<sdd::eTypeCompression>(type));
     for (const sdd::ChaineN& mot : mots) {
@@ -79,8 +79,12 @@ int Range(const Arguments& a) {
   }
   const double ecriture = MsDepuis(t0);
   {
-    std::ofstream f(a.positions[1] + ".positions");
-    for (const auto& p : positions) f << p << '\n';
+    std::ostringstream texte;
+    for (const auto& p : positions) texte << p << '\n';
+    const std::string octets = texte.str();
+    sdd::FichierRemplacant f((a.positions[1] + ".positions").c_str());
+    f.Mets(reinterpret_cast<const uint8_t*>(octets.data()), octets.size());
+    f.Ferme();
   }
   sdd::FichierMMap lu{UniChemin(a.positions[1].c_str())};
   std::printf("%llu mots rangés en %.1f ms dans %llu blocs : %llu octets pour %llu (%.1f %%)\n",
@@ -143,7 +147,7 @@ int Blocs(const std::vector<std::string>& arguments) {
     if (action == "range") return Range(a);
     if (action == "lis") return Lis(a);
   } catch (const sdd::exceptions::Exception& e) {
-    Erreur(e.MessageComplet().PreteUTF8());
+    Erreur(e.MessageCompletTraduit().PreteUTF8());
     return 1;
   }
   Erreur("blocs : action inconnue « " + action + " » (voir outils-socle blocs --help)");

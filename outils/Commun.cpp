@@ -41,7 +41,7 @@ bool LisFichier(const std::string& chemin, std::string& contenu, struct timespec
   struct stat etat {};
   if (fd < 0 || fstat(fd, &etat) != 0 || S_ISDIR(etat.st_mode)) {
     const bool dossier = fd >= 0 && S_ISDIR(etat.st_mode);
-    const std::string raison = std::strerror(errno);
+    const std::string raison = sdd::RaisonSysteme(errno).DonneStdString();
     if (fd >= 0) close(fd);
     Erreur(dossier ? Texte(N_("« %s » est un dossier, pas un fichier"), {chemin})
                    : Texte(N_("impossible de lire « %s » : %s"), {chemin, raison}));
@@ -56,7 +56,7 @@ bool LisFichier(const std::string& chemin, std::string& contenu, struct timespec
     if (lus == 0) break;
     if (lus < 0 && errno == EINTR) continue;
     if (lus < 0) {
-      const std::string raison = std::strerror(errno);
+      const std::string raison = sdd::RaisonSysteme(errno).DonneStdString();
       close(fd);
       Erreur(Texte(N_("erreur de lecture dans « %s » : %s"), {chemin, raison}));
       return false;

@@ -1,13 +1,12 @@
 // outils-socle convertis: re-encodes a file or standard input, through ChaineN.
+#include <outils_socle/flux/Fichier.h>
 #include <outils_socle/texte/ChaineN.h>
 
 #include <algorithm>
 #include <cctype>
-#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <iterator>
 #include <sstream>
@@ -131,13 +130,9 @@ int Convertis(const std::vector<std::string>& arguments) {
       return 1;
     }
   } else {
-    std::ofstream f(sortie, std::ios::binary);
-    f.write(resultat.data(), static_cast<std::streamsize>(resultat.size()));
-    f.close();
-    if (!f) {
-      Erreur("impossible d'écrire « " + sortie + " » : " + std::strerror(errno));
-      return 1;
-    }
+    sdd::FichierRemplacant f(sortie.c_str());  // failures reach main() with path and reason
+    f.Mets(reinterpret_cast<const uint8_t*>(resultat.data()), resultat.size());
+    f.Ferme();
   }
   if (remplaces > 0)
     std::cerr << "outils-socle: " << remplaces

@@ -51,7 +51,7 @@ bool LisCode(const std::string& chemin, sdd::CodeHuffmanUniChaine& code) {
 }
 
 void Ecris(const std::string& chemin, const sdd::TamponMemoire& octets) {
-  sdd::FichierAvecTampon sortie(chemin.c_str(), sdd::Fichier::eEcriture);
+  sdd::FichierRemplacant sortie(chemin.c_str());
   sortie.Mets(octets.PreteDonneesBrutes(), octets.Taille());
   sortie.Ferme();
 }
@@ -221,7 +221,7 @@ int Huffman(const std::vector<std::string>& arguments) {
     if (action == "decode") return Decode(a);
     if (action == "montre") return Montre(a);
   } catch (const sdd::exceptions::Exception& e) {
-    Erreur(e.MessageComplet().PreteUTF8());
+    Erreur(e.MessageCompletTraduit().PreteUTF8());
     return 1;
   }
   Erreur("huffman : action inconnue « " + action + " » (voir outils-socle huffman --help)");

@@ -57,7 +57,7 @@ int Compile(const Arguments& a) {
       static_cast<uint64_t>(a.Nombre("partie", -1)), grande ? &barre : nullptr);
   const double compilation = MsDepuis(t0);
   t0 = Horloge::now();
-  sdd::FichierAvecTampon sortie(a.positions[1].c_str(), sdd::Fichier::eEcriture);
+  sdd::FichierRemplacant sortie(a.positions[1].c_str());
   const uint64_t octets = compilateur.FormeCompactay(sortie);
   sortie.Ferme();
   const double ecriture = MsDepuis(t0);
@@ -214,6 +214,7 @@ int DemoLexique(const std::string& liste) {
   {
     sdd::FichierAvecTampon sortie(chemin.c_str(), sdd::Fichier::eEcriture);
     compilateur.FormeCompactay(sortie);
+    sortie.Ferme();
   }
   const double compilation = MsDepuis(t0);
   sdd::AutomateAcycliqueMin automate{UniChemin(chemin.c_str())};
@@ -302,7 +303,7 @@ int Lexique(const std::vector<std::string>& arguments) {
       return Requetes(action, a);
     }
   } catch (const sdd::exceptions::Exception& e) {
-    Erreur(e.MessageComplet().PreteUTF8());
+    Erreur(e.MessageCompletTraduit().PreteUTF8());
     return 1;
   }
   Erreur("lexique : action inconnue « " + action + " » (voir outils-socle lexique --help)");

@@ -412,7 +412,7 @@ int SynchroTextes(const std::vector<std::string>& arguments) {
   try {
     return Compare(Analyse(arguments, {"contexte", "limite", "largeur"}));
   } catch (const sdd::exceptions::Exception& e) {
-    Erreur(e.MessageComplet().PreteUTF8());
+    Erreur(e.MessageCompletTraduit().PreteUTF8());
   } catch (const std::exception& e) {
     Erreur(std::string("synchro : ") + e.what());
   }

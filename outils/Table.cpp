@@ -102,7 +102,7 @@ int Construis(const Arguments& a) {
   }
   const double construction = MsDepuis(t0);
   t0 = Horloge::now();
-  sdd::FichierAvecTampon sortie(a.positions[1].c_str(), sdd::Fichier::eEcriture);
+  sdd::FichierRemplacant sortie(a.positions[1].c_str());
   table.Ecris(sortie, static_cast<uint16_t>(version));
   const uint64_t octets = sortie.DonnePosition();
   sortie.Ferme();
@@ -233,7 +233,7 @@ int TableDeChaines(const std::vector<std::string>& arguments) {
       return action == "trouve" ? Trouve(a) : Requetes(action, a);
     }
   } catch (const sdd::exceptions::Exception& e) {
-    Erreur(e.MessageComplet().PreteUTF8());
+    Erreur(e.MessageCompletTraduit().PreteUTF8());
     return 1;
   }
   Erreur("table : action inconnue « " + action + " » (voir outils-socle table --help)");

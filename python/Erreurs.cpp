@@ -1,5 +1,6 @@
 // The library's exceptions as one Python family rooted in OutilsSocleErreur, each carrying the
 // library's French message.
+#include <outils_socle/texte/ErreurFichier.h>
 #include <outils_socle/texte/Exception.h>
 #include <outils_socle/texte/ExceptionCode.h>
 
@@ -22,6 +23,31 @@ struct ClassesErreur {
       exceptionCode;
 } classes;
 
+// A refused file operation as the OSError Python code expects: the library's message, with
+// errno, strerror (the system's reason) and filename set, so `except FileNotFoundError`-style
+// tests on e.errno work.
+void LanceErreurFichier(const py::handle& classe, const sdd::exceptions::ErreurFichier& e) {
+  PyObject* message = PyUnicode_FromString(e.MessageComplet().DonneStdString().c_str());
+  PyObject* instance = message != nullptr ? PyObject_CallOneArg(classe.ptr(), message) : nullptr;
+  Py_XDECREF(message);
+  if (instance == nullptr) return;  // the failure's own exception is set
+  PyObject* numero = PyLong_FromLong(e.NumeroErreur());
+  PyObject* raison = PyUnicode_FromString(sdd::RaisonSysteme(e.NumeroErreur()).DonneStdString().c_str());
+  // Paths are bytes on Linux: decoded as os.fsdecode does, so any name round-trips.
+  PyObject* nom =
+      PyUnicode_DecodeFSDefaultAndSize(e.Chemin().data(), static_cast<Py_ssize_t>(e.Chemin().size()));
+  if (numero != nullptr && raison != nullptr && nom != nullptr) {
+    PyObject_SetAttrString(instance, "errno", numero);
+    PyObject_SetAttrString(instance, "strerror", raison);
+    PyObject_SetAttrString(instance, "filename", nom);
+  }
+  Py_XDECREF(numero);
+  Py_XDECREF(raison);
+  Py_XDECREF(nom);
+  if (PyErr_Occurred() == nullptr) PyErr_SetObject(classe.ptr(), instance);
+  Py_DECREF(instance);
+}
+
 }  // namespace
 
 void Traduis(std::exception_ptr p) {
@@ -40,6 +66,8 @@ void Traduis(std::exception_ptr p) {
     Lance(classes.memoire, e);
   } catch (const x::OperationInvalide& e) {
     Lance(classes.operationInvalide, e);
+  } catch (const x::ErreurFichier& e) {
+    LanceErreurFichier(classes.ouvertureEchouee, e);
   } catch (const x::OuvertureEchouee& e) {
     Lance(classes.ouvertureEchouee, e);
   } catch (const x::PointeurInvalide& e) {
@@ -75,6 +103,9 @@ void DeclareErreurs(py::module_& m) {
   classes.memoire = sousClasse("MemoireInsuffisante", PyExc_MemoryError);
   classes.operationInvalide = sousClasse("OperationInvalide");
   classes.ouvertureEchouee = sousClasse("OuvertureEchouee", PyExc_OSError);
+  // OSError would print "[Errno 2] reason: 'path'" once errno and filename are set; like the
+  // rest of the family it shows the library's message, which names the operation as well.
+  py::handle(classes.ouvertureEchouee).attr("__str__") = py::handle(PyExc_BaseException).attr("__str__");
   classes.pointeurInvalide = sousClasse("PointeurInvalide");
   classes.tableNonValide = sousClasse("TableNonValide");
   classes.valeurIndefinie = sousClasse("ValeurIndefinieIterateur");

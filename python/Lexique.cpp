@@ -80,7 +80,7 @@ class Compilateur {
 
   uint64_t Ecris(const std::string& chemin) {
     py::gil_scoped_release sansGil;
-    sdd::FichierAvecTampon sortie(chemin.c_str(), sdd::Fichier::eEcriture);
+    sdd::FichierRemplacant sortie(chemin.c_str());
     const uint64_t octets = compilateur_->FormeCompactay(sortie);
     sortie.Ferme();
     return octets;

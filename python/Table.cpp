@@ -78,7 +78,7 @@ void DeclareTable(py::module_& m) {
       .def(
           "ecris",
           [](const Table& t, const std::string& chemin) {
-            sdd::FichierAvecTampon sortie(chemin.c_str(), sdd::Fichier::eEcriture);
+            sdd::FichierRemplacant sortie(chemin.c_str());
             t.Ecris(sortie);
             sortie.Ferme();
           },

@@ -1,22 +1,20 @@
-// Files of the file system as streams: plain, with a write buffer, and memory-mapped.
+// Files of the file system as streams: plain, with a write buffer, replaced as one step, and
+// memory-mapped.
 #include <outils_socle/flux/Fichier.h>
 
 #include <outils_socle/flux/TamponMemoire.h>
 #include <outils_socle/texte/ErreurFichier.h>
 #include <outils_socle/texte/Exception.h>
-#include <outils_socle/texte/ExceptionCode.h>
 
+#include <cerrno>
 #include <cstring>
 
+#include "langues/Marque.h"
 #include "plateforme/Plateforme.h"
 
 namespace sdd {
 
 namespace {
-
-[[noreturn]] void LanceAlerteFichier(int message) {
-  throw ExceptionCode(CreeAlerteErreurFichier(message, eErreurFichierIndefinie, -1, -1, -1));
-}
 
 plateforme::eAcces Acces(Fichier::eMode mode) {
   switch (mode) {
@@ -44,22 +42,38 @@ Fichier::~Fichier() {
 
 void Fichier::Cree(const UniChemin& chemin) {
   const int fd = plateforme::OuvreFichier(chemin.DonneStdString(), plateforme::eAcces::eCreation);
-  if (fd < 0) LanceAlerteFichier(eErreurFichierCreation);
+  if (fd < 0) LanceErreurFichier(chemin.DonneStdString(), eOperationFichier::eCreation);
   plateforme::FermeFichier(fd);
 }
 
 void Fichier::Ouvre(const UniChemin& chemin, eMode mode) {
   Fichier::Ferme();
   const int fd = plateforme::OuvreFichier(chemin.DonneStdString(), Acces(mode));
-  if (fd < 0) LanceAlerteFichier(eErreurFichierOuverture);
+  if (fd < 0) LanceErreurFichier(chemin.DonneStdString(), eOperationFichier::eOuverture);
   descripteur_ = fd;
   bonEtat_ = true;
   chemin_ = chemin;
 }
 
 void Fichier::Ferme() {
-  if (descripteur_ >= 0) plateforme::FermeFichier(descripteur_);
+  if (descripteur_ < 0) return;
+  const int fd = descripteur_;
+  descripteur_ = -1;  // closed even when close reports an error (Linux releases it anyway)
+  if (!plateforme::FermeFichier(fd))
+    LanceErreurFichier(chemin_.DonneStdString(), eOperationFichier::eFermeture);
+}
+
+void Fichier::AdopteDescripteur(int descripteur, const UniChemin& chemin) {
+  Fichier::Ferme();
+  descripteur_ = descripteur;
+  bonEtat_ = true;
+  chemin_ = chemin;
+}
+
+int Fichier::LacheDescripteur() {
+  const int fd = descripteur_;
   descripteur_ = -1;
+  return fd;
 }
 
 void Fichier::VerifieOuvert() const {
@@ -70,13 +84,13 @@ char* Fichier::DonneToutLeTexte(int64_t* longueur) {
   VerifieOuvert();
   const int64_t taille = plateforme::TailleFichier(descripteur_);
   if (taille < 0 || plateforme::PositionneFichier(descripteur_, 0, 0) < 0)
-    LanceAlerteFichier(eErreurFichierLecture);
+    LanceErreurFichier(chemin_.DonneStdString(), eOperationFichier::eLecture);
   std::unique_ptr<char[]> texte(new char[static_cast<uint64_t>(taille) + 1]);
   int64_t lus = 0;
   while (lus < taille) {
     const int64_t n =
         plateforme::LisFichier(descripteur_, texte.get() + lus, static_cast<uint64_t>(taille - lus));
-    if (n < 0) LanceAlerteFichier(eErreurFichierLecture);
+    if (n < 0) LanceErreurFichier(chemin_.DonneStdString(), eOperationFichier::eLecture);
     if (n == 0) break;  // the file shrank meanwhile
     lus += n;
   }
@@ -134,7 +148,7 @@ void Fichier::EcrisDirect(const uint8_t* octets, uint64_t n) {
   VerifieOuvert();
   if (!plateforme::EcrisFichier(descripteur_, octets, n)) {
     bonEtat_ = false;
-    LanceAlerteFichier(eErreurFichierEcriture);
+    LanceErreurFichier(chemin_.DonneStdString(), eOperationFichier::eEcriture);
   }
 }
 
@@ -146,6 +160,9 @@ uint64_t Fichier::Mets(const uint8_t* octets, uint64_t n) {
 // ---- FichierAvecTampon
 
 FichierAvecTampon::FichierAvecTampon() : capacite_(kTailleTamponDefaut) {}
+
+FichierAvecTampon::FichierAvecTampon(uint64_t tailleTampon)
+    : capacite_(tailleTampon > 0 ? tailleTampon : 1) {}
 
 FichierAvecTampon::FichierAvecTampon(const UniChemin& chemin, eMode mode, uint64_t tailleTampon)
     : capacite_(tailleTampon > 0 ? tailleTampon : 1) {
@@ -162,16 +179,25 @@ FichierAvecTampon::~FichierAvecTampon() {
 void FichierAvecTampon::Ouvre(const UniChemin& chemin, eMode mode) {
   if (EstOuvert()) Vidange();
   Fichier::Ouvre(chemin, mode);
+  AlloueTampon();
+}
+
+void FichierAvecTampon::AlloueTampon() {
   if (!tampon_) tampon_ = std::make_unique_for_overwrite<uint8_t[]>(capacite_);
 }
 
 void FichierAvecTampon::Ferme() {
-  // The file is closed even when the last write fails; the failure is then reported.
-  struct Fermeture {
-    FichierAvecTampon* f;
-    ~Fermeture() { f->Fichier::Ferme(); }
-  } fermeture{this};
-  if (EstOuvert()) Vidange();
+  // The file is closed even when the last write fails; that failure is the one reported.
+  try {
+    Vidange();
+  } catch (...) {
+    try {
+      Fichier::Ferme();
+    } catch (const exceptions::ErreurFichier&) {  // NOLINT(bugprone-empty-catch): the write failed first
+    }
+    throw;
+  }
+  Fichier::Ferme();
 }
 
 void FichierAvecTampon::Vidange() {
@@ -230,25 +256,65 @@ void FichierAvecTampon::Mets(uint8_t octet) {
   tampon_[rempli_++] = octet;
 }
 
+// ---- FichierRemplacant
+
+struct FichierRemplacant::_Rep {
+  plateforme::Remplacement remplacement;
+  std::string cible;  // as the caller named it, for the messages
+};
+
+FichierRemplacant::FichierRemplacant(const UniChemin& chemin, uint64_t tailleTampon)
+    : FichierAvecTampon(tailleTampon), rep_(std::make_unique<_Rep>()) {
+  rep_->cible = chemin.DonneStdString();
+  eOperationFichier echec;
+  if (!plateforme::CommenceRemplacement(rep_->cible, rep_->remplacement, &echec))
+    LanceErreurFichier(rep_->cible, echec);
+  AdopteDescripteur(rep_->remplacement.descripteur, chemin);
+  AlloueTampon();
+}
+
+FichierRemplacant::~FichierRemplacant() { Abandonne(); }
+
+void FichierRemplacant::Ouvre(const UniChemin&, eMode) {
+  throw exceptions::OperationInvalide(N_("Un fichier en remplacement ne se rouvre pas"));
+}
+
+void FichierRemplacant::Ferme() {
+  if (!EstOuvert()) return;
+  try {
+    Vidange();
+  } catch (...) {
+    Abandonne();
+    throw;
+  }
+  rep_->remplacement.descripteur = LacheDescripteur();
+  eOperationFichier echec;
+  if (!plateforme::TermineRemplacement(rep_->remplacement, &echec)) LanceErreurFichier(rep_->cible, echec);
+}
+
+void FichierRemplacant::Abandonne() {
+  OublieTampon();
+  const int fd = LacheDescripteur();
+  if (fd >= 0) rep_->remplacement.descripteur = fd;
+  plateforme::AbandonneRemplacement(rep_->remplacement);
+}
+
 // ---- FichierMMap
 
 FichierMMap::FichierMMap(const UniChemin& chemin) : octets_(kAucunOctet) {
   const std::string nom = chemin.DonneStdString();
   const int fd = plateforme::OuvreFichier(nom, plateforme::eAcces::eLecture);
-  if (fd < 0) throw exceptions::OuvertureEchouee(nom + " : " + plateforme::DerniereErreur());
-  const int64_t taille = plateforme::TailleFichier(fd);
-  if (taille < 0) {
-    const std::string raison = plateforme::DerniereErreur();
+  if (fd < 0) LanceErreurFichier(nom, eOperationFichier::eOuverture);
+  const auto echoue = [&] {
+    const int erreur = errno;
     plateforme::FermeFichier(fd);
-    throw exceptions::OuvertureEchouee(nom + " : " + raison);
-  }
+    throw exceptions::ErreurFichier(nom, eOperationFichier::eOuverture, erreur);
+  };
+  const int64_t taille = plateforme::TailleFichier(fd);
+  if (taille < 0) echoue();
   if (taille > 0) {
     void* adresse = plateforme::ProjetteFichier(fd, static_cast<uint64_t>(taille));
-    if (adresse == nullptr) {
-      const std::string raison = plateforme::DerniereErreur();
-      plateforme::FermeFichier(fd);
-      throw exceptions::OuvertureEchouee(nom + " : " + raison);
-    }
+    if (adresse == nullptr) echoue();
     octets_ = static_cast<uint8_t*>(adresse);
     projete_ = true;
   }

@@ -2,12 +2,15 @@
 
 #include <algorithm>
 #include <bit>
+#include <cerrno>
 #include <cstring>
 
+#include <outils_socle/texte/ErreurFichier.h>
 #include <outils_socle/texte/Exception.h>
 
 #include "langues/Marque.h"
 #include "plateforme/Plateforme.h"
+#include "texte/RaisonsSysteme.h"
 
 namespace sdd {
 
@@ -73,7 +76,10 @@ void BoiteNoire::Ajoute(const EntreeJournal& entree) noexcept {
     c.sequence.store(kSequenceMelangee, std::memory_order_relaxed);
 }
 
-size_t BoiteNoire::Ecris(int descripteur) const noexcept {
+size_t BoiteNoire::Ecris(int descripteur) const noexcept { return EcrisEntrees(descripteur, nullptr); }
+
+size_t BoiteNoire::EcrisEntrees(int descripteur, bool* echec) const noexcept {
+  if (echec != nullptr) *echec = false;
   const uint64_t fin = prochain_.load(std::memory_order_acquire);
   const uint64_t debut = fin > masque_ + 1 ? fin - (masque_ + 1) : 0;
   size_t ecrites = 0;
@@ -103,7 +109,10 @@ size_t BoiteNoire::Ecris(int descripteur) const noexcept {
       }
     }
     ligne[taille++] = '\n';
-    if (!plateforme::EcrisFichier(descripteur, ligne, taille)) break;
+    if (!plateforme::EcrisFichier(descripteur, ligne, taille)) {
+      if (echec != nullptr) *echec = true;  // errno says why
+      break;
+    }
     ++ecrites;
   }
   return ecrites;
@@ -112,9 +121,15 @@ size_t BoiteNoire::Ecris(int descripteur) const noexcept {
 size_t BoiteNoire::Ecris(const UniChemin& chemin) const {
   const std::string nom = chemin.DonneStdString();
   const int fd = plateforme::OuvreFichier(nom, plateforme::eAcces::eEcriture);
-  if (fd < 0) throw exceptions::OuvertureEchouee(nom + " : " + plateforme::DerniereErreur());
-  const size_t ecrites = Ecris(fd);
-  plateforme::FermeFichier(fd);
+  if (fd < 0) LanceErreurFichier(nom, eOperationFichier::eCreation);
+  bool echec;
+  const size_t ecrites = EcrisEntrees(fd, &echec);
+  if (echec) {
+    const int erreur = errno;
+    plateforme::FermeFichier(fd);
+    throw exceptions::ErreurFichier(nom, eOperationFichier::eEcriture, erreur);
+  }
+  if (!plateforme::FermeFichier(fd)) LanceErreurFichier(nom, eOperationFichier::eFermeture);
   return ecrites;
 }
 
@@ -132,7 +147,7 @@ void BoiteNoire::InstalleSurSignauxFatals(const UniChemin& chemin) {
   if (!plateforme::InstalleGestionnaireFatal(&BoiteNoire::SurSignalFatal)) {
     gBoiteInstallee.store(nullptr);
     throw exceptions::OperationInvalide(N_("Boîte noire : signaux fatals non détournés") " : " +
-                                        plateforme::DerniereErreur());
+                                        detail::RaisonSystemeFrancaise(errno));
   }
 }
 

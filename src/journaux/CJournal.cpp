@@ -6,7 +6,10 @@
 #include <atomic>
 #include <climits>
 
+#include <outils_socle/texte/ErreurFichier.h>
 #include <outils_socle/texte/Exception.h>
+
+#include "plateforme/Plateforme.h"
 
 namespace sdd {
 
@@ -104,6 +107,10 @@ CJournal::CJournal(const UniChemin& chemin, uint64_t tailleMax, int nbAnciens)
     fichier->set_formatter(std::make_unique<FormatJournal>());
     rep_->journal = std::make_shared<spdlog::logger>(rep_->chemin, std::move(fichier));
   } catch (const spdlog::spdlog_ex& e) {
+    // spdlog's text is English and keeps no error number: open the file again to learn it.
+    const int fd = plateforme::OuvreFichier(rep_->chemin, plateforme::eAcces::eLectureEcriture);
+    if (fd < 0) LanceErreurFichier(rep_->chemin, eOperationFichier::eOuverture);
+    plateforme::FermeFichier(fd);
     throw exceptions::OuvertureEchouee(rep_->chemin + " : " + e.what());
   }
   rep_->journal->set_level(spdlog::level::trace);

@@ -6,14 +6,17 @@
 #include <unicode/unistr.h>
 
 #include <atomic>
+#include <cerrno>
 #include <clocale>
 #include <cstdlib>
 #include <mutex>
 
+#include <outils_socle/texte/ErreurFichier.h>
 #include <outils_socle/texte/Exception.h>
 
 #include "langues/TraductionBibliotheque.h"
 #include "plateforme/Plateforme.h"
+#include "texte/RaisonsSysteme.h"
 
 // GNU gettext's catalogue generation counter: bumping it makes gettext drop what it has looked
 // up, the documented way to switch languages at run time.
@@ -155,7 +158,7 @@ DomaineTraduction::DomaineTraduction(const std::string& domaine, const std::stri
   if (bindtextdomain(domaine.c_str(), dossier.c_str()) == nullptr ||
       bind_textdomain_codeset(domaine.c_str(), "UTF-8") == nullptr)
     throw exceptions::OuvertureEchouee("Domaine de traduction « " + domaine +
-                                       " » : " + plateforme::DerniereErreur());
+                                       " » : " + detail::RaisonSystemeFrancaise(errno));
 }
 
 UniChaine DomaineTraduction::Traduis(const char* texte) const {
@@ -176,10 +179,12 @@ std::string TraduisTexteBibliotheque(const std::string& texte) {
   if (traduit != texte.c_str()) return traduit;  // gettext hands back its argument when it has nothing
   const size_t separateur = texte.find(" : ");
   if (separateur == std::string::npos) return texte;
+  // Each part is looked up in turn: "Écriture échouée : t.tab : Permission non accordée" has a
+  // known head, a path that stays as it is, and a known reason. A part the catalogue does not
+  // know (a path, a name, a number) is kept whole.
   const std::string tete = texte.substr(0, separateur);
-  const char* teteTraduite = dgettext(kDomaineBibliotheque, tete.c_str());
-  // Only a known head is split off: an unknown one may be a message that merely contains " : ".
-  if (teteTraduite == tete.c_str()) return texte;
+  // (gettext answers the catalogue's header for an empty text)
+  const char* teteTraduite = tete.empty() ? "" : dgettext(kDomaineBibliotheque, tete.c_str());
   return std::string(teteTraduite) + " : " + TraduisTexteBibliotheque(texte.substr(separateur + 3));
 }
 

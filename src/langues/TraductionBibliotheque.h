@@ -6,9 +6,9 @@
 
 namespace sdd::detail {
 
-// The text in the chosen language: looked up whole, else, when it reads "head : detail", head
-// and detail apart (a detail may itself be a marked text). The text as it is while the language
-// is French.
+// The text in the chosen language: looked up whole, else, when it reads "a : b : c", each part
+// in turn, a part the catalogue lacks (a path, a name) kept as it is. The text as it is while
+// the language is French.
 std::string TraduisTexteBibliotheque(const std::string& texte);
 
 }  // namespace sdd::detail

@@ -10,6 +10,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <ctime>
 
@@ -87,43 +88,93 @@ bool EstUnDossier(const std::string& chemin) {
 
 void (*gCrochetAvantRenommage)() = nullptr;
 
-bool RemplaceFichier(const std::string& chemin, const void* octets, uint64_t n) {
-  const size_t barre = chemin.rfind('/');
-  const std::string dossier = barre == std::string::npos ? "." : (barre == 0 ? "/" : chemin.substr(0, barre));
-  // A name of our own rather than mkstemp's, so that the file is created 0666 under the umask
+namespace {
+
+// Fails with errno kept and the step recorded.
+bool Echec(eOperationFichier* echec, eOperationFichier etape) {
+  if (echec != nullptr) *echec = etape;
+  return false;
+}
+
+}  // namespace
+
+bool CommenceRemplacement(const std::string& chemin, Remplacement& r, eOperationFichier* echec) {
+  r = Remplacement();
+  r.cible = chemin;
+  struct stat etat;
+  if (::lstat(chemin.c_str(), &etat) == 0 && S_ISLNK(etat.st_mode)) {
+    // Replace what the link names, not the link. A dangling link is replaced like a missing file.
+    char* resolu = ::realpath(chemin.c_str(), nullptr);
+    if (resolu != nullptr) {
+      r.cible = resolu;
+      std::free(resolu);
+    }
+  }
+  const bool existe = ::stat(r.cible.c_str(), &etat) == 0;
+  if (existe && S_ISDIR(etat.st_mode)) {
+    errno = EISDIR;
+    return Echec(echec, eOperationFichier::eCreation);
+  }
+  if (existe && !S_ISREG(etat.st_mode)) {
+    do {
+      r.descripteur = ::open(r.cible.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC);
+    } while (r.descripteur < 0 && errno == EINTR);
+    return r.descripteur >= 0 || Echec(echec, eOperationFichier::eOuverture);
+  }
+  // A name of our own rather than mkstemp's, so that a new file is created 0666 under the umask
   // like any other file of the user's (mkstemp makes 0600, and reading the umask means
   // changing it for every thread).
   static std::atomic<uint32_t> compteur{0};
-  std::string temporaire;
-  int fd = -1;
-  for (int essai = 0; fd < 0 && essai < 100; ++essai) {
-    temporaire = chemin + ".tmp" + std::to_string(::getpid()) + "-" + std::to_string(compteur++);
-    fd = ::open(temporaire.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-    if (fd < 0 && errno != EEXIST) return false;
+  for (int essai = 0; r.descripteur < 0 && essai < 100; ++essai) {
+    r.temporaire = r.cible + ".tmp" + std::to_string(::getpid()) + "-" + std::to_string(compteur++);
+    r.descripteur = ::open(r.temporaire.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    if (r.descripteur < 0 && errno != EEXIST && errno != EINTR) break;
   }
-  if (fd < 0) return false;
-  const auto abandonne = [&] {
+  if (r.descripteur < 0) {
+    r.temporaire.clear();
+    return Echec(echec, eOperationFichier::eCreation);
+  }
+  // The replacement keeps the permissions of the file it replaces (not its owner: only root
+  // could give that).
+  if (existe && ::fchmod(r.descripteur, etat.st_mode & 07777) != 0) {
+    AbandonneRemplacement(r);
+    return Echec(echec, eOperationFichier::eCreation);
+  }
+  return true;
+}
+
+bool TermineRemplacement(Remplacement& r, eOperationFichier* echec) {
+  if (r.temporaire.empty()) {  // written in place: a device may not know fsync, and that is fine
+    const bool synchronise = ::fsync(r.descripteur) == 0 || errno == EINVAL || errno == EROFS;
     const int erreur = errno;
-    ::close(fd);
-    ::unlink(temporaire.c_str());
-    errno = erreur;
-    return false;
-  };
-  if (!EcrisFichier(fd, octets, n) || ::fsync(fd) != 0) return abandonne();
+    const bool ferme = ::close(r.descripteur) == 0;
+    r.descripteur = -1;
+    if (!synchronise) {
+      errno = erreur;
+      return Echec(echec, eOperationFichier::eSynchronisation);
+    }
+    return ferme || Echec(echec, eOperationFichier::eFermeture);
+  }
+  if (::fsync(r.descripteur) != 0) {
+    AbandonneRemplacement(r);
+    return Echec(echec, eOperationFichier::eSynchronisation);
+  }
+  const int fd = r.descripteur;
+  r.descripteur = -1;
   if (::close(fd) != 0) {
-    const int erreur = errno;
-    ::unlink(temporaire.c_str());
-    errno = erreur;
-    return false;
+    AbandonneRemplacement(r);
+    return Echec(echec, eOperationFichier::eFermeture);
   }
   if (gCrochetAvantRenommage != nullptr) gCrochetAvantRenommage();
-  if (::rename(temporaire.c_str(), chemin.c_str()) != 0) {
-    const int erreur = errno;
-    ::unlink(temporaire.c_str());
-    errno = erreur;
-    return false;
+  if (::rename(r.temporaire.c_str(), r.cible.c_str()) != 0) {
+    AbandonneRemplacement(r);
+    return Echec(echec, eOperationFichier::eRenommage);
   }
+  r.temporaire.clear();
   // The rename itself is durable only once the folder is flushed.
+  const size_t barre = r.cible.rfind('/');
+  const std::string dossier =
+      barre == std::string::npos ? "." : (barre == 0 ? "/" : r.cible.substr(0, barre));
   const int fdDossier = ::open(dossier.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (fdDossier >= 0) {
     ::fsync(fdDossier);
@@ -132,7 +183,24 @@ bool RemplaceFichier(const std::string& chemin, const void* octets, uint64_t n) 
   return true;
 }
 
-std::string DerniereErreur() { return std::strerror(errno); }
+void AbandonneRemplacement(Remplacement& r) {
+  const int erreur = errno;
+  if (r.descripteur >= 0) ::close(r.descripteur);
+  r.descripteur = -1;
+  if (!r.temporaire.empty()) ::unlink(r.temporaire.c_str());
+  r.temporaire.clear();
+  errno = erreur;
+}
+
+bool RemplaceFichier(const std::string& chemin, const void* octets, uint64_t n, eOperationFichier* echec) {
+  Remplacement r;
+  if (!CommenceRemplacement(chemin, r, echec)) return false;
+  if (!EcrisFichier(r.descripteur, octets, n)) {
+    AbandonneRemplacement(r);
+    return Echec(echec, eOperationFichier::eEcriture);
+  }
+  return TermineRemplacement(r, echec);
+}
 
 void* ProjetteFichier(int fd, uint64_t taille) {
   void* adresse = ::mmap(nullptr, taille, PROT_READ | PROT_WRITE, MAP_PRIVATE, fd, 0);

@@ -9,6 +9,7 @@
 #include <string>
 
 #include <outils_socle/Export.h>
+#include <outils_socle/texte/ErreurFichier.h>
 
 namespace sdd::plateforme {
 
@@ -34,16 +35,28 @@ int64_t PositionneFichier(int descripteur, int64_t decalage, int origine);
 // The file's size in bytes, or -1.
 int64_t TailleFichier(int descripteur);
 bool EstUnDossier(const std::string& cheminUtf8);
-// Replaces the file's content as one step: writes a temporary file in the same folder, flushes
-// it to disk, renames it over `cheminUtf8` and flushes the folder. A crash at any point leaves
-// the old content or the new one, never a mix (a stray temporary file at worst). False on
-// failure, with the temporary file removed and errno kept.
-bool RemplaceFichier(const std::string& cheminUtf8, const void* octets, uint64_t n);
+// Replaces a file's content as one step, so that a reader (a mapping included) sees the old
+// content or the new one, never a mix, whatever happens in between: the bytes go to a temporary
+// file in the target's folder, which is flushed to the disk, given the old file's permissions
+// and renamed over the target; the folder is flushed last. A symbolic link is followed, so the
+// file it names is replaced and the link stays. A target that exists and is not a regular file
+// (a terminal, /dev/full, a pipe) is written in place: renaming over it would replace the
+// device itself. Each step reports failure with errno kept and, in *echec, the step that failed;
+// the temporary file is then removed.
+struct Remplacement {
+  int descripteur = -1;
+  std::string cible;       // the file replaced (the link's target for a link)
+  std::string temporaire;  // empty when writing in place
+};
+bool CommenceRemplacement(const std::string& cheminUtf8, Remplacement& r, eOperationFichier* echec);
+bool TermineRemplacement(Remplacement& r, eOperationFichier* echec);
+// Removes the temporary file; the target is left as it was. Keeps errno.
+void AbandonneRemplacement(Remplacement& r);
+// The three in one, for bytes already in memory.
+bool RemplaceFichier(const std::string& cheminUtf8, const void* octets, uint64_t n, eOperationFichier* echec);
 // Tests set this to stop the process between the flush and the rename (exported for them only;
 // the header is private).
 OUTILS_SOCLE_EXPORT extern void (*gCrochetAvantRenommage)();
-// Last system error as text.
-std::string DerniereErreur();
 
 // Maps `taille` bytes of the file privately (writes stay in memory); null on failure.
 void* ProjetteFichier(int descripteur, uint64_t taille);

@@ -1,11 +1,13 @@
 #include <outils_socle/reglages/Reglages.h>
 
+#include <cerrno>
 #include <map>
 #include <mutex>
 #include <optional>
 #include <shared_mutex>
 
 #include <outils_socle/fils/DMutex.h>
+#include <outils_socle/texte/ErreurFichier.h>
 #include <outils_socle/texte/Exception.h>
 
 #include "plateforme/Plateforme.h"
@@ -351,22 +353,22 @@ void Reglages::LisTexte(const std::string& texte, eFormatReglages format) {
 void Reglages::Enregistre(const UniChemin& chemin, eFormatReglages format) const {
   const std::string texte = EcrisTexte(format);
   const std::string nom = chemin.DonneStdString();
-  if (!plateforme::RemplaceFichier(nom, texte.data(), texte.size()))
-    throw exceptions::OuvertureEchouee(nom + " : " + plateforme::DerniereErreur());
+  eOperationFichier echec;
+  if (!plateforme::RemplaceFichier(nom, texte.data(), texte.size(), &echec)) LanceErreurFichier(nom, echec);
 }
 
 void Reglages::Charge(const UniChemin& chemin, eFormatReglages format) {
   const std::string nom = chemin.DonneStdString();
   const int fd = plateforme::OuvreFichier(nom, plateforme::eAcces::eLecture);
-  if (fd < 0) throw exceptions::OuvertureEchouee(nom + " : " + plateforme::DerniereErreur());
+  if (fd < 0) LanceErreurFichier(nom, eOperationFichier::eOuverture);
   std::string texte;
   char tampon[65536];
   int64_t lus;
   while ((lus = plateforme::LisFichier(fd, tampon, sizeof tampon)) > 0)
     texte.append(tampon, static_cast<size_t>(lus));
-  const std::string erreur = lus < 0 ? plateforme::DerniereErreur() : std::string();
+  const int erreur = errno;
   plateforme::FermeFichier(fd);
-  if (lus < 0) throw exceptions::OuvertureEchouee(nom + " : " + erreur);
+  if (lus < 0) throw exceptions::ErreurFichier(nom, eOperationFichier::eLecture, erreur);
   LisTexte(texte, format);
 }
 

@@ -175,7 +175,7 @@ ExceptionFmt::ExceptionFmt(UniChaine::Codage codage, const char* format, ...) {
 
 const char* ExceptionFmt::what() const noexcept { return utf8_.c_str(); }
 
-// ---- File-error catalogue
+// ---- Translation
 
 namespace sdd {
 
@@ -185,28 +185,6 @@ UniChaine Traduis(const char* texte, const char* commentaire) {
   const QString qt = QCoreApplication::translate("OutilsSocle", texte, commentaire);
   if (qt != QString::fromUtf8(texte)) return UniChaine(qt);
   return UniChaine(detail::TraduisTexteBibliotheque(texte));
-}
-
-UniChaine MessageErreurFichier(int n) {
-  static const char* const kTextes[] = {
-      N_("Une erreur de type indéfini s’est produite (code 0)."),
-      N_("Espace insuffisant. Opération annulée."),
-      N_("Erreur à la création du fichier."),
-      N_("Erreur à l’ouverture du fichier."),
-      N_("Erreur à la destruction du fichier."),
-      N_("Erreur à l’écriture du fichier."),
-      N_("Erreur à la lecture du fichier."),
-  };
-  if (n < 0 || n >= static_cast<int>(std::size(kTextes))) return UniChaine();
-  return Traduis(kTextes[n]);
-}
-
-DAlerteInfo CreeAlerteErreurFichier(int message, int explication, int codeErreur, int codeSecondaire,
-                                    int codeTertiaire) {
-  DAlerteInfoErreur erreur(DAlerteInfo::eAlerte, MessageErreurFichier(message),
-                           MessageErreurFichier(explication), codeErreur, UniChaine(), codeSecondaire,
-                           codeTertiaire);
-  return DAlerteInfo(erreur);
 }
 
 }  // namespace sdd

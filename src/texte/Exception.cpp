@@ -54,6 +54,8 @@ OperationInvalide::OperationInvalide(const UniChaine& detail)
 OperationInvalide::~OperationInvalide() = default;
 
 OuvertureEchouee::OuvertureEchouee(const UniChaine& detail) : Exception(N_("Ouverture échouée"), detail) {}
+OuvertureEchouee::OuvertureEchouee(const UniChaine& message, const UniChaine& detail)
+    : Exception(message, detail) {}
 OuvertureEchouee::~OuvertureEchouee() = default;
 
 PointeurInvalide::PointeurInvalide() : Exception(N_("Violation d'accès à la mémoire."), UniChaine()) {}

@@ -285,9 +285,8 @@ std::string EcrisXML(const Balise& racine, const OptionsEcritureXML& options) {
 void EcrisFichierXML(const Balise& racine, const UniChemin& chemin, const OptionsEcritureXML& options) {
   const std::string octets = EcrisXML(racine, options);
   const std::string nom = chemin.DonneStdString();
-  if (!plateforme::RemplaceFichier(nom, octets.data(), octets.size())) {
-    throw exceptions::OuvertureEchouee(UniChaine(nom + " : " + plateforme::DerniereErreur()));
-  }
+  eOperationFichier echec;
+  if (!plateforme::RemplaceFichier(nom, octets.data(), octets.size(), &echec)) LanceErreurFichier(nom, echec);
 }
 
 }  // namespace sdd

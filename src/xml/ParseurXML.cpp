@@ -38,11 +38,7 @@ class SourceFichier final : public xml::SourceOctets {
  public:
   explicit SourceFichier(const UniChemin& chemin) : nom_(chemin.DonneStdString()) {
     fd_ = plateforme::OuvreFichier(nom_, plateforme::eAcces::eLecture);
-    if (fd_ < 0 || plateforme::EstUnDossier(nom_)) {
-      const std::string raison = fd_ < 0 ? plateforme::DerniereErreur() : "c’est un dossier";
-      if (fd_ >= 0) plateforme::FermeFichier(fd_);
-      throw exceptions::OuvertureEchouee(UniChaine(nom_ + " : " + raison));
-    }
+    if (fd_ < 0) LanceErreurFichier(nom_, eOperationFichier::eOuverture);  // a folder included
   }
   ~SourceFichier() override { plateforme::FermeFichier(fd_); }
   SourceFichier(const SourceFichier&) = delete;
@@ -50,7 +46,7 @@ class SourceFichier final : public xml::SourceOctets {
 
   std::string_view Suivant() override {
     const int64_t n = plateforme::LisFichier(fd_, tampon_.data(), tampon_.size());
-    if (n < 0) throw ErreurXML(0, 0, "lecture de " + nom_ + " impossible : " + plateforme::DerniereErreur());
+    if (n < 0) LanceErreurFichier(nom_, eOperationFichier::eLecture);
     return std::string_view(tampon_.data(), static_cast<std::size_t>(n));
   }
 

@@ -7,6 +7,8 @@
 #include <libxml/tree.h>
 #include <libxml/xmlschemas.h>
 
+#include <cerrno>
+
 #include <limits>
 #include <map>
 
@@ -60,19 +62,15 @@ void Silence(void*, xmlErrorPtr) {}
 std::string LisToutLeFichier(const UniChemin& chemin) {
   const std::string nom = chemin.DonneStdString();
   const int fd = plateforme::OuvreFichier(nom, plateforme::eAcces::eLecture);
-  if (fd < 0 || plateforme::EstUnDossier(nom)) {
-    const std::string raison = fd < 0 ? plateforme::DerniereErreur() : "c’est un dossier";
-    if (fd >= 0) plateforme::FermeFichier(fd);
-    throw exceptions::OuvertureEchouee(UniChaine(nom + " : " + raison));
-  }
+  if (fd < 0) LanceErreurFichier(nom, eOperationFichier::eOuverture);  // a folder included
   std::string octets;
   char tampon[1 << 16];
   int64_t n;
   while ((n = plateforme::LisFichier(fd, tampon, sizeof tampon)) > 0)
     octets.append(tampon, static_cast<std::size_t>(n));
-  const std::string raison = plateforme::DerniereErreur();
+  const int erreur = errno;
   plateforme::FermeFichier(fd);
-  if (n < 0) throw exceptions::OuvertureEchouee(UniChaine(nom + " : " + raison));
+  if (n < 0) throw exceptions::ErreurFichier(nom, eOperationFichier::eLecture, erreur);
   return octets;
 }
 

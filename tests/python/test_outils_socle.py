@@ -111,6 +111,31 @@ def test_listages_paresseux(lexique):
     assert len(list(itertools.islice(generateur, 1000))) == 1000
 
 
+def test_un_fichier_refuse_est_un_oserror_avec_errno_et_nom(tmp_path):
+    """Every refused file operation is an OSError with errno, strerror and filename, and the
+    library's message naming the operation; the file that was there stays whole."""
+    import errno
+    compilateur = o.CompilateurAutomateAcycliqueMin(["chat", "chien"])
+    table = o.TableChaine({"chat": 1})
+    absent = str(tmp_path / "manque" / "x")
+    for ecris in (compilateur.ecris, table.ecris):
+        with pytest.raises(o.OuvertureEchouee) as e:
+            ecris(absent)
+        assert (e.value.errno, e.value.filename) == (errno.ENOENT, absent)
+        assert e.value.strerror == "Aucun fichier ou dossier de ce type"
+        assert str(e.value) == f"Création échouée : {absent} : Aucun fichier ou dossier de ce type"
+        with pytest.raises(o.OuvertureEchouee) as e:
+            ecris(str(tmp_path))
+        assert (e.value.errno, e.value.filename) == (errno.EISDIR, str(tmp_path))
+        with pytest.raises(o.OuvertureEchouee) as e:
+            ecris("/dev/full")
+        assert (e.value.errno, e.value.filename) == (errno.ENOSPC, "/dev/full")
+        assert str(e.value).startswith("Écriture échouée : /dev/full : ")
+    with pytest.raises(OSError) as e:
+        o.AutomateAcycliqueMin(absent)
+    assert (e.value.errno, e.value.filename) == (errno.ENOENT, absent)
+
+
 def test_exceptions_de_la_bibliotheque(tmp_path, lexique):
     with pytest.raises(o.OuvertureEchouee, match="Ouverture échouée : /nulle/part") as erreur:
         o.AutomateAcycliqueMin("/nulle/part")

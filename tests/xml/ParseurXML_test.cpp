@@ -158,7 +158,7 @@ TEST(ParseurXML, LErreurDitOu) {
     EXPECT_EQ(e.Explication().DonneStdString().rfind("XML : ligne 4, colonne ", 0), 0u);
   }
   EXPECT_SDD_THROW(ParseurXML().LisFichier("/nulle/part.xml"), sdd::exceptions::OuvertureEchouee,
-                   "Ouverture échouée", "/nulle/part.xml : No such file or directory");
+                   "Ouverture échouée", "/nulle/part.xml : Aucun fichier ou dossier de ce type");
   EXPECT_THROW(ParseurXML().LisFichier(fs::temp_directory_path().string()),
                sdd::exceptions::OuvertureEchouee);
 }

@@ -10,11 +10,11 @@
 namespace sdd {
 
 // A stream over a file of the file system, unbuffered: each Donne() or Mets() goes to the
-// system. Failures a user must see throw ExceptionCode with a file-error alert: "Erreur à la
-// création du fichier." when Cree fails, "Erreur à l’ouverture du fichier." when opening fails,
-// "Erreur à l’écriture du fichier." when writing fails. Reading past the end, or a failed read,
-// leaves the stream out of good state (EstEnBonEtat() false) and Donne() answers 0.
-// One object, one thread at a time.
+// system. A refused creation, opening, write or close throws exceptions::ErreurFichier, which
+// names the path and the system's reason ("Écriture échouée : t.tab : Aucun espace disponible
+// sur le périphérique") and is also the ExceptionCode of the file-error catalogue ("Erreur à
+// l’écriture du fichier."). Reading past the end, or a failed read, leaves the stream out of
+// good state (EstEnBonEtat() false) and Donne() answers 0. One object, one thread at a time.
 class OUTILS_SOCLE_EXPORT Fichier : public FluxEntree, public FluxSortie {
  public:
   enum eMode {
@@ -34,6 +34,8 @@ class OUTILS_SOCLE_EXPORT Fichier : public FluxEntree, public FluxSortie {
   static void Cree(const UniChemin& chemin);
   // Closes any open file first.
   virtual void Ouvre(const UniChemin& chemin, eMode mode);
+  // Throws ErreurFichier when the system reports an error on closing (a delayed write error on
+  // a network file system); the file is closed all the same. The destructor closes silently.
   virtual void Ferme();
   bool EstOuvert() const { return descripteur_ >= 0; }
   const UniChemin& DonneChemin() const { return chemin_; }
@@ -60,9 +62,13 @@ class OUTILS_SOCLE_EXPORT Fichier : public FluxEntree, public FluxSortie {
   void Mets(uint8_t octet) override { Mets(&octet, 1); }
 
  protected:
-  // Writes straight to the file; throws the writing alert on failure.
+  // Writes straight to the file; throws ErreurFichier on failure.
   void EcrisDirect(const uint8_t* octets, uint64_t n);
   void VerifieOuvert() const;
+  // A descriptor opened elsewhere, whose failures are reported under `chemin`.
+  void AdopteDescripteur(int descripteur, const UniChemin& chemin);
+  // Gives the descriptor up without closing it.
+  int LacheDescripteur();
 
  private:
   int descripteur_ = -1;
@@ -83,7 +89,7 @@ class OUTILS_SOCLE_EXPORT FichierAvecTampon : public Fichier {
 
   void Ouvre(const UniChemin& chemin, eMode mode) override;
   void Ferme() override;
-  // Writes out the buffered bytes; throws the writing alert on failure.
+  // Writes out the buffered bytes; throws ErreurFichier on failure.
   void Vidange();
 
   bool EstALaFin() const override;
@@ -96,16 +102,49 @@ class OUTILS_SOCLE_EXPORT FichierAvecTampon : public Fichier {
   uint64_t Mets(const uint8_t* octets, uint64_t n) override;
   void Mets(uint8_t octet) override;
 
+ protected:
+  // Closed, with a buffer of that size.
+  explicit FichierAvecTampon(uint64_t tailleTampon);
+  // Drops the buffered bytes unwritten.
+  void OublieTampon() { rempli_ = 0; }
+  void AlloueTampon();
+
  private:
   std::unique_ptr<uint8_t[]> tampon_;
   uint64_t capacite_;
   uint64_t rempli_ = 0;
 };
 
+// The new content of a file, put in the old one's place as one step by Ferme(): until then the
+// file, and every mapping of it, keeps its old content whole, and a process that dies midway
+// leaves it so. The bytes go to a temporary file beside the target, flushed to the disk, given
+// the old file's permissions and renamed over it; a symbolic link is followed (the file it names
+// is replaced, the link stays), and a target that is a device or a pipe is written in place.
+// Destroyed without Ferme(), as when an exception ends the writing, it removes the temporary file
+// and leaves the target as it was. Every failure throws ErreurFichier naming the target.
+// Buffered like FichierAvecTampon, and readable and seekable while written.
+class OUTILS_SOCLE_EXPORT FichierRemplacant : public FichierAvecTampon {
+ public:
+  explicit FichierRemplacant(const UniChemin& chemin, uint64_t tailleTampon = kTailleTamponDefaut);
+  ~FichierRemplacant() override;
+
+  // A replacement is for one file: OperationInvalide.
+  void Ouvre(const UniChemin& chemin, eMode mode) override;
+  // Writes out the buffer, flushes the file to the disk and puts it in place. Nothing more can
+  // be written afterwards.
+  void Ferme() override;
+  // Drops what was written; the target stays as it was.
+  void Abandonne();
+
+ private:
+  struct _Rep;
+  std::unique_ptr<_Rep> rep_;
+};
+
 // A read-only view of a whole file mapped into memory, as an in-place input stream. The bytes
 // stay valid for the object's lifetime; an empty file gives an empty stream. Writing through
 // Ptr() changes only this process's private copy, never the file. A file that cannot be opened
-// or mapped throws OuvertureEchouee with the path and the system's reason.
+// or mapped throws ErreurFichier (an OuvertureEchouee) with the path and the system's reason.
 class OUTILS_SOCLE_EXPORT FichierMMap : public FluxEntreeMemoire {
  public:
   explicit FichierMMap(const UniChemin& chemin);

@@ -47,7 +47,8 @@ class OUTILS_SOCLE_EXPORT BoiteNoire {
   // Writes the kept entries, oldest first, as journal lines to a file descriptor. Safe in a
   // signal handler. Returns the number of entries written.
   size_t Ecris(int descripteur) const noexcept;
-  // Writes them to a file (created or emptied). Throws OuvertureEchouee.
+  // Writes them to a file (created or emptied). Throws ErreurFichier (an OuvertureEchouee) with
+  // the system's reason when the file cannot be created or written.
   size_t Ecris(const UniChemin& chemin) const;
 
   // Throws OuvertureEchouee for a path longer than 4,095 bytes, OperationInvalide if another
@@ -58,6 +59,8 @@ class OUTILS_SOCLE_EXPORT BoiteNoire {
  private:
   struct _Case;
   static void SurSignalFatal(int signal) noexcept;
+  // Sets *echec (when given) when a write fails, errno telling why.
+  size_t EcrisEntrees(int descripteur, bool* echec) const noexcept;
 
   std::unique_ptr<_Case[]> cases_;
   size_t masque_;

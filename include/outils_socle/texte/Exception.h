@@ -78,10 +78,16 @@ class OUTILS_SOCLE_EXPORT OperationInvalide : public Exception {
   OUTILS_SOCLE_EXCEPTION_COPIABLE(OperationInvalide);
 };
 
+// A file or resource that could not be used. Failures of file operations are its subclass
+// ErreurFichier (ErreurFichier.h), which names the operation and keeps the system's error number.
 class OUTILS_SOCLE_EXPORT OuvertureEchouee : public Exception {
  public:
   explicit OuvertureEchouee(const UniChaine& detail);
   OUTILS_SOCLE_EXCEPTION_COPIABLE(OuvertureEchouee);
+
+ protected:
+  // For ErreurFichier, whose message names the operation that failed.
+  OuvertureEchouee(const UniChaine& message, const UniChaine& detail);
 };
 
 class OUTILS_SOCLE_EXPORT PointeurInvalide : public Exception {
