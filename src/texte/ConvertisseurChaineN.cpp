@@ -2,6 +2,7 @@
 // ASCII sixteen bytes at a time (SSE2, part of every x86-64) and fall back to the byte-level
 // state machine for the rest.
 #include <outils_socle/texte/ConvertisseurChaineN.h>
+#include <outils_socle/texte/UTF8.h>
 
 #include <bit>
 #include <cstring>
@@ -24,45 +25,14 @@ constexpr char16_t kRemplacement = 0xFFFD;
 
 // ---- UTF-8 decoding, one walk for counting and for writing.
 
-// Decodes one non-ASCII sequence starting at p (p < fin). Writes its units through `o` when
-// Ecris, and returns the units produced; `p` moves past the bytes consumed.
+// Decodes one non-ASCII sequence starting at p (p < fin), replacing an ill-formed one by a
+// single U+FFFD. Writes its units through `o` when Ecris, and returns the units produced; `p`
+// moves past the bytes consumed.
 template <bool Ecris>
 inline unsigned DecodeSequenceUTF8(const unsigned char*& p, const unsigned char* fin, char16_t* o) {
-  const unsigned char b = *p;
-  unsigned suite;
-  unsigned char bas = 0x80, haut = 0xBF;
-  uint32_t cp;
-  if (b >= 0xC2 && b <= 0xDF) {
-    suite = 1;
-    cp = b & 0x1F;
-  } else if (b >= 0xE0 && b <= 0xEF) {
-    suite = 2;
-    cp = b & 0x0F;
-    if (b == 0xE0) bas = 0xA0;
-    if (b == 0xED) haut = 0x9F;  // no encoded surrogates
-  } else if (b >= 0xF0 && b <= 0xF4) {
-    suite = 3;
-    cp = b & 0x07;
-    if (b == 0xF0) bas = 0x90;
-    if (b == 0xF4) haut = 0x8F;  // nothing above U+10FFFF
-  } else {
-    ++p;  // matches no row of the table
-    if constexpr (Ecris) *o = kRemplacement;
-    return 1;
-  }
-  ++p;
-  for (unsigned k = 0; k < suite; ++k) {
-    if (p == fin || *p < bas || *p > haut) {
-      if constexpr (Ecris) *o = kRemplacement;  // broken off: the valid bytes are consumed
-      return 1;
-    }
-    cp = (cp << 6) | (*p & 0x3F);
-    ++p;
-    bas = 0x80;
-    haut = 0xBF;
-  }
+  const int32_t cp = DecodeCaractereUTF8(p, fin);
   if (cp < 0x10000) {
-    if constexpr (Ecris) *o = static_cast<char16_t>(cp);
+    if constexpr (Ecris) *o = cp < 0 ? kRemplacement : static_cast<char16_t>(cp);
     return 1;
   }
   if constexpr (Ecris) {
@@ -475,6 +445,22 @@ uint64_t ConvertisseurChaineNUTF16::Encode(const char16_t* u, uint64_t n, char* 
     std::memcpy(sortie + 2 * i, &c, 2);
   }
   return 2 * unites;
+}
+
+// ---- Validation
+
+std::size_t PremiereErreurUTF8(std::string_view s) noexcept {
+  const auto* debut = reinterpret_cast<const unsigned char*>(s.data());
+  const unsigned char* const fin = debut + s.size();
+  for (const unsigned char* p = debut; p < fin;) {
+    if (*p < 0x80) {  // ASCII, the common case, without the call
+      ++p;
+      continue;
+    }
+    const unsigned char* sequence = p;
+    if (DecodeCaractereUTF8(p, fin) < 0) return static_cast<std::size_t>(sequence - debut);
+  }
+  return std::string_view::npos;
 }
 
 }  // namespace sdd

@@ -1,4 +1,5 @@
 #include <outils_socle/texte/Exception.h>
+#include <outils_socle/texte/UTF8.h>
 #include <outils_socle/xml/EcritureXML.h>
 
 #include <libxml/tree.h>
@@ -18,39 +19,6 @@ namespace {
 
 [[noreturn]] void Refuse(const Balise& b, const std::string& quoi) {
   throw exceptions::OperationInvalide(UniChaine("écriture XML, élément « " + b.Nom() + " » : " + quoi));
-}
-
-// Decodes one UTF-8 character at s[i], advancing i; -1 for a malformed sequence.
-int32_t DecodeUTF8(std::string_view s, std::size_t& i) {
-  const auto c0 = static_cast<unsigned char>(s[i++]);
-  if (c0 < 0x80) return c0;
-  int suite;
-  int32_t cp;
-  if (c0 >= 0xC2 && c0 <= 0xDF) {
-    suite = 1;
-    cp = c0 & 0x1F;
-  } else if (c0 >= 0xE0 && c0 <= 0xEF) {
-    suite = 2;
-    cp = c0 & 0x0F;
-  } else if (c0 >= 0xF0 && c0 <= 0xF4) {
-    suite = 3;
-    cp = c0 & 0x07;
-  } else {
-    return -1;
-  }
-  for (int k = 0; k < suite; ++k) {
-    if (i >= s.size()) return -1;
-    const auto c = static_cast<unsigned char>(s[i]);
-    if ((c & 0xC0) != 0x80) return -1;
-    cp = (cp << 6) | (c & 0x3F);
-    ++i;
-  }
-  // Overlong forms, surrogates and values past U+10FFFF.
-  if ((suite == 2 && cp < 0x800) || (suite == 3 && (cp < 0x10000 || cp > 0x10FFFF)) ||
-      (cp >= 0xD800 && cp <= 0xDFFF)) {
-    return -1;
-  }
-  return cp;
 }
 
 bool EstCaractereXML(int32_t cp) {
@@ -175,13 +143,15 @@ class Ecrivain {
   // writer, so the views stay valid), the prefix's scope every time.
   void VerifieNom(const Balise& b, const std::string& nom, bool attribut) {
     if (!nomsVerifies_.contains(nom)) {
+      // libxml2's name check reads bytes leniently: the bytes must first be UTF-8 at all.
+      if (PremiereErreurUTF8(nom) != std::string_view::npos) Refuse(b, "un nom n’est pas en UTF-8 valide");
       if (nom.empty() || nom.find('\0') != std::string::npos ||
           xmlValidateQName(reinterpret_cast<const xmlChar*>(nom.c_str()), 0) != 0) {
         Refuse(b, "« " + nom + " » n’est pas un nom XML");
       }
       if (options_.codage == eCodageXML::eISO8859_15) {
         for (std::size_t i = 0; i < nom.size();) {
-          if (!EstLatin9(DecodeUTF8(nom, i)))
+          if (!EstLatin9(DecodeCaractereUTF8(nom, i)))
             Refuse(b, "le nom « " + nom + " » ne s’écrit pas en ISO-8859-15");
         }
       }
@@ -215,7 +185,7 @@ class Ecrivain {
         sortie_ += Reference(b, c, attribut);
         continue;
       }
-      const int32_t cp = DecodeUTF8(texte, i);
+      const int32_t cp = DecodeCaractereUTF8(texte, i);
       if (cp < 0) Refuse(b, "texte en UTF-8 invalide");
       if (!EstCaractereXML(cp)) Refuse(b, "U+" + Hexa(cp) + " n’est pas un caractère XML");
       if (options_.codage == eCodageXML::eISO8859_15 && !EstLatin9(cp)) {

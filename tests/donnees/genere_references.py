@@ -5,9 +5,10 @@
   codes_un_octet.txt : per code page, "decode <page> <byte> <unit|->" for all 256 bytes ('-'
                        where Python leaves the byte undefined), then "encode <page> <unit> <byte>"
                        for every unit of 0..FFFF that Python can encode.
-  utf8_aleatoire.txt : "<bytes hex> <units hex>" lines: random byte strings biased towards the
-                       edges of the well-formed table, decoded with errors='replace' (one U+FFFD
-                       per maximal ill-formed subpart), as UTF-16 units.
+  utf8_aleatoire.txt : "<bytes hex> <units hex> <offset|->" lines: random byte strings biased
+                       towards the edges of the well-formed table, decoded with errors='replace'
+                       (one U+FFFD per maximal ill-formed subpart), as UTF-16 units; then the
+                       offset of the first ill-formed byte that a strict decode reports, or '-'.
 
 Usage: python3 tests/donnees/genere_references.py tests/donnees
 """
@@ -50,4 +51,9 @@ with open(os.path.join(dossier, "utf8_aleatoire.txt"), "w") as f:
         octets = bytes(rng.choice(INTERESSANTS) if rng.random() < 0.7 else rng.randrange(256)
                        for _ in range(n))
         decode = unites(octets.decode("utf-8", errors="replace"))
-        f.write("%s %s\n" % (octets.hex().upper(), "".join("%04X" % u for u in decode)))
+        try:
+            octets.decode("utf-8")
+            erreur = "-"
+        except UnicodeDecodeError as e:
+            erreur = str(e.start)
+        f.write("%s %s %s\n" % (octets.hex().upper(), "".join("%04X" % u for u in decode), erreur))

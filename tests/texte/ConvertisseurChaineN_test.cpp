@@ -3,6 +3,7 @@
 // rows of the well-formed UTF-8 table.
 #include <outils_socle/texte/ChaineN.h>
 #include <outils_socle/texte/ConvertisseurChaineN.h>
+#include <outils_socle/texte/UTF8.h>
 
 #include <gtest/gtest.h>
 
@@ -147,10 +148,10 @@ TEST(ConvertisseurChaineN, UTF8RupturesEtOctetsDeTeteInvalides) {
 TEST(ConvertisseurChaineN, UTF8AleatoireContrePython) {
   std::ifstream f(OUTILS_SOCLE_DONNEES_TESTS "/utf8_aleatoire.txt");
   ASSERT_TRUE(f) << "reference data missing";
-  std::string hexOctets, hexUnites;
+  std::string hexOctets, hexUnites, premiereErreur;
   int lignes = 0;
   const auto& utf8 = ConvertisseurChaineN::ConvertisseurPourCodage(C::kCodageUTF8);
-  while (f >> hexOctets >> hexUnites) {
+  while (f >> hexOctets >> hexUnites >> premiereErreur) {
     ++lignes;
     std::string octets;
     for (size_t i = 0; i < hexOctets.size(); i += 2)
@@ -169,6 +170,9 @@ TEST(ConvertisseurChaineN, UTF8AleatoireContrePython) {
       parCaractere.insert(parCaractere.end(), u, u + ecrites);
     }
     ASSERT_EQ(parCaractere, attendu) << hexOctets;
+    // The validating face of the same decoder: where a strict decode stops.
+    const size_t erreur = PremiereErreurUTF8(octets);
+    ASSERT_EQ(erreur == std::string_view::npos ? "-" : std::to_string(erreur), premiereErreur) << hexOctets;
   }
   EXPECT_EQ(lignes, 4000);
 }

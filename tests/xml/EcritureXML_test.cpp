@@ -101,6 +101,15 @@ TEST(EcritureXML, CeQuiNeSEcritPasEstRefuse) {
   refuse(Balise("a", "\xC3"));          // cut UTF-8
   refuse(Balise("a", "\xED\xA0\x80"));  // a surrogate
   refuse(Balise("a", "\xEF\xBF\xBE"));  // U+FFFE
+  // Names in ill-formed UTF-8 (libxml2's own name check lets these through).
+  refuse(Balise("a\xFF"));
+  refuse(Balise("\xC3"));
+  refuse(Balise("a\xC0\xAE"));      // an overlong '.'
+  refuse(Balise("a\xED\xA0\x80"));  // a surrogate
+  refuse(Balise("a", std::vector<Balise::Attribut>{{"n\xC3", "1"}}));
+  Balise prefixe("p\xFF:a");
+  prefixe.MetsAttribut("xmlns:p\xFF", "urn:p");
+  refuse(prefixe);
   Balise doublon("a", std::vector<Balise::Attribut>{{"x", "1"}, {"x", "2"}});
   refuse(doublon);
   Balise vide("p:a");
@@ -122,6 +131,14 @@ TEST(EcritureXML, FichierRemplaceEnUneFois) {
   sdd::EcrisFichierXML(Reglages(), chemin.string(), Options(eCodageXML::eUTF16, 2));
   EXPECT_EQ(ParseurXML().LisFichier(chemin.string()),
             ParseurXML().LisTexte(EcrisXML(Reglages(), Options(eCodageXML::eUTF8, 2))));
+  // A tree that cannot be written leaves the file as it was.
+  const std::string avant = EcrisXML(Reglages(), Options(eCodageXML::eUTF16, 2));
+  for (const Balise& refusee :
+       {Balise("a\xFF"), Balise("a", std::vector<Balise::Attribut>{{"n\xC3", "1"}})}) {
+    EXPECT_THROW(sdd::EcrisFichierXML(refusee, chemin.string()), sdd::exceptions::OperationInvalide);
+    std::ifstream f(chemin, std::ios::binary);
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(f), {}), avant);
+  }
   fs::remove(chemin);
   EXPECT_THROW(sdd::EcrisFichierXML(Reglages(), "/nulle/part/x.xml"), sdd::exceptions::OuvertureEchouee);
 }

@@ -13,9 +13,11 @@
 // (no text, no tails), so it never changes a text: reading it back with
 // OptionsParseurXML::ignoreEspacesDeMiseEnPage gives the same tree.
 //
-// A name that is not an XML name, an attribute given twice, invalid UTF-8, or a character XML
-// cannot carry at all (C0 controls other than tab, LF and CR, U+FFFE, U+FFFF) throws
-// OperationInvalide naming the element; nothing is written to the file then.
+// A name that is not an XML name (element, attribute or prefix, ill-formed UTF-8 included), an
+// attribute given twice, text in ill-formed UTF-8, or a character XML cannot carry at all (C0
+// controls other than tab, LF and CR, U+FFFE, U+FFFF) throws OperationInvalide naming the
+// element; nothing is written to the file then. UTF-8 is checked by the library's one decoder
+// (texte/UTF8.h), the one ChaineN uses.
 
 #include <string>
 
@@ -40,7 +42,7 @@ struct OptionsEcritureXML {
 // The document's bytes, in the chosen encoding.
 OUTILS_SOCLE_EXPORT std::string EcrisXML(const Balise& racine, const OptionsEcritureXML& options = {});
 // Written to a temporary file beside `chemin`, then renamed over it: a crash leaves the old file
-// or the new one. Throws OuvertureEchouee when the file cannot be written.
+// or the new one. Throws ErreurFichier (an OuvertureEchouee) when the file cannot be written.
 OUTILS_SOCLE_EXPORT void EcrisFichierXML(const Balise& racine, const UniChemin& chemin,
                                          const OptionsEcritureXML& options = {});
 
