@@ -114,31 +114,38 @@ void DebutElement(void* ctx, const xmlChar* local, const xmlChar* prefixe, const
       return Refuse(ctx, "plus de " + std::to_string(e.options.attributsMax) + " attributs sur une balise");
     }
     const std::string_view nom = NomQualifie(e.nom, prefixe, local);
-    if (nom.size() > e.options.tailleMaxAttribut) return Refuse(ctx, "nom de balise trop long");
+    // Every name and value is held to the same cap: element names, attribute names, namespace
+    // prefixes and the values of attributes and namespace declarations.
+    const std::size_t cap = e.options.tailleMaxAttribut;
+    const auto tropLong = [&](const char* quoi, std::size_t n) {
+      Refuse(ctx,
+             std::string(quoi) + " de " + std::to_string(n) + " octets, plus que " + std::to_string(cap));
+    };
+    if (nom.size() > cap) return tropLong("nom de balise", nom.size());
     std::size_t taille = nom.size();
     e.attributs.clear();
     // Namespace declarations first: libxml2 reports them apart from the other attributes.
     for (int i = 0; i < nbEspaces; ++i) {
-      const xmlChar* p = espaces[2 * i];
-      const xmlChar* uri = espaces[2 * i + 1];
-      std::string nom = p != nullptr ? "xmlns:" + std::string(Vue(p)) : std::string("xmlns");
-      std::string valeur = uri != nullptr ? std::string(Vue(uri)) : std::string();
-      taille += nom.size() + valeur.size();
-      e.attributs.push_back(Balise::Attribut{std::move(nom), std::move(valeur)});
+      const std::string_view p = espaces[2 * i] != nullptr ? Vue(espaces[2 * i]) : std::string_view();
+      const std::string_view uri =
+          espaces[2 * i + 1] != nullptr ? Vue(espaces[2 * i + 1]) : std::string_view();
+      if (p.size() > cap) return tropLong("préfixe d’espace de noms", p.size());
+      if (uri.size() > cap) return tropLong("espace de noms", uri.size());
+      std::string nom = p.empty() ? std::string("xmlns") : "xmlns:" + std::string(p);
+      taille += nom.size() + uri.size();
+      e.attributs.push_back(Balise::Attribut{std::move(nom), std::string(uri)});
     }
     for (int i = 0; i < nbAttributs; ++i) {
       const xmlChar** a = attributs + 5 * i;  // local, prefix, URI, value, end of value
       const auto n = static_cast<std::size_t>(a[4] - a[3]);
-      if (n > e.options.tailleMaxAttribut) {
-        return Refuse(ctx, "valeur d’attribut de " + std::to_string(n) + " octets, plus que " +
-                               std::to_string(e.options.tailleMaxAttribut));
-      }
+      if (n > cap) return tropLong("valeur d’attribut", n);
       Balise::Attribut attribut;
       if (a[1] == nullptr) {
         attribut.nom.assign(Vue(a[0]));
       } else {
         NomQualifie(attribut.nom, a[1], a[0]);
       }
+      if (attribut.nom.size() > cap) return tropLong("nom d’attribut", attribut.nom.size());
       attribut.valeur.assign(reinterpret_cast<const char*>(a[3]), n);
       taille += attribut.nom.size() + n;
       e.attributs.push_back(std::move(attribut));

@@ -381,4 +381,22 @@ TEST(ParseurXMLAttaques, ImbricationEtTailles) {
   for (int i = 0; i < 1025; ++i) nombreux += " a" + std::to_string(i) + "=\"\"";
   EXPECT_NE(MessageDe(nombreux + "/>").find("1024 attributs"), std::string::npos);
   EXPECT_FALSE(MessageDe("<" + std::string(std::size_t{2} << 20, 'n') + "/>").empty());
+
+  // The cap holds for every name and value of a tag alike.
+  OptionsParseurXML cent;
+  cent.tailleMaxAttribut = 100;
+  const std::string n101(101, 'n'), n100(100, 'n');
+  EXPECT_NO_THROW(ParseurXML(cent).LisTexte("<" + n100 + " " + n100 + "=\"1\"/>"));
+  EXPECT_NO_THROW(ParseurXML(cent).LisTexte("<p:r xmlns:p=\"u\" " + std::string(98, 'n') + "=\"1\"/>"));
+  for (const auto& [document, quoi] : std::vector<std::pair<std::string, std::string>>{
+           {"<" + n101 + "/>", "nom de balise de 101 octets, plus que 100"},
+           {"<r " + n101 + "=\"1\"/>", "nom d’attribut de 101 octets, plus que 100"},
+           {"<r " + std::string(5000, 'n') + "=\"1\"/>", "nom d’attribut de 5000 octets, plus que 100"},
+           {"<r xmlns:p=\"u\" p:" + std::string(99, 'n') + "=\"1\"/>", "nom d’attribut de 101 octets"},
+           {"<r xmlns:" + n101 + "=\"u\"/>", "préfixe d’espace de noms de 101 octets"},
+           {"<r xmlns=\"" + n101 + "\"/>", "espace de noms de 101 octets"},
+           {"<r a=\"" + n101 + "\"/>", "valeur d’attribut de 101 octets"},
+       }) {
+    EXPECT_NE(MessageDe(document, cent).find(quoi), std::string::npos) << MessageDe(document, cent);
+  }
 }

@@ -88,6 +88,7 @@ TEST(SchemaXML, BornesEffectivesEtAutresEcritures) {
           </sequence>
           <any minOccurs="0" processContents="skip"/>
         </sequence>
+        <attribute name="libre"/>
       </complexType>
     </element>
   </schema>)");
@@ -97,6 +98,9 @@ TEST(SchemaXML, BornesEffectivesEtAutresEcritures) {
             (std::vector<DeclarationEnfantXML>{{"a", "string", 1, 6}, {"b", "int", 1, 6}, {"*", "", 0, 2}}));
   EXPECT_TRUE(s.EstMixte("r"));
   EXPECT_EQ(s.TypeTexte("r/b"), "int");
+  // An attribute declared without a type takes any simple value, in the schema's own prefix.
+  EXPECT_EQ(s.AttributsPermis("r"),
+            (std::vector<DeclarationAttributXML>{{"libre", "anySimpleType", false, "", false}}));
 }
 
 TEST(SchemaXML, ValideLesReglagesQueLaBibliothequeEcrit) {

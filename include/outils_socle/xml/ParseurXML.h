@@ -10,7 +10,8 @@
 //   - internal entities are expanded, but the expanded text (with 8 bytes counted per entity
 //     reference) may not exceed `facteurExpansionMax` times the bytes read so far, plus 1 MiB:
 //     "billion laughs" stops early, and the rule holds for pipes of unknown length too;
-//   - nesting deeper than `profondeurMax`, an attribute value or a name longer than
+//   - nesting deeper than `profondeurMax`, a name (of an element, an attribute or a namespace
+//     prefix) or a value (of an attribute or a namespace declaration) longer than
 //     `tailleMaxAttribut`, or more than `attributsMax` attributes on one tag is refused.
 // Every refusal and every well-formedness error throws ErreurXML with the line and column where
 // the parser stood. Input is read in chunks (files are never loaded whole), so streaming a
@@ -59,7 +60,7 @@ class OUTILS_SOCLE_EXPORT ErreurXML : public exceptions::ErreurDeserialisation {
 
 struct OptionsParseurXML {
   int profondeurMax = 256;
-  std::size_t tailleMaxAttribut = std::size_t{1} << 20;  // bytes of UTF-8, also bounds names
+  std::size_t tailleMaxAttribut = std::size_t{1} << 20;  // bytes of UTF-8, names and values alike
   std::size_t attributsMax = 1024;
   std::size_t facteurExpansionMax = 10;
   // Drops text made only of spaces, tabs and line breaks where it separates tags inside an

@@ -42,7 +42,9 @@ struct DeclarationEnfantXML {
 
 struct DeclarationAttributXML {
   std::string nom;
-  std::string type;  // "xs:string" when the schema says nothing
+  // "xs:integer", a type's name, or, when the declaration names no type, "xs:anySimpleType"
+  // (with the schema's own prefix for its namespace): any simple value, as XML Schema reads it
+  std::string type;
   bool requis = false;
   std::string defaut;  // the default or fixed value, "" when none
   bool fixe = false;
