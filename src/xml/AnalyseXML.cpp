@@ -31,6 +31,15 @@ struct Etat {
   std::exception_ptr exceptionRecepteur;  // what a receiver threw
   std::vector<Balise::Attribut> attributs;
   std::string nom;
+  // Entity contents are parsed by contexts of their own, whose positions count from the start
+  // of the replacement text. Errors found there are placed at the outermost reference in the
+  // document, as expat places them, and name the entities involved.
+  int ligneReference = 0;  // where the last reference of the document began
+  int colonneReference = 0;
+  // The contexts open one inside the other, the document's first, and the entity each one last
+  // looked up: the content of that entity is what the next context parses.
+  std::vector<const xmlParserCtxt*> contextes;
+  std::vector<std::string> entites;
 };
 
 Etat& EtatDe(void* ctx) { return *static_cast<Etat*>(static_cast<xmlParserCtxtPtr>(ctx)->_private); }
@@ -45,11 +54,42 @@ void Halte(void* ctx) {
   xmlStopParser(ctxt);
 }
 
+// The nesting level of a context: 0 for the document, n inside n entities. libxml2 says nothing
+// when an entity's context ends, but the context around it only acts again once it has: a
+// context met again closes the ones opened inside it, and a new one opens inside the last.
+std::size_t Niveau(Etat& e, const xmlParserCtxt* ctxt) {
+  for (std::size_t i = e.contextes.size(); i-- > 0;) {
+    if (e.contextes[i] == ctxt) {
+      e.contextes.resize(i + 1);
+      return i;
+    }
+  }
+  e.contextes.push_back(ctxt);
+  return e.contextes.size() - 1;
+}
+
+// Records the first error, placed in the document: where the parser stands in the document's
+// own context; inside an entity's content, at the reference that led there, with the entity
+// named (the one whose text holds the fault, and the one the document refers to).
+void Enregistre(Etat& e, const xmlParserCtxt* ctxt, int ligne, int colonne, const std::string& quoi) {
+  const std::size_t niveau = Niveau(e, ctxt);
+  if (niveau == 0 || e.entites.size() < niveau) {
+    e.erreur.emplace(ligne, colonne, quoi);
+    return;
+  }
+  std::string ou = "dans le texte de remplacement de l’entité « " + e.entites[niveau - 1] + " »";
+  if (niveau > 1) ou += ", appelée par « " + e.entites[0] + " »";
+  e.erreur.emplace(e.ligneReference, e.colonneReference, ou + " : " + quoi);
+}
+
 // Records our refusal at the parser's position and halts this context; the outer context, when
 // this one parses an entity's content, halts on its next event (see Garde).
 void Refuse(void* ctx, const std::string& quoi) {
   Etat& e = EtatDe(ctx);
-  if (!Arrete(e)) e.erreur.emplace(xmlSAX2GetLineNumber(ctx), xmlSAX2GetColumnNumber(ctx), quoi);
+  if (!Arrete(e)) {
+    Enregistre(e, static_cast<xmlParserCtxtPtr>(ctx), xmlSAX2GetLineNumber(ctx), xmlSAX2GetColumnNumber(ctx),
+               quoi);
+  }
   Halte(ctx);
 }
 
@@ -211,6 +251,18 @@ xmlEntityPtr Entite(void* ctx, const xmlChar* nom) {
     return nullptr;
   }
   if (!Consomme(ctx, e, kCoutReference)) return nullptr;
+  const auto* ctxt = static_cast<xmlParserCtxtPtr>(ctx);
+  const std::size_t niveau = Niveau(e, ctxt);
+  if (e.entites.size() <= niveau) e.entites.resize(niveau + 1);
+  e.entites[niveau] = std::string(Vue(nom));
+  if (niveau == 0) {
+    // The parser stands just past "&name;", which never spans lines: its start is that many
+    // characters back.
+    std::size_t caracteres = 0;
+    for (const char c : Vue(nom)) caracteres += (static_cast<unsigned char>(c) & 0xC0) != 0x80;
+    e.ligneReference = xmlSAX2GetLineNumber(ctx);
+    e.colonneReference = std::max(1, xmlSAX2GetColumnNumber(ctx) - static_cast<int>(caracteres) - 2);
+  }
   return xmlSAX2GetEntity(ctx, nom);
 }
 
@@ -243,7 +295,7 @@ void ErreurLibxml(void* /*donnees*/, xmlErrorPtr erreur) {
   if (Arrete(e)) return;
   std::string message = erreur->message != nullptr ? erreur->message : "document XML mal formé";
   while (!message.empty() && (message.back() == '\n' || message.back() == ' ')) message.pop_back();
-  e.erreur.emplace(erreur->line, erreur->int2, message);
+  Enregistre(e, ctxt, erreur->line, erreur->int2, message);
 }
 
 xmlSAXHandler Gestionnaire() {
@@ -323,6 +375,7 @@ void Analyse(SourceOctets& source, const OptionsParseurXML& options, Recepteur& 
   if (ctxt == nullptr) throw exceptions::MemoireInsuffisante("contexte d’analyse XML");
   LibereContexte liberation{ctxt};
   ctxt->_private = &etat;
+  etat.contextes.push_back(ctxt);
   // libxml2's own fixed limits (depth 256, 10 MB per attribute) give way when ours are wider.
   const bool large = options.profondeurMax > 256 || options.tailleMaxAttribut > 10'000'000;
   xmlCtxtUseOptions(ctxt, XML_PARSE_NOENT | XML_PARSE_NONET | (large ? XML_PARSE_HUGE : 0) |

@@ -35,10 +35,12 @@ inline void EcrisOctets(const std::filesystem::path& chemin, const std::string& 
   std::ofstream(chemin, std::ios::binary) << octets;
 }
 
-// One line per file: the canonical tree, or "REFUSE".
-inline std::vector<std::string> LisAvecExpat(const std::vector<std::filesystem::path>& fichiers) {
-  std::string commande =
-      std::string(OUTILS_SOCLE_PYTHON3) + " " + OUTILS_SOCLE_SOURCES_TESTS "/xml/arbre_expat.py";
+// One line per file: the canonical tree, or "REFUSE" (with the line and column where expat
+// stopped, counted from 1, when `position`).
+inline std::vector<std::string> LisAvecExpat(const std::vector<std::filesystem::path>& fichiers,
+                                             bool position = false) {
+  std::string commande = std::string(OUTILS_SOCLE_PYTHON3) + " " +
+                         OUTILS_SOCLE_SOURCES_TESTS "/xml/arbre_expat.py" + (position ? " --position" : "");
   for (const auto& f : fichiers) commande += " '" + f.string() + "'";
   std::vector<std::string> lignes;
   FILE* flux = popen(commande.c_str(), "r");

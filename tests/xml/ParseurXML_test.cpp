@@ -163,6 +163,48 @@ TEST(ParseurXML, LErreurDitOu) {
                sdd::exceptions::OuvertureEchouee);
 }
 
+// A fault in an entity's replacement text is placed where the document refers to the entity
+// (the outermost reference), as expat places it, and the message names the entity.
+TEST(ParseurXML, UneErreurDansUneEntiteEstPlaceeALaReference) {
+  const std::vector<std::pair<std::string, std::string>> cas = {
+      {"<!DOCTYPE d [\n<!ENTITY e \"&f;\">\n<!ENTITY f \"&e;\">\n]>\n<d>\n  x &e;</d>",
+       "dans le texte de remplacement de l’entité « f », appelée par « e » : "},
+      {"<!DOCTYPE d [<!ENTITY e \"<a>\">]>\n\n\n\n\n<d>  &e;</d>",
+       "dans le texte de remplacement de l’entité « e » : "},
+      {"<!DOCTYPE d [\n<!ENTITY e \"&f;\">\n<!ENTITY f \"avant &g; après\">\n]>\n<d>\n\n\n\n  àb &e;</d>",
+       "dans le texte de remplacement de l’entité « f », appelée par « e » : "},
+      {"<!DOCTYPE d [<!ENTITY été \"</x>\">]>\n<d>\n<c>&amp; &été;</c></d>",
+       "dans le texte de remplacement de l’entité « été » : "},
+      // The same entity, fine once, then used where its text breaks the document's own tags.
+      {"<!DOCTYPE d [<!ENTITY e \"<b>x</b>\">]>\n<d>&e;\n  <c>&e;</d>", ""},
+  };
+  Dossier dossier;
+  std::vector<fs::path> fichiers;
+  for (std::size_t i = 0; i < cas.size(); ++i) {
+    fichiers.push_back(dossier / ("entite" + std::to_string(i) + ".xml"));
+    sdd::tests_xml::EcrisOctets(fichiers.back(), cas[i].first);
+  }
+  const std::vector<std::string> expat = sdd::tests_xml::LisAvecExpat(fichiers, true);
+  ASSERT_EQ(expat.size(), cas.size());
+  for (std::size_t i = 0; i < cas.size(); ++i) {
+    SCOPED_TRACE(cas[i].first);
+    try {
+      ParseurXML().LisTexte(cas[i].first);
+      ADD_FAILURE() << "accepted";
+    } catch (const ErreurXML& e) {
+      if (!cas[i].second.empty()) {
+        EXPECT_EQ(expat[i], "REFUSE " + std::to_string(e.Ligne()) + " " + std::to_string(e.Colonne()));
+      }
+      if (cas[i].second.empty()) {  // the fault is the document's own: placed and told as usual
+        EXPECT_EQ(e.Ligne(), 3);
+        EXPECT_EQ(e.Quoi().find("entité"), std::string::npos) << e.Quoi();
+      } else {
+        EXPECT_EQ(e.Quoi().rfind(cas[i].second, 0), 0u) << e.Quoi();
+      }
+    }
+  }
+}
+
 TEST(ParseurXML, ErreurDeCodageSansRienEcrireSurLaSortieDErreur) {
   // UTF-16 with a lone high surrogate: libxml2 reports the conversion failure outside any parser
   // context, on standard error unless told otherwise.

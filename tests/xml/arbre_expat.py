@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """Reads each XML file named on the command line with Python's expat, an independent parser,
 and prints one line per file: the tree in the canonical form of tests/xml/Arbres.h, or "REFUSE"
-when expat finds the document malformed. No namespace processing, so names and xmlns attributes
+when expat finds the document malformed ("REFUSE <line> <column>" after --position, the
+column counted from 1). No namespace processing, so names and xmlns attributes
 stay as written, attributes in document order."""
 import sys
 import xml.parsers.expat
@@ -54,8 +55,11 @@ def lis(chemin):
     return racine[0].canonique()
 
 
-for chemin in sys.argv[1:]:
+position = sys.argv[1:2] == ["--position"]
+for chemin in sys.argv[1 + position:]:
     try:
         print(lis(chemin))
-    except (xml.parsers.expat.ExpatError, LookupError):
+    except xml.parsers.expat.ExpatError as e:
+        print(f"REFUSE {e.lineno} {e.offset + 1}" if position else "REFUSE")
+    except LookupError:
         print("REFUSE")
