@@ -9,6 +9,7 @@
 #include <sstream>
 
 #include <outils_socle/texte/Exception.h>
+#include <outils_socle/texte/UTF8.h>
 
 #include "reglages/CheminsReglages.h"
 
@@ -158,18 +159,95 @@ void LisJson(const pt::ptree& noeud, const std::string& prefixe, ContenuFichier&
   }
 }
 
-void VerifieIni(const std::string& chemin, const ValeurFichier& valeur) {
-  const auto refuse = [&](const std::string& pourquoi) {
-    throw exceptions::OperationInvalide("Réglages INI : « " + chemin + " » " + pourquoi);
-  };
-  if (std::count(chemin.begin(), chemin.end(), '/') > 1)
-    refuse("est trop profond pour une section et une clé");
-  if (valeur.liste) refuse("est une liste");
-  const std::string& t = valeur.texte;
-  if (t.find_first_of("\r\n") != std::string::npos) refuse("contient un saut de ligne");
-  if (!t.empty() && (std::isspace(static_cast<unsigned char>(t.front())) ||
-                     std::isspace(static_cast<unsigned char>(t.back()))))
-    refuse("commence ou finit par une espace");
+[[noreturn]] void RefuseTexte(eFormatReglages format, const std::string& chemin,
+                              const std::string& pourquoi) {
+  throw exceptions::OperationInvalide(std::string("Réglages ") + NomFormat(format) + " : « " + chemin +
+                                      " » " + pourquoi);
+}
+
+std::string PointDeCode(int32_t cp) {
+  char texte[16];
+  std::snprintf(texte, sizeof texte, "U+%04X", static_cast<unsigned>(cp));
+  return texte;
+}
+
+// What readers of INI files trim around a value: Python's configparser strips every character
+// str.isspace() accepts, Boost's reader the ASCII ones; both are refused at either end.
+bool EstEspaceRogne(int32_t cp) {
+  return (cp >= 0x09 && cp <= 0x0D) || (cp >= 0x1C && cp <= 0x20) || cp == 0x85 || cp == 0xA0 ||
+         cp == 0x1680 || (cp >= 0x2000 && cp <= 0x200A) || cp == 0x2028 || cp == 0x2029 || cp == 0x202F ||
+         cp == 0x205F || cp == 0x3000;
+}
+
+// A text goes into a file only if every reader gives it back as it is: well-formed UTF-8 in
+// every format; in XML, only characters XML 1.0 can carry (no C0 control other than tab, LF
+// and CR, no U+FFFE or U+FFFF: not even a character reference can write those); in INI, no line
+// break and nothing a reader trims at either end. Anything else is refused before a byte is
+// written.
+void VerifieTexte(eFormatReglages format, const std::string& chemin, const std::string& t) {
+  if (const std::size_t erreur = PremiereErreurUTF8(t); erreur != std::string_view::npos)
+    RefuseTexte(format, chemin, "n’est pas de l’UTF-8 valide (octet " + std::to_string(erreur) + ")");
+  if (format == eFormatReglages::eXML) {
+    for (std::size_t i = 0; i < t.size();) {
+      const int32_t cp = DecodeCaractereUTF8(t, i);
+      if ((cp < 0x20 && cp != 0x09 && cp != 0x0A && cp != 0x0D) || cp == 0xFFFE || cp == 0xFFFF)
+        RefuseTexte(format, chemin, "contient " + PointDeCode(cp) + ", qu’XML 1.0 ne sait pas écrire");
+    }
+  }
+  if (format == eFormatReglages::eINI) {
+    if (t.find_first_of("\r\n") != std::string::npos)
+      RefuseTexte(format, chemin, "contient un saut de ligne");
+    if (t.empty()) return;
+    std::size_t i = 0;
+    const int32_t premier = DecodeCaractereUTF8(t, i);
+    std::size_t debutDernier = t.size() - 1;
+    while (debutDernier > 0 && (static_cast<unsigned char>(t[debutDernier]) & 0xC0) == 0x80) --debutDernier;
+    const int32_t dernier = DecodeCaractereUTF8(t, debutDernier);
+    if (EstEspaceRogne(premier) || EstEspaceRogne(dernier))
+      RefuseTexte(format, chemin, "commence ou finit par une espace");
+  }
+}
+
+void Verifie(eFormatReglages format, const std::string& chemin, const ValeurFichier& valeur) {
+  if (format == eFormatReglages::eINI) {
+    if (std::count(chemin.begin(), chemin.end(), '/') > 1)
+      RefuseTexte(format, chemin, "est trop profond pour une section et une clé");
+    if (valeur.liste) RefuseTexte(format, chemin, "est une liste");
+  }
+  if (!valeur.liste) VerifieTexte(format, chemin, valeur.texte);
+  for (const std::string& element : valeur.elements) VerifieTexte(format, chemin, element);
+}
+
+// XML readers turn every CR, and every CR LF, into LF before they parse (XML 1.0, 2.11): a CR
+// that must stay one is written as a character reference. Boost writes no CR of its own, so
+// every CR byte of its output comes from a value.
+std::string ProtegeRetoursChariot(const std::string& xml) {
+  std::string sortie;
+  sortie.reserve(xml.size());
+  for (const char c : xml) {
+    if (c == '\r')
+      sortie += "&#13;";
+    else
+      sortie += c;
+  }
+  return sortie;
+}
+
+// The same normalisation on reading, which Boost's XML reader leaves out: a file with CR LF
+// line ends (written on Windows, or by hand) reads as any other XML reader reads it.
+std::string NormaliseFinsDeLigne(const std::string& xml) {
+  if (xml.find('\r') == std::string::npos) return xml;
+  std::string sortie;
+  sortie.reserve(xml.size());
+  for (std::size_t i = 0; i < xml.size(); ++i) {
+    if (xml[i] != '\r') {
+      sortie += xml[i];
+    } else {
+      sortie += '\n';
+      if (i + 1 < xml.size() && xml[i + 1] == '\n') ++i;
+    }
+  }
+  return sortie;
 }
 
 }  // namespace
@@ -178,7 +256,7 @@ std::string EcrisContenu(const ContenuFichier& contenu, eFormatReglages format) 
   pt::ptree racine;
   pt::ptree& base = format == eFormatReglages::eXML ? racine.put_child(kRacineXml, pt::ptree()) : racine;
   for (const auto& [chemin, valeur] : contenu) {
-    if (format == eFormatReglages::eINI) VerifieIni(chemin, valeur);
+    Verifie(format, chemin, valeur);
     pt::ptree& noeud = base.put_child(pt::ptree::path_type(chemin, '/'), pt::ptree());
     if (!valeur.liste) {
       noeud.put_value(valeur.texte);
@@ -192,7 +270,7 @@ std::string EcrisContenu(const ContenuFichier& contenu, eFormatReglages format) 
   switch (format) {
     case eFormatReglages::eXML:
       pt::write_xml(sortie, racine, pt::xml_writer_make_settings<std::string>(' ', 2));
-      break;
+      return ProtegeRetoursChariot(sortie.str());
     case eFormatReglages::eJSON: pt::write_json(sortie, racine, true); break;
     case eFormatReglages::eINI: pt::write_ini(sortie, racine); break;
   }
@@ -204,7 +282,7 @@ ContenuFichier LisContenu(const std::string& texte, eFormatReglages format) {
   if ((format == eFormatReglages::eXML && ProfondeurXml(texte) > kProfondeurMaxReglages + 1) ||
       (format == eFormatReglages::eJSON && ProfondeurJson(texte) > kProfondeurMaxReglages))
     LanceEndommage(format, "plus de " + std::to_string(kProfondeurMaxReglages) + " niveaux");
-  std::istringstream entree(texte);
+  std::istringstream entree(format == eFormatReglages::eXML ? NormaliseFinsDeLigne(texte) : texte);
   pt::ptree racine;
   ContenuFichier contenu;
   try {

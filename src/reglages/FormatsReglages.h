@@ -26,7 +26,9 @@ using ContenuFichier = std::map<std::string, ValeurFichier>;
 // recurse once per level.
 constexpr int kProfondeurMaxReglages = 64;
 
-// Throws OperationInvalide when the content does not fit the format (INI).
+// Throws OperationInvalide, before anything is written, for content the format cannot give back
+// as it is: ill-formed UTF-8; in XML a character XML 1.0 cannot carry; in INI a list, a deep
+// path, a line break or a space-like character at either end of a value.
 std::string EcrisContenu(const ContenuFichier& contenu, eFormatReglages format);
 // Throws ErreurDeserialisation, with the line where the parser stopped, for a damaged text.
 ContenuFichier LisContenu(const std::string& texte, eFormatReglages format);

@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <charconv>
+#include <cstdio>
 
 #include <outils_socle/texte/Exception.h>
 #include "langues/Marque.h"
@@ -21,8 +22,35 @@ const char* NomTypeReglage(eTypeReglage type) {
 
 Reglage Reglage::Booleen(bool valeur) { return Reglage(valeur); }
 Reglage Reglage::Entier(int64_t valeur) { return Reglage(valeur); }
-Reglage Reglage::Chaine(const UniChaine& valeur) { return Reglage(valeur); }
-Reglage Reglage::ListeChaines(const Chaines& valeur) { return Reglage(valeur); }
+namespace {
+
+// Qt writes a lone surrogate to UTF-8 as "?": refused here, before it could be saved so.
+void VerifieSubstituts(const UniChaine& valeur) {
+  const QString& texte = valeur.DonneQString();
+  for (int i = 0; i < texte.size(); ++i) {
+    const QChar c = texte[i];
+    if (c.isHighSurrogate() && i + 1 < texte.size() && texte[i + 1].isLowSurrogate()) {
+      ++i;
+    } else if (c.isSurrogate()) {
+      char unite[8];
+      std::snprintf(unite, sizeof unite, "%04X", c.unicode());
+      throw exceptions::OperationInvalide(std::string(N_("Réglage : substitut isolé")) + " : U+" + unite +
+                                          " à la position " + std::to_string(i));
+    }
+  }
+}
+
+}  // namespace
+
+Reglage Reglage::Chaine(const UniChaine& valeur) {
+  VerifieSubstituts(valeur);
+  return Reglage(valeur);
+}
+
+Reglage Reglage::ListeChaines(const Chaines& valeur) {
+  for (const UniChaine& chaine : valeur) VerifieSubstituts(chaine);
+  return Reglage(valeur);
+}
 Reglage Reglage::Blob(const Octets& valeur) { return Reglage(valeur); }
 
 namespace {

@@ -34,6 +34,8 @@ class OUTILS_SOCLE_EXPORT Reglage {
   Reglage() = default;
   static Reglage Booleen(bool valeur);
   static Reglage Entier(int64_t valeur);
+  // A string is text: one holding a lone surrogate (half of a pair, which no file can carry as
+  // UTF-8) throws OperationInvalide, rather than become "?" on the way to the file.
   static Reglage Chaine(const UniChaine& valeur);
   static Reglage ListeChaines(const Chaines& valeur);
   static Reglage Blob(const Octets& valeur);

@@ -93,11 +93,14 @@ class OUTILS_SOCLE_EXPORT Reglages {
   int AjouteEcouteur(Ecouteur ecouteur);
   void EnleveEcouteur(int numero);
 
-  // Text forms. LisTexte replaces every value by the text's (declarations stay).
+  // Text forms. LisTexte replaces every value by the text's (declarations stay). EcrisTexte
+  // throws OperationInvalide for a value the format cannot give back exactly (a C0 control in
+  // XML, a line break in INI: see docs/reglages.md).
   std::string EcrisTexte(eFormatReglages format) const;
   void LisTexte(const std::string& texte, eFormatReglages format);
-  // Files. Charge throws OuvertureEchouee for a file it cannot read; Enregistre throws
-  // OuvertureEchouee when the temporary file cannot be written or renamed.
+  // Files. Charge throws ErreurFichier (an OuvertureEchouee) for a file it cannot read;
+  // Enregistre throws what EcrisTexte throws, before touching the file, and ErreurFichier when the
+  // temporary file cannot be written or renamed.
   void Enregistre(const UniChemin& chemin, eFormatReglages format) const;
   void Charge(const UniChemin& chemin, eFormatReglages format);
 

@@ -1,0 +1,189 @@
+// Strings made of every awkward character, each saved alone in each format: refused before
+// anything is written, or read back the same by our reader and by Python's (xml.etree, json,
+// configparser). Never changed on the way.
+#include <outils_socle/reglages/Reglages.h>
+#include <outils_socle/texte/Exception.h>
+
+#include <gtest/gtest.h>
+
+#include <QString>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "commun/Octets.h"
+
+namespace sdd {
+namespace {
+
+UniChaine DePoints(const std::u32string& points) {
+  return UniChaine(QString::fromUcs4(points.data(), static_cast<int>(points.size())));
+}
+
+std::vector<std::u32string> ChainesDifficiles() {
+  std::vector<std::u32string> chaines = {
+      U"",
+      U"\r",
+      U"\n",
+      U"\r\n",
+      U"a\r\nb\rc\n",
+      U"\n\r",
+      U"\t",
+      U"\ta\t",
+      U" ",
+      U"  ",
+      U" a",
+      U"a ",
+      U"]]>",
+      U"]]",
+      U"\"'",
+      U"<&>",
+      U"&amp;",
+      U"&#13;",
+      U"%(x)s",
+      U"%%",
+      U"#x",
+      U";x",
+      U"[s]",
+      U"a=b",
+      U"a:b",
+      U"\\",
+      U"\\u00e9",
+      U"\\/",
+      U"\x7F",
+      U"a\u0085b",
+      U"\u0085",
+      U"\u00A0a",
+      U"a\u00A0",
+      U"a\u00A0b",
+      U"a\u2028b\u2029c",
+      U"\u3000",
+      U"\uFEFFa",
+      U"\uFFFD",
+      U"a\uFFFEb",
+      U"a\uFFFFb",
+      U"\U0010FFFF",
+      U"𝄞",
+      U"e\u0301\u0327",
+      U"\u0301",
+      U"œuvre « été »",
+      U"\U0001F600x\U0001F600",
+  };
+  for (char32_t c = 0; c < 0x20; ++c) {
+    chaines.push_back(std::u32string(1, c));
+    chaines.push_back(U"a" + std::u32string(1, c) + U"b");
+  }
+  std::u32string long_;
+  for (int i = 0; i < 5000; ++i) long_ += i % 7 == 0 ? U"\r\n" : i % 5 == 0 ? U"\U0001D11E" : U"é";
+  chaines.push_back(long_);
+  return chaines;
+}
+
+bool EstEspaceRogne(char32_t c) {  // what Python's str.isspace() accepts
+  return (c >= 0x09 && c <= 0x0D) || (c >= 0x1C && c <= 0x20) || c == 0x85 || c == 0xA0 || c == 0x1680 ||
+         (c >= 0x2000 && c <= 0x200A) || c == 0x2028 || c == 0x2029 || c == 0x202F || c == 0x205F ||
+         c == 0x3000;
+}
+
+// What each format refuses: XML what XML 1.0 cannot carry; INI line breaks and what readers
+// trim at either end. JSON carries everything.
+bool Refuse(eFormatReglages format, const std::u32string& s) {
+  if (format == eFormatReglages::eXML) {
+    for (const char32_t c : s) {
+      if ((c < 0x20 && c != '\t' && c != '\n' && c != '\r') || c == 0xFFFE || c == 0xFFFF) return true;
+    }
+  }
+  if (format == eFormatReglages::eINI) {
+    if (s.find_first_of(U"\r\n") != std::u32string::npos) return true;
+    return !s.empty() && (EstEspaceRogne(s.front()) || EstEspaceRogne(s.back()));
+  }
+  return false;
+}
+
+std::string Hexa(const std::string& octets) {
+  if (octets.empty()) return "-";
+  static const char* const kChiffres = "0123456789abcdef";
+  std::string h;
+  for (const unsigned char c : octets) {
+    h += kChiffres[c >> 4];
+    h += kChiffres[c & 15];
+  }
+  return h;
+}
+
+const char* Extension(eFormatReglages format) {
+  return format == eFormatReglages::eXML ? "xml" : format == eFormatReglages::eJSON ? "json" : "ini";
+}
+
+TEST(ReglagesExactitude, ChaqueChaineDifficileRevientOuEstRefusee) {
+  essais::DossierTemporaire dossier;
+  std::ofstream manifeste(dossier / "manifeste.txt", std::ios::binary);
+  const std::vector<std::u32string> chaines = ChainesDifficiles();
+  int refusees = 0, relues = 0;
+  for (std::size_t i = 0; i < chaines.size(); ++i) {
+    const UniChaine chaine = DePoints(chaines[i]);
+    const std::string utf8 = chaine.DonneStdString();
+    for (const eFormatReglages format :
+         {eFormatReglages::eXML, eFormatReglages::eJSON, eFormatReglages::eINI}) {
+      SCOPED_TRACE(std::string(Extension(format)) + " " + Hexa(utf8));
+      const std::string fichier = dossier / ("c" + std::to_string(i) + "." + Extension(format));
+      std::ofstream(fichier) << "ancien";
+      Reglages r;
+      r.MetsChaine("s/v", chaine);
+      const bool liste = format != eFormatReglages::eINI;
+      if (liste) r.MetsListeChaines("s/l", {chaine, UniChaine("x"), chaine});
+      if (Refuse(format, chaines[i])) {
+        EXPECT_THROW(r.Enregistre(fichier, format), exceptions::OperationInvalide);
+        std::ifstream f(fichier);
+        EXPECT_EQ(std::string(std::istreambuf_iterator<char>(f), {}), "ancien");  // untouched
+        ++refusees;
+        continue;
+      }
+      r.Enregistre(fichier, format);
+      Reglages lu;
+      lu.Declare("s/v", Reglage::Chaine(""));
+      lu.Charge(fichier, format);
+      EXPECT_EQ(lu.DonneChaine("s/v").DonneStdString(), utf8);
+      manifeste << Extension(format) << ' ' << fichier << " s/v " << Hexa(utf8) << '\n';
+      if (liste) {
+        EXPECT_EQ(lu.DonneListeChaines("s/l"), (Reglage::Chaines{chaine, UniChaine("x"), chaine}));
+        manifeste << Extension(format) << ' ' << fichier << " s/l L" << Hexa(utf8) << ",78," << Hexa(utf8)
+                  << '\n';
+      }
+      ++relues;
+    }
+  }
+  manifeste.close();
+  EXPECT_GT(refusees, 60);
+  EXPECT_GT(relues, 120);
+  const std::string commande = std::string(OUTILS_SOCLE_PYTHON3) + " " + OUTILS_SOCLE_SOURCES_TESTS +
+                               "/reglages/lis_reglages.py " + (dossier / "manifeste.txt");
+  EXPECT_EQ(std::system(commande.c_str()), 0) << commande;
+}
+
+TEST(ReglagesExactitude, UnSubstitutIsoleEstRefuse) {
+  Reglages r;
+  const UniChaine seul(QString(QChar(0xD800)) + "a");
+  const UniChaine bas(QString("a") + QChar(0xDC00));
+  EXPECT_THROW(r.MetsChaine("s/v", seul), exceptions::OperationInvalide);
+  EXPECT_THROW(r.MetsListeChaines("s/l", {UniChaine("a"), bas}), exceptions::OperationInvalide);
+  EXPECT_TRUE(r.Chemins().empty());
+  r.MetsChaine("s/v", DePoints(U"𝄞"));  // a pair is one character, and welcome
+  EXPECT_EQ(r.DonneChaine("s/v").DonneStdString(), "𝄞");
+}
+
+// A file written elsewhere with CR LF line ends reads as every XML reader reads it: XML turns
+// each CR LF, and each CR, into LF before parsing; a CR written as a reference stays.
+TEST(ReglagesExactitude, LesFinsDeLigneXmlSontNormalisees) {
+  Reglages r;
+  r.LisTexte("<reglages>\r\n  <s>\r\n    <v>a\r\nb\rc&#13;d</v>\r\n  </s>\r\n</reglages>\r\n",
+             eFormatReglages::eXML);
+  EXPECT_EQ(r.DonneChaine("s/v").DonneStdString(), "a\nb\nc\rd");
+  EXPECT_NE(r.EcrisTexte(eFormatReglages::eXML).find("c&#13;d"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace sdd
