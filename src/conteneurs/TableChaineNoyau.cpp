@@ -72,7 +72,20 @@ void TableChaineNoyau::Noeud::MetsCars(const ChaineN& cars) {
 }
 
 void TableChaineNoyau::Noeud::CopieCharge(const Noeud&) {}
-void TableChaineNoyau::Noeud::EchangeCharge(Noeud&) {}
+
+// Built on the copy alone, through a fresh node of the same type, so that a node type that gives
+// only the copy still has its payloads moved whole when nodes split and merge.
+void TableChaineNoyau::Noeud::EchangeCharge(Noeud& autre) {
+  const std::unique_ptr<Noeud> tampon(Cree(ChaineN()));
+  tampon->CopieCharge(*this);
+  CopieCharge(autre);
+  autre.CopieCharge(*tampon);
+}
+
+void TableChaineNoyau::Noeud::OublieCharge() {
+  const std::unique_ptr<Noeud> neuf(Cree(ChaineN()));
+  EchangeCharge(*neuf);
+}
 TableChaineNoyau::Noeud* TableChaineNoyau::Noeud::Cree(const ChaineN& cars) const { return new Noeud(cars); }
 void TableChaineNoyau::Noeud::EcrisCharge(FluxSortie&) const {}
 void TableChaineNoyau::Noeud::LisCharge(FluxEntree&) {}
@@ -311,11 +324,14 @@ TableChaineNoyau::Noeud* TableChaineNoyau::TrouveEmplacement(const ChaineN& clef
   if (indexClefs_ != nullptr) {
     const uint32_t i = indexClefs_->Trouve(clef.DonneUnites(), clef.Longueur());
     // The index points at this table's own nodes.
-    return i == detail::IndexClefs::kAbsente ? nullptr : const_cast<Noeud*>(indexClefs_->NoeudDe(i));
+    if (i == detail::IndexClefs::kAbsente || !indexClefs_->EstClef(i)) return nullptr;
+    return const_cast<Noeud*>(indexClefs_->NoeudDe(i));
   }
   uint64_t longueur = 0;
   Noeud *precedent = nullptr, *noeud = nullptr, *parent = nullptr;
-  return TrouveMeilleurEmplacement(clef, &longueur, &precedent, &noeud, &parent) ? noeud : nullptr;
+  if (!TrouveMeilleurEmplacement(clef, &longueur, &precedent, &noeud, &parent) || !noeud->EstClef())
+    return nullptr;
+  return noeud;
 }
 
 bool TableChaineNoyau::Possede(const ChaineN& clef) const {
@@ -323,8 +339,7 @@ bool TableChaineNoyau::Possede(const ChaineN& clef) const {
     const uint32_t i = indexClefs_->Trouve(clef.DonneUnites(), clef.Longueur());
     return i != detail::IndexClefs::kAbsente && indexClefs_->EstClef(i);
   }
-  const Noeud* n = TrouveEmplacement(clef);
-  return n != nullptr && n->EstClef();
+  return TrouveEmplacement(clef) != nullptr;
 }
 
 TableChaineNoyau::Noeud* TableChaineNoyau::InsereNouveauNoeud(const ChaineN& clef, uint64_t longueur,
@@ -400,6 +415,7 @@ bool TableChaineNoyau::TrouveEmplacementEtSupprime(const ChaineN& clef) {
   indexClefs_.reset();
   if (noeud == racine_ || noeud->APlusDUnEnfant()) {
     noeud->drapeaux_ &= static_cast<uint8_t>(~Noeud::kFinDeClef);
+    noeud->OublieCharge();  // the key, put back later, starts from a fresh payload
     return true;
   }
   if (noeud->AUnSeulEnfant()) {

@@ -72,11 +72,11 @@ class TableChaine : public TableChaineNoyau {
   // The key's payload, or null when the key is absent. Valid until the table changes.
   Charge* Trouve(const ChaineN& clef) {
     Noeud* n = TrouveEmplacement(clef);
-    return n != nullptr && n->EstClef() ? &static_cast<_Noeud*>(n)->charge : nullptr;
+    return n != nullptr ? &static_cast<_Noeud*>(n)->charge : nullptr;
   }
   const Charge* Trouve(const ChaineN& clef) const {
     const Noeud* n = TrouveEmplacement(clef);
-    return n != nullptr && n->EstClef() ? &static_cast<const _Noeud*>(n)->charge : nullptr;
+    return n != nullptr ? &static_cast<const _Noeud*>(n)->charge : nullptr;
   }
   // The payload of a key the searches found (its `noeud`).
   static const Charge& DonneCharge(const Noeud* noeud) { return static_cast<const _Noeud*>(noeud)->charge; }

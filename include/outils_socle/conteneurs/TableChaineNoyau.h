@@ -80,12 +80,15 @@ class OUTILS_SOCLE_EXPORT TableChaineNoyau {
     void RepresentationPlantUML(ChaineN& texte) const;
 
    protected:
-    // What a derived type's payload needs. The base node has none.
+    // What a derived type's payload needs: it overrides these four. The base node has none.
     virtual void CopieCharge(const Noeud& autre);
-    virtual void EchangeCharge(Noeud& autre);
     virtual Noeud* Cree(const ChaineN& cars) const;  // a node of the same type
     virtual void EcrisCharge(FluxSortie& sortie) const;
     virtual void LisCharge(FluxEntree& entree);
+    // How payloads move when nodes split and merge. By default three copies through a fresh
+    // node made by Cree, so the four above are enough; a type may override it with a cheaper
+    // swap (TableChaine does).
+    virtual void EchangeCharge(Noeud& autre);
 
    private:
     friend class TableChaineNoyau;
@@ -108,6 +111,8 @@ class OUTILS_SOCLE_EXPORT TableChaineNoyau {
     void Actualise();
     void ActualiseIndex();
     void ActualiseIndexes();  // of the whole subtree
+    // Gives the node a fresh payload, as Cree makes it (for a node that stops being a key end).
+    void OublieCharge();
     Noeud* Copie(bool fragmentsNeufs) const;
     const char16_t* Unites() const { return longueur_ <= kCourt ? court_ : cars_.DonneUnites(); }
     uint32_t NbEnfants() const { return nbEnfants_; }
@@ -241,7 +246,8 @@ class OUTILS_SOCLE_EXPORT TableChaineNoyau {
   // the rest (to be split), or null.
   bool TrouveMeilleurEmplacement(const ChaineN& clef, uint64_t* longueur, Noeud** precedent, Noeud** noeud,
                                  Noeud** parent) const;
-  // The node of the key, or null (a key end or not).
+  // The node of the key, or null when the key is not in the table (a node where it would end
+  // that is no key end included).
   Noeud* TrouveEmplacement(const ChaineN& clef) const;
   // The key's node, made if need be; *present false when the key is new.
   Noeud* TrouveEmplacementEtInsere(const ChaineN& clef, bool* present);
