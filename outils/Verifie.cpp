@@ -3,6 +3,7 @@
 // capitals).
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <string>
 #include <unordered_map>
@@ -52,18 +53,87 @@ class Verificateur {
     return connu;
   }
 
+  // Likely corrections, best first. French writes an elided word and the next one as one
+  // ("l'ecole"), and a compound as parts ("peut-etre"): the part that is unknown is corrected,
+  // the rest kept as written ("l'école", "peut-être"); then the whole word's own corrections.
   std::vector<std::string> Suggestions(const std::u16string& mot, uint32_t combien) {
     std::vector<std::string> s;
     if (combien == 0) return s;
-    sdd::ListeC<AutomateAcycliqueMin::_FormeProbabiliste> formes;
-    ChaineN compose(mot.data(), static_cast<uint64_t>(mot.size()));
-    compose.NormaliseNFC();
-    lexique_.FormesProbabilistes(compose, {}, combien, 0, nullptr, formes);
-    for (const auto& f : formes) s.push_back(U8(f.forme));
+    const auto ajoute = [&](const std::u16string& forme) {
+      const std::string utf8 = U8(Chaine(forme));
+      if (s.size() < combien && std::find(s.begin(), s.end(), utf8) == s.end()) s.push_back(utf8);
+    };
+    const auto [avant, partie, apres] = PartieInconnue(mot);
+    if (!partie.empty()) {
+      // After an elided word ("l'", "qu'") only a vowel or an h can come.
+      const bool elision = !avant.empty() && EstApostrophe(avant.back());
+      for (const std::u16string& f : Corrections(partie, combien)) {
+        const char16_t premier = UniCaractere::SansAccent(UniCaractere::Minuscule(f[0]));
+        if (!elision || UniCaractere::EstVoyelle(premier) || premier == u'h') ajoute(avant + f + apres);
+      }
+    }
+    for (const std::u16string& f : Corrections(mot, combien)) ajoute(f);
     return s;
   }
 
  private:
+  static ChaineN Chaine(const std::u16string& u) {
+    return ChaineN(u.data(), static_cast<uint64_t>(u.size()));
+  }
+
+  // The lexicon's corrections of one word, never empty forms.
+  std::vector<std::u16string> Corrections(const std::u16string& mot, uint32_t combien) {
+    std::vector<std::u16string> s;
+    if (mot.empty() || mot.size() > AutomateAcycliqueMin::kLongueurMaxMot) return s;
+    sdd::ListeC<AutomateAcycliqueMin::_FormeProbabiliste> formes;
+    ChaineN compose = Chaine(mot);
+    compose.NormaliseNFC();
+    lexique_.FormesProbabilistes(compose, {}, combien, 0, nullptr, formes);
+    // A capital typed at the start stays ("L'Ecole" → "L'École").
+    const bool capitale = UniCaractere::EstMajuscule(mot[0]);
+    for (const auto& f : formes) {
+      std::u16string forme(f.forme.DonneUnites(), f.forme.Longueur());
+      if (forme.empty()) continue;
+      if (capitale) forme[0] = UniCaractere::Majuscule(forme[0]);
+      s.push_back(std::move(forme));
+    }
+    return s;
+  }
+
+  // The one unknown part of an elided or hyphenated word, with what stands before and after it
+  // ("l'" + "ecole" + ""); an empty part when the word does not split so, or when more than one
+  // part is unknown.
+  struct Decoupe {
+    std::u16string avant, partie, apres;
+  };
+  Decoupe PartieInconnue(const std::u16string& mot) {
+    size_t k = 0;
+    while (k < mot.size() && !EstApostrophe(mot[k])) ++k;
+    if (k > 0 && k + 1 < mot.size() && (EstElision(mot.substr(0, k)) || Tient(mot.substr(0, k + 1)))) {
+      const std::u16string reste = mot.substr(k + 1);
+      if (!Connu(reste)) {
+        Decoupe d = PartieInconnue(reste);  // "l'arc-en-ceil": the compound's own unknown part
+        if (d.partie.empty()) return {mot.substr(0, k + 1), reste, {}};
+        d.avant = mot.substr(0, k + 1) + d.avant;
+        return d;
+      }
+      return {};
+    }
+    Decoupe trouvee;
+    size_t debut = 0, inconnues = 0;
+    for (size_t j = 0; j <= mot.size(); ++j) {
+      if (j < mot.size() && !EstTrait(mot[j])) continue;
+      if (j == mot.size() && debut == 0) return {};  // no dash
+      const std::u16string partie = mot.substr(debut, j - debut);
+      if (!partie.empty() && partie != u"t" && partie != u"T" && !Connu(partie)) {
+        ++inconnues;
+        trouvee = {mot.substr(0, debut), partie, mot.substr(j)};
+      }
+      debut = j + 1;
+    }
+    return inconnues == 1 ? trouvee : Decoupe{};
+  }
+
   bool Tient(const std::u16string& mot) {
     if (mot.empty() || mot.size() > AutomateAcycliqueMin::kLongueurMaxMot) return false;
     sdd::ListeC<AutomateAcycliqueMin::_Forme> formes;

@@ -20,7 +20,7 @@ os.makedirs(DOSSIER, exist_ok=True)
 MOTS = """aujourd'hui l' arbre du jardin a perdu ses feuilles c'est-à-dire que automne est là le facteur
 passé ce matin il apporté la lettre dis moi qu' dit les enfants jouaient dans cour de école et leur
 maîtresse appelait une œuvre remarquable un cœur d' or voilà nous retiendrons chapitre faisait beau
-boulangerie sentait pain chaud jusqu' au soir été elle mairesse pelait chapelait fessait""".split()
+boulangerie sentait pain chaud jusqu' au soir été elle mairesse pelait chapelait fessait peut être""".split()
 
 
 def lance(*arguments, attendu):
@@ -84,6 +84,20 @@ for essai in range(5):
         if juste not in suggestions:
             sys.exit(f"{faute}: {suggestions} lacks {juste}")
 print("5 texts with 3 placed mistakes each: found where they are, with the intended word suggested")
+
+# An elided or hyphenated word with one wrong part: that part is corrected, the rest kept as
+# typed (apostrophe, capital), and only vowels or an h follow an elision.
+elisions = os.path.join(DOSSIER, "elisions.txt")
+with open(elisions, "w", encoding="utf-8") as f:
+    f.write("Dans la cour de l'ecole, L\u2019Ecole, peut-etre.\n")
+sortie = lance("lexique", "verifie", lexique, elisions, attendu=1)
+premieres = {m[1]: m[2].split(", ") for m in re.finditer(r":\d+:\d+: (\S+) → (.*)", sortie)}
+for faute, juste in [("l'ecole", "l'école"), ("L\u2019Ecole", "L\u2019École"), ("peut-etre", "peut-être")]:
+    if premieres.get(faute, [None])[0] != juste:
+        sys.exit(f"{faute}: {premieres.get(faute)} does not begin with {juste}\n{sortie}")
+    if any(re.match(r"[lL]['\u2019][^aeiouyhàâéèêëîïôöûùüœæAEIOUYHÉÈ]", s) for s in premieres[faute]):
+        sys.exit(f"{faute}: an elision before a consonant in {premieres[faute]}")
+print("elided and hyphenated words corrected part by part")
 
 # Without suggestions, only the positions; trouble exits with 2.
 sortie = lance("lexique", "verifie", lexique, chemin, "--suggestions", "0", attendu=1)
