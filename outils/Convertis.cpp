@@ -134,10 +134,16 @@ int Convertis(const std::vector<std::string>& arguments) {
     f.Mets(reinterpret_cast<const uint8_t*>(resultat.data()), resultat.size());
     f.Ferme();
   }
-  if (remplaces > 0)
+  if (remplaces > 0 && vers == C::kCodageUTF8) {
+    // Only UTF-16 input holds them: halves of surrogate pairs without their other half.
+    std::cerr << "outils-socle: " << remplaces
+              << (remplaces > 1 ? " unités UTF-16 changées" : " unité UTF-16 changée")
+              << " (substituts sans leur autre moitié, que l’UTF-8 ne sait pas écrire)\n";
+  } else if (remplaces > 0) {
     std::cerr << "outils-socle: " << remplaces
               << (remplaces > 1 ? " caractères remplacés" : " caractère remplacé")
               << " par « ? » (absents de " << NomDuCodage(vers) << ")\n";
+  }
   return 0;
 }
 

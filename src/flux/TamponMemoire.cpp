@@ -17,6 +17,7 @@
 #include <sstream>
 
 #include "flux/Compression.h"
+#include "langues/Marque.h"
 
 namespace sdd {
 
@@ -369,15 +370,39 @@ std::string DecompresseUTF8(FluxEntree& entree) {
   return texte;
 }
 
-}  // namespace
-
-uint64_t TamponMemoire::CompresseChaineN(FluxSortie& sortie, const ChaineN& chaine) {
-  const char* utf8 = chaine.PreteUTF8();
-  return CompresseUTF8(sortie, utf8, std::strlen(utf8));
+// The units of `avant` that `apres` does not give back in their place.
+uint64_t UnitesChangees(const char16_t* avant, uint64_t n, const char16_t* apres, uint64_t m) {
+  uint64_t changees = 0;
+  for (uint64_t i = 0; i < n; ++i) changees += i >= m || avant[i] != apres[i];
+  return changees;
 }
 
-uint64_t TamponMemoire::CompresseUniChaine(FluxSortie& sortie, const UniChaine& chaine) {
+}  // namespace
+
+uint64_t TamponMemoire::CompresseChaineN(FluxSortie& sortie, const ChaineN& chaine,
+                                         uint64_t* unitesChangees) {
+  const char* utf8 = chaine.PreteUTF8();
+  const uint64_t longueur = std::strlen(utf8);
+  if (unitesChangees != nullptr) {  // what the reader will make of these bytes, against the text
+    const ChaineN relue(utf8, ChaineN::kCodageUTF8, longueur);
+    *unitesChangees =
+        UnitesChangees(chaine.DonneUnites(), chaine.Longueur(), relue.DonneUnites(), relue.Longueur());
+  }
+  return CompresseUTF8(sortie, utf8, longueur);
+}
+
+uint64_t TamponMemoire::CompresseUniChaine(FluxSortie& sortie, const UniChaine& chaine,
+                                           uint64_t* unitesChangees) {
+  // Qt would write a lone surrogate as "?": such a string has no UTF-8 form.
+  if (const int i = chaine.PremierSubstitutIsole(); i >= 0) {
+    throw exceptions::OperationInvalide(std::string(N_("Chaîne avec un substitut isolé, sans forme UTF-8")) +
+                                        " : position " + std::to_string(i));
+  }
   const char* utf8 = chaine.PreteCString(UniChaine::kCodageUTF8);
+  if (unitesChangees != nullptr) {  // the record keeps nothing after a U+0000
+    const int zero = chaine.DonneQString().indexOf(QChar(0));
+    *unitesChangees = zero < 0 ? 0 : static_cast<uint64_t>(chaine.Longueur() - zero);
+  }
   return CompresseUTF8(sortie, utf8, std::strlen(utf8));
 }
 

@@ -26,18 +26,12 @@ namespace {
 
 // Qt writes a lone surrogate to UTF-8 as "?": refused here, before it could be saved so.
 void VerifieSubstituts(const UniChaine& valeur) {
-  const QString& texte = valeur.DonneQString();
-  for (int i = 0; i < texte.size(); ++i) {
-    const QChar c = texte[i];
-    if (c.isHighSurrogate() && i + 1 < texte.size() && texte[i + 1].isLowSurrogate()) {
-      ++i;
-    } else if (c.isSurrogate()) {
-      char unite[8];
-      std::snprintf(unite, sizeof unite, "%04X", c.unicode());
-      throw exceptions::OperationInvalide(std::string(N_("Réglage : substitut isolé")) + " : U+" + unite +
-                                          " à la position " + std::to_string(i));
-    }
-  }
+  const int i = valeur.PremierSubstitutIsole();
+  if (i < 0) return;
+  char unite[8];
+  std::snprintf(unite, sizeof unite, "%04X", static_cast<unsigned>(valeur[i]));
+  throw exceptions::OperationInvalide(std::string(N_("Réglage avec un substitut isolé, sans forme UTF-8")) +
+                                      " : U+" + unite + ", position " + std::to_string(i));
 }
 
 }  // namespace

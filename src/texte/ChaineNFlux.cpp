@@ -7,6 +7,8 @@
 #include <cstring>
 #include <string>
 
+#include "langues/Marque.h"
+
 namespace sdd {
 
 namespace {
@@ -55,6 +57,15 @@ ChaineN& ChaineN::Lis(FluxEntree& entree, Codage codage) {
 }
 
 uint64_t ChaineN::Ecris(FluxSortie& sortie, Codage codage) const {
+  // The reader stops at the first zero: a string holding one would come back cut.
+  const char16_t* u = DonneUnites();
+  for (uint64_t i = 0; i < Longueur(); ++i) {
+    if (u[i] == 0) {
+      throw exceptions::OperationInvalide(
+          std::string(N_("Chaîne avec U+0000, où sa forme enregistrée s’arrêterait")) + " : position " +
+          std::to_string(i));
+    }
+  }
   const uint64_t debut = sortie.DonnePosition();
   const ConvertisseurChaineN& convertisseur = ConvertisseurChaineN::ConvertisseurPourCodage(codage);
   std::string octets = Encode(codage);

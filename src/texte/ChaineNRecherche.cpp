@@ -168,7 +168,9 @@ ListeC<std::pair<uint64_t, uint64_t>> ChaineN::RechercheMotEntier(const ChaineN&
 bool ChaineN::ContientRegex(const ChaineN& expression, int64_t* position, int64_t* longueur) const {
   // Unicode classes, so that \w and \b know accented letters.
   const QRegularExpression regex(
-      QString::fromUtf16(expression.DonneUnites(), static_cast<int>(expression.Longueur())),
+      // The units as they are (fromUtf16 would drop a leading U+FEFF as a byte-order mark).
+      QString(reinterpret_cast<const QChar*>(expression.DonneUnites()),
+              static_cast<int>(expression.Longueur())),
       QRegularExpression::UseUnicodePropertiesOption);
   if (!regex.isValid()) LanceErreurSyntaxe();
   // The subject is read in place: no copy of this string's units.

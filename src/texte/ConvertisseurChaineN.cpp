@@ -343,6 +343,22 @@ uint64_t ConvertisseurChaineNUTF8::Decode(const char* octets, uint64_t n, char16
   return ParcoursUTF8<true>(octets, n, sortie, place);
 }
 
+uint64_t ConvertisseurChaineNUTF8::CompteNonRepresentables(const char16_t* u, uint64_t n) const {
+  uint64_t alterees = 0;
+  for (uint64_t i = 0; i < n; ++i) {
+    if ((u[i] & 0xF800) != 0xD800) continue;
+    if (u[i] < 0xDC00 && i + 1 < n && (u[i + 1] & 0xFC00) == 0xDC00) {  // a pair, as it should be
+      ++i;
+    } else if (i + 1 < n) {
+      alterees += 2;  // combined with the next unit, whatever it is
+      ++i;
+    } else {
+      alterees += 1;
+    }
+  }
+  return alterees;
+}
+
 uint64_t ConvertisseurChaineNUTF8::TailleEncodee(const char16_t* u, uint64_t n) const {
   uint64_t taille = 0;
   for (uint64_t i = 0; i < n;) {

@@ -15,12 +15,26 @@ QTextCodec* CodecPour(int codage) {
   return codec ? codec : QTextCodec::codecForName("windows-1252");
 }
 
+// Units copied as they are. QString::fromUtf16 would take a leading U+FEFF or U+FFFE for a
+// byte-order mark (dropping it, or swapping every unit after it) and replace lone surrogates.
+QString DepuisUnites(const char16_t* unites, std::size_t n) {
+  return QString(reinterpret_cast<const QChar*>(unites), static_cast<int>(n));
+}
+
+// UTF-8 through the library's own decoder, as ChaineN reads it (one U+FFFD per ill-formed
+// sequence, a leading U+FEFF kept as a character).
+QString DepuisUTF8(const char* octets, std::size_t n) {
+  const sdd::ChaineN texte(octets, sdd::ChaineN::kCodageUTF8, n);
+  return DepuisUnites(texte.DonneUnites(), texte.Longueur());
+}
+
 // UTF-8 and UTF-16 are converted directly: Qt's UTF-16 codec would add or expect a byte-order
 // mark, and the library's UTF-16 is the native order of the units without one.
 QString DepuisOctets(const char* octets, int codage, int n) {
   if (octets == nullptr) return QString();
   switch (codage) {
-    case UniChaine::kCodageUTF8: return QString::fromUtf8(octets, n);
+    case UniChaine::kCodageUTF8:
+      return DepuisUTF8(octets, n < 0 ? std::strlen(octets) : static_cast<std::size_t>(n));
     case UniChaine::kCodageUTF16: {
       int unites = 0;
       if (n < 0) {
@@ -68,15 +82,14 @@ UniChaine& UniChaine::operator=(UniChaine&& autre) noexcept {
 UniChaine::~UniChaine() = default;
 
 UniChaine::UniChaine(const QString& texte) : texte_(texte) {}
-UniChaine::UniChaine(const char* utf8) : texte_(QString::fromUtf8(utf8)) {}
-UniChaine::UniChaine(const std::string& utf8)
-    : texte_(QString::fromUtf8(utf8.data(), static_cast<int>(utf8.size()))) {}
-UniChaine::UniChaine(const std::u16string& texte)
-    : texte_(QString::fromUtf16(texte.data(), static_cast<int>(texte.size()))) {}
+UniChaine::UniChaine(const char* utf8) : texte_(utf8 ? DepuisUTF8(utf8, std::strlen(utf8)) : QString()) {}
+UniChaine::UniChaine(const std::string& utf8) : texte_(DepuisUTF8(utf8.data(), utf8.size())) {}
+UniChaine::UniChaine(const std::u16string& texte) : texte_(DepuisUnites(texte.data(), texte.size())) {}
 UniChaine::UniChaine(const std::wstring& texte) : texte_(QString::fromStdWString(texte)) {}
-UniChaine::UniChaine(const char16_t* texte) : texte_(texte ? QString::fromUtf16(texte) : QString()) {}
+UniChaine::UniChaine(const char16_t* texte)
+    : texte_(texte ? DepuisUnites(texte, std::char_traits<char16_t>::length(texte)) : QString()) {}
 UniChaine::UniChaine(const sdd::ChaineN& texte)
-    : texte_(QString::fromUtf16(texte.DonneUnites(), static_cast<int>(texte.Longueur()))) {}
+    : texte_(DepuisUnites(texte.DonneUnites(), texte.Longueur())) {}
 UniChaine::UniChaine(const char* octets, Codage codage, int n) : texte_(DepuisOctets(octets, codage, n)) {}
 
 const char* UniChaine::NomCodec(int codage) {
@@ -118,6 +131,19 @@ const char* UniChaine::PreteUTF8(int* longueur) const { return PreteCString(kCod
 
 const char16_t* UniChaine::PreteUniCString() const {
   return reinterpret_cast<const char16_t*>(texte_.utf16());
+}
+
+int UniChaine::PremierSubstitutIsole() const {
+  const int n = static_cast<int>(texte_.size());
+  for (int i = 0; i < n; ++i) {
+    const QChar c = texte_[i];
+    if (c.isHighSurrogate() && i + 1 < n && texte_[i + 1].isLowSurrogate()) {
+      ++i;
+    } else if (c.isSurrogate()) {
+      return i;
+    }
+  }
+  return -1;
 }
 
 char16_t UniChaine::operator[](int i) const {

@@ -39,6 +39,14 @@ if(NOT hex STREQUAL "827482203f" OR NOT ERREUR MATCHES "1 caractère remplacé")
   message(FATAL_ERROR "CP850: ${hex} / ${ERREUR}")
 endif()
 
+# UTF-16 with a lone surrogate (D800, then "a") to UTF-8: the two units are joined, as the
+# stored forms have always done, and counted.
+execute_process(COMMAND printf "\\000\\330a\\000" OUTPUT_FILE ${DOSSIER}/seul.txt)
+attends(0 ${PROGRAMME} convertis -f UTF-16LE -t UTF-8 -o ${DOSSIER}/seul8.txt ${DOSSIER}/seul.txt)
+if(NOT ERREUR MATCHES "2 unités UTF-16 changées")
+  message(FATAL_ERROR "lone surrogate: ${ERREUR}")
+endif()
+
 attends(0 ${PROGRAMME} convertis -f UTF-16BE -t MacRoman -o ${DOSSIER}/mac.txt ${DOSSIER}/be.txt)
 octets_hex(${DOSSIER}/mac.txt hex)
 if(NOT hex STREQUAL "8e748e20db")

@@ -13,6 +13,8 @@
 #include <string>
 #include <vector>
 
+#include "commun/Chaines.h"
+#include "commun/ChainesHostiles.h"
 #include "commun/Exceptions.h"
 
 namespace sdd {
@@ -209,6 +211,91 @@ TEST(ConvertisseurChaineN, UTF16DansLesDeuxOrdres) {
   // A zero-terminated UTF-16 byte string ends at a zero unit, not at a zero byte.
   const char le[] = "A\0\0\x01\0";  // 'A', U+0100, then the terminator
   EXPECT_EQ(ChaineN(le, C::kCodageUTF16LE), ChaineN(u"A\u0100"));
+}
+
+}  // namespace
+}  // namespace sdd
+
+namespace sdd {
+namespace {
+
+std::string Hexa(const std::string& octets) {
+  if (octets.empty()) return "-";
+  static const char* const kChiffres = "0123456789abcdef";
+  std::string h;
+  for (const unsigned char c : octets) {
+    h += kChiffres[c >> 4];
+    h += kChiffres[c & 15];
+  }
+  return h;
+}
+
+// Every hostile string through the seven encodings and back. UTF-16 keeps every unit; UTF-8
+// keeps every string without a lone surrogate, byte for byte as Python's codec writes it; a
+// code page keeps what it has and writes "?" for each unit it lacks. Whatever is not given back
+// is counted by CompteNonRepresentables, so a caller can know before writing.
+TEST(ConvertisseurChaineN, ChainesHostilesAllerEtRetour) {
+  const std::vector<std::u16string> chaines = essais::ChainesHostiles();
+  const std::string liste = ::testing::TempDir() + "chaines_hostiles.txt";
+  {
+    std::ofstream f(liste);
+    for (const std::u16string& s : chaines) {
+      if (s.empty()) f << '-';
+      for (const char16_t u : s) f << std::hex << static_cast<unsigned>(u) << ' ';
+      f << '\n';
+    }
+  }
+  const std::string commande = std::string(OUTILS_SOCLE_PYTHON3) + " " + OUTILS_SOCLE_SOURCES_TESTS +
+                               "/texte/encode_chaines.py " + liste;
+  FILE* flux = popen(commande.c_str(), "r");
+  ASSERT_NE(flux, nullptr);
+  std::string sortie;
+  for (int c; (c = std::fgetc(flux)) != EOF;) sortie += static_cast<char>(c);
+  ASSERT_EQ(pclose(flux), 0) << commande;
+  std::istringstream python(sortie);
+
+  for (const std::u16string& s : chaines) {
+    SCOPED_TRACE(essais::EnHexa(s));
+    const ChaineN chaine(s.data(), static_cast<uint64_t>(s.size()));
+    std::string utf8, utf16le, utf16be;
+    ASSERT_TRUE(python >> utf8 >> utf16le >> utf16be);
+    EXPECT_EQ(Hexa(chaine.Encode(C::kCodageUTF16LE)), utf16le);
+    EXPECT_EQ(Hexa(chaine.Encode(C::kCodageUTF16BE)), utf16be);
+    for (const C::Codage codage : {C::kCodageUTF16LE, C::kCodageUTF16BE}) {
+      const std::string octets = chaine.Encode(codage);
+      EXPECT_EQ(ChaineN(octets.data(), codage, octets.size()), chaine);
+      EXPECT_EQ(chaine.CompteNonRepresentables(codage), 0u);
+    }
+    const std::string octets = chaine.Encode(C::kCodageUTF8);
+    const ChaineN relue(octets.data(), C::kCodageUTF8, octets.size());
+    if (essais::ASubstitutIsole(s)) {
+      EXPECT_EQ(utf8, "x");
+      EXPECT_GT(chaine.CompteNonRepresentables(C::kCodageUTF8), 0u);
+      EXPECT_NE(relue, chaine);
+    } else {
+      EXPECT_EQ(Hexa(octets), utf8);
+      EXPECT_EQ(chaine.CompteNonRepresentables(C::kCodageUTF8), 0u);
+      EXPECT_EQ(relue, chaine);
+    }
+    for (const auto& [nom, codage] : kPages) {
+      const auto& conv = static_cast<const ConvertisseurChaineNCodageUnOctet&>(
+          ConvertisseurChaineN::ConvertisseurPourCodage(codage));
+      std::u16string attendu = s;
+      uint64_t remplaces = 0;
+      for (char16_t& u : attendu) {
+        if (u == u'?') continue;
+        const char16_t retour = conv.DonneUnite(static_cast<unsigned char>(conv.DonneOctet(u)));
+        if (retour != u) {
+          u = u'?';
+          ++remplaces;
+        }
+      }
+      const std::string page = chaine.Encode(codage);
+      EXPECT_EQ(essais::U16(ChaineN(page.data(), codage, page.size())), attendu) << nom;
+      EXPECT_EQ(chaine.CompteNonRepresentables(codage), remplaces) << nom;
+    }
+  }
+  EXPECT_FALSE(python >> sortie);  // one line per string
 }
 
 }  // namespace

@@ -132,8 +132,16 @@ class OUTILS_SOCLE_EXPORT TamponMemoire : public FluxEntreeMemoire, public FluxS
   // A text stored zlib-compressed: VarElias compressed length C, VarElias UTF-8 length L, then C
   // bytes of zlib stream (none when L = 0). Returns the position where the record starts. These
   // four throw a plain int, -1, when zlib fails or the record is cut short.
-  static uint64_t CompresseChaineN(FluxSortie& sortie, const ChaineN& chaine);
-  static uint64_t CompresseUniChaine(FluxSortie& sortie, const UniChaine& chaine);
+  // The record holds the text's UTF-8 up to its first zero byte: what follows a U+0000 is not
+  // kept, and a ChaineN's lone surrogates change as UTF-8 changes them (ChaineN::Encode; a
+  // surrogate joined with the U+0000 after it hides that zero). *unitesChangees, when given,
+  // receives the number of the text's units that will not read back in their place (0 for a text
+  // kept whole). A UniChaine with a lone surrogate has no UTF-8 form at all:
+  // OperationInvalide, nothing written.
+  static uint64_t CompresseChaineN(FluxSortie& sortie, const ChaineN& chaine,
+                                   uint64_t* unitesChangees = nullptr);
+  static uint64_t CompresseUniChaine(FluxSortie& sortie, const UniChaine& chaine,
+                                     uint64_t* unitesChangees = nullptr);
   static ChaineN DecompresseChaineN(FluxEntree& entree);
   static UniChaine DecompresseUniChaine(FluxEntree& entree);
 

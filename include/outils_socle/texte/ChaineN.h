@@ -183,7 +183,10 @@ class OUTILS_SOCLE_EXPORT ChaineN {
   std::unique_ptr<char[]> CreeUTF8(uint64_t* longueur = nullptr) const;
   // The encoded bytes, without terminator.
   std::string Encode(Codage codage = kCodageUTF8) const;
-  // How many units `codage` cannot represent (each is written as "?").
+  // How many units `codage` cannot give back: each unit a code page lacks (written as "?"), and
+  // in UTF-8 the units of a surrogate without its other half (combined with the unit after it,
+  // or written alone as bytes that decode to U+FFFD). 0 for UTF-16, which keeps every unit, and
+  // whenever the encoded bytes decode to the same string.
   uint64_t CompteNonRepresentables(Codage codage) const;
 
   // ---- Streams. The stream form is the encoded characters followed by the encoded terminator.
@@ -191,7 +194,9 @@ class OUTILS_SOCLE_EXPORT ChaineN {
   // OperationInvalide.
   ChaineN& Lis(FluxEntree& entree);  // UTF-8
   ChaineN& Lis(FluxEntree& entree, Codage codage);
-  // Returns the position where the string starts.
+  // Returns the position where the string starts. A string holding U+0000 would read back cut
+  // at it: OperationInvalide, nothing written. Units the encoding cannot give back are changed
+  // as Encode changes them; CompteNonRepresentables counts them.
   uint64_t Ecris(FluxSortie& sortie, Codage codage = kCodageUTF8) const;
 
   // ---- Numbers

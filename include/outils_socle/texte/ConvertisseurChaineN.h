@@ -124,6 +124,9 @@ class OUTILS_SOCLE_EXPORT ConvertisseurChaineNUTF8 : public ConvertisseurChaineN
   uint64_t Decode(const char* octets, uint64_t n, char16_t* sortie, uint64_t place) const override;
   uint64_t TailleEncodee(const char16_t* unites, uint64_t n) const override;
   uint64_t Encode(const char16_t* unites, uint64_t n, char* sortie, uint64_t taille) const override;
+  // The units a surrogate without its other half takes with it: it is combined with the unit
+  // after it (2 units), or, last, written alone as bytes that decode to U+FFFD (1 unit).
+  uint64_t CompteNonRepresentables(const char16_t* unites, uint64_t n) const override;
 };
 
 // UTF-16 without byte-order mark; an odd last byte is ignored.

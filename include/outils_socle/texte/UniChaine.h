@@ -78,6 +78,10 @@ class OUTILS_SOCLE_EXPORT UniChaine : public sdd::Objet {
 
   int Longueur() const { return static_cast<int>(texte_.size()); }
   bool EstVide() const { return texte_.isEmpty(); }
+  // The index of the first surrogate without its other half, -1 when there is none. Such a
+  // string has no UTF-8 form: the conversions write "?" in its place, and the library's
+  // writers of UTF-8 refuse it.
+  int PremierSubstitutIsole() const;
   // The unit at index i; an index outside 0..Longueur()-1 throws IndexHorsBorne.
   char16_t operator[](int i) const;
   UniChaine SousChaine(int debut, int n = -1) const;

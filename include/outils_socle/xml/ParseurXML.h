@@ -16,8 +16,8 @@
 // Every refusal and every well-formedness error throws ErreurXML with the line and column where
 // the parser stood; a fault in an entity's replacement text is placed, as expat places it, at
 // the document's outermost reference to it, and the message names the entity ("dans le texte de
-// remplacement de l’entité « f », appelée par « e » : …"). Input is read in chunks (files are never loaded whole), so streaming a
-// document takes memory bounded by its largest text, not by its size.
+// remplacement de l’entité « f », appelée par « e » : …"). Input is read in chunks (files are never loaded
+// whole), so streaming a document takes memory bounded by its largest text, not by its size.
 //
 // Encodings: the declaration (or byte-order mark) decides, as XML says: UTF-8, UTF-16 either
 // endian, ISO-8859-15 (Latin-9), ISO-8859-1 and the others libxml2 knows. A ChaineN or UniChaine
