@@ -17,6 +17,7 @@
 
 #include "automates/Aides.h"
 #include "automates/PileLocale.h"
+#include "commun/ChainesHostiles.h"
 
 namespace {
 
@@ -420,3 +421,30 @@ TEST(Automate, ListeFrancaise) {
 }
 
 }  // namespace
+
+// Every hostile string as a word. A list holding U+0000 (which ends a form in the stored form)
+// is refused before anything is written; every other word, lone surrogates, controls and
+// 70,000-unit runs included, is a form of the lexicon that its number gives back unit for unit.
+TEST(Automate, ChainesHostiles) {
+  std::vector<std::u16string> mots;
+  for (const std::u16string& s : essais::ChainesHostiles()) {
+    if (!s.empty() && !essais::ContientNul(s)) mots.push_back(s);
+  }
+  EXPECT_THROW(CompilateurAutomateAcycliqueMin(essais::Liste({u"a", std::u16string(1, u'\0')})),
+               sdd::exceptions::OperationInvalide);
+  TamponSur t(essais::Compile(mots));
+  AutomateAcycliqueMin a(&*t);
+  const std::set<std::u16string> distincts(mots.begin(), mots.end());
+  EXPECT_EQ(a.NombreDeFormes(), distincts.size());
+  std::set<int64_t> numeros;
+  for (const std::u16string& s : distincts) {
+    SCOPED_TRACE(essais::EnHexa(s));
+    const int64_t n = a.NoPourMot(C(s));
+    ASSERT_GE(n, 0);
+    numeros.insert(n);
+    AutomateAcycliqueMin::_Forme forme;
+    ASSERT_TRUE(a.FormePourNo(static_cast<uint32_t>(n), forme));
+    EXPECT_EQ(U16(forme.forme), s);
+  }
+  EXPECT_EQ(numeros.size(), distincts.size());
+}

@@ -2,6 +2,7 @@
 // against std::map, surrogate pairs, deep and wide trees, and the serialised form (hand-worked
 // bytes, versions 100 and 110, damage refused).
 #include <outils_socle/conteneurs/TableChaine.h>
+#include <outils_socle/conteneurs/TableChaineSurDisqueNoyau.h>
 #include <outils_socle/flux/TamponMemoire.h>
 
 #include <gtest/gtest.h>
@@ -13,6 +14,7 @@
 #include <vector>
 
 #include "commun/Chaines.h"
+#include "commun/ChainesHostiles.h"
 #include "commun/Exceptions.h"
 #include "commun/Octets.h"
 
@@ -332,6 +334,65 @@ TEST(TableChaine, FormeSerialiseeEndommagee) {
   TamponSur lb(boucle);
   EXPECT_SDD_THROW(r.Lis(*lb), exceptions::TableNonValide, "Table non valide",
                    "Boucle dans la structure de chaines");
+}
+
+}  // namespace
+}  // namespace sdd
+
+namespace sdd {
+namespace {
+
+// Every hostile string as a key: in memory every one is kept exactly (a key over 65,535 units
+// is refused); the serialised form, in both versions, refuses a table with a key it cannot
+// carry (a lone surrogate, U+0000) before writing a byte, and gives every other key back with its
+// payload, loaded or read in place.
+TEST(TableChaine, ChainesHostiles) {
+  const std::vector<std::u16string> chaines = essais::ChainesHostiles();
+  TableChaine<uint32_t> toutes, ecrivables;
+  for (uint32_t i = 0; i < chaines.size(); ++i) {
+    const std::u16string& s = chaines[i];
+    SCOPED_TRACE(essais::EnHexa(s));
+    if (s.size() > TableChaineNoyau::kLongueurMaxClef) {
+      EXPECT_THROW(toutes.Insere(C(s), i), exceptions::OperationInvalide);
+      continue;
+    }
+    toutes.Mets(C(s), i);
+    if (!essais::ContientNul(s) && !essais::ASubstitutIsole(s)) ecrivables.Mets(C(s), i);
+  }
+  std::map<std::u16string, uint32_t> attendues;
+  for (uint32_t i = 0; i < chaines.size(); ++i) {
+    if (chaines[i].size() <= TableChaineNoyau::kLongueurMaxClef) attendues[chaines[i]] = i;
+  }
+  ASSERT_EQ(toutes.Taille(), attendues.size());
+  for (const auto& [s, i] : attendues) ASSERT_EQ(*toutes.Trouve(C(s)), i) << essais::EnHexa(s);
+
+  for (const uint16_t version :
+       {TableChaineNoyau::kVersionTableTrie, TableChaineNoyau::kVersionTableTrie100}) {
+    TamponMemoire refusee;
+    EXPECT_THROW(toutes.Ecris(refusee, version), exceptions::OperationInvalide);
+    EXPECT_EQ(refusee.Taille(), 0u);
+
+    TamponMemoire b;
+    ecrivables.Ecris(b, version);
+    b.Positionne(0);
+    TableChaine<uint32_t> relue;
+    relue.Lis(b);
+    const TableChaineSurDisque<uint32_t> surDisque(&b, 0);
+    EXPECT_EQ(relue.Taille(), ecrivables.Taille());
+    EXPECT_EQ(surDisque.Taille(), ecrivables.Taille());
+    std::size_t vues = 0;
+    for (const auto& [s, i] : attendues) {
+      if (essais::ContientNul(s) || essais::ASubstitutIsole(s)) continue;
+      SCOPED_TRACE(essais::EnHexa(s));
+      ++vues;
+      ASSERT_NE(relue.Trouve(C(s)), nullptr);
+      EXPECT_EQ(*relue.Trouve(C(s)), i);
+      uint32_t charge = 0;
+      EXPECT_TRUE(surDisque.Trouve(C(s), &charge));
+      EXPECT_EQ(charge, i);
+    }
+    EXPECT_EQ(vues, ecrivables.Taille());
+  }
 }
 
 }  // namespace

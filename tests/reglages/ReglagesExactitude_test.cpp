@@ -1,12 +1,13 @@
-// Strings made of every awkward character, each saved alone in each format: refused before
-// anything is written, or read back the same by our reader and by Python's (xml.etree, json,
-// configparser). Never changed on the way.
+// Every hostile string (tests/commun/ChainesHostiles.h), each saved alone in each format:
+// refused before anything is written, or read back the same by our reader and by Python's
+// (xml.etree, json, configparser). Never changed on the way.
 #include <outils_socle/reglages/Reglages.h>
 #include <outils_socle/texte/Exception.h>
 
 #include <gtest/gtest.h>
 
 #include <QString>
+#include <QVector>
 
 #include <cstdlib>
 #include <filesystem>
@@ -14,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "commun/ChainesHostiles.h"
 #include "commun/Octets.h"
 
 namespace sdd {
@@ -23,65 +25,6 @@ UniChaine DePoints(const std::u32string& points) {
   return UniChaine(QString::fromUcs4(points.data(), static_cast<int>(points.size())));
 }
 
-std::vector<std::u32string> ChainesDifficiles() {
-  std::vector<std::u32string> chaines = {
-      U"",
-      U"\r",
-      U"\n",
-      U"\r\n",
-      U"a\r\nb\rc\n",
-      U"\n\r",
-      U"\t",
-      U"\ta\t",
-      U" ",
-      U"  ",
-      U" a",
-      U"a ",
-      U"]]>",
-      U"]]",
-      U"\"'",
-      U"<&>",
-      U"&amp;",
-      U"&#13;",
-      U"%(x)s",
-      U"%%",
-      U"#x",
-      U";x",
-      U"[s]",
-      U"a=b",
-      U"a:b",
-      U"\\",
-      U"\\u00e9",
-      U"\\/",
-      U"\x7F",
-      U"a\u0085b",
-      U"\u0085",
-      U"\u00A0a",
-      U"a\u00A0",
-      U"a\u00A0b",
-      U"a\u2028b\u2029c",
-      U"\u3000",
-      U"\uFEFFa",
-      U"\uFFFD",
-      U"a\uFFFEb",
-      U"a\uFFFFb",
-      U"\U0010FFFF",
-      U"𝄞",
-      U"e\u0301\u0327",
-      U"\u0301",
-      U"œuvre « été »",
-      U"\U0001F600x\U0001F600",
-  };
-  for (char32_t c = 0; c < 0x20; ++c) {
-    chaines.push_back(std::u32string(1, c));
-    chaines.push_back(U"a" + std::u32string(1, c) + U"b");
-  }
-  std::u32string long_;
-  for (int i = 0; i < 5000; ++i) long_ += i % 7 == 0 ? U"\r\n" : i % 5 == 0 ? U"\U0001D11E" : U"é";
-  chaines.push_back(long_);
-  return chaines;
-}
-
 bool EstEspaceRogne(char32_t c) {  // what Python's str.isspace() accepts
   return (c >= 0x09 && c <= 0x0D) || (c >= 0x1C && c <= 0x20) || c == 0x85 || c == 0xA0 || c == 0x1680 ||
          (c >= 0x2000 && c <= 0x200A) || c == 0x2028 || c == 0x2029 || c == 0x202F || c == 0x205F ||
@@ -89,7 +32,7 @@ bool EstEspaceRogne(char32_t c) {  // what Python's str.isspace() accepts
 }
 
 // What each format refuses: XML what XML 1.0 cannot carry; INI line breaks and what readers
-// trim at either end. JSON carries everything.
+// trim at either end. JSON carries everything. (A lone surrogate never gets this far.)
 bool Refuse(eFormatReglages format, const std::u32string& s) {
   if (format == eFormatReglages::eXML) {
     for (const char32_t c : s) {
@@ -118,10 +61,24 @@ const char* Extension(eFormatReglages format) {
   return format == eFormatReglages::eXML ? "xml" : format == eFormatReglages::eJSON ? "json" : "ini";
 }
 
-TEST(ReglagesExactitude, ChaqueChaineDifficileRevientOuEstRefusee) {
+std::u32string PointsDeCode(const std::u16string& s) {
+  const QString q(reinterpret_cast<const QChar*>(s.data()), static_cast<int>(s.size()));
+  const QVector<uint> points = q.toUcs4();
+  return std::u32string(points.begin(), points.end());
+}
+
+TEST(ReglagesExactitude, ChaqueChaineHostileRevientOuEstRefusee) {
   essais::DossierTemporaire dossier;
   std::ofstream manifeste(dossier / "manifeste.txt", std::ios::binary);
-  const std::vector<std::u32string> chaines = ChainesDifficiles();
+  std::vector<std::u32string> chaines;
+  for (const std::u16string& s : essais::ChainesHostiles()) {
+    if (essais::ASubstitutIsole(s)) {  // no UTF-8 form: refused as soon as it is set
+      Reglages r;
+      EXPECT_THROW(r.MetsChaine("s/v", UniChaine(s)), exceptions::OperationInvalide) << essais::EnHexa(s);
+    } else {
+      chaines.push_back(PointsDeCode(s));
+    }
+  }
   int refusees = 0, relues = 0;
   for (std::size_t i = 0; i < chaines.size(); ++i) {
     const UniChaine chaine = DePoints(chaines[i]);

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <outils_socle/texte/UTF8.h>
 #include <outils_socle/xml/EcritureXML.h>
 #include <outils_socle/xml/ParseurXML.h>
 
@@ -8,6 +9,7 @@
 #include <random>
 #include <sstream>
 
+#include "commun/ChainesHostiles.h"
 #include "commun/Exceptions.h"
 #include "xml/Arbres.h"
 
@@ -233,4 +235,104 @@ TEST(EcritureXML, ExpatLitCeQueNousEcrivons) {
   fs::remove_all(dossier);
   ASSERT_EQ(lus.size(), attendus.size());
   for (std::size_t i = 0; i < lus.size(); ++i) EXPECT_EQ(lus[i], attendus[i]) << fichiers[i];
+}
+
+namespace {
+
+// The UTF-8 bytes of UTF-16 units, a lone surrogate written as its three bytes (ill-formed
+// UTF-8, as Python's "surrogatepass" writes it): what a caller holding such a string would pass.
+std::string OctetsUTF8Bruts(const std::u16string& s) {
+  std::string o;
+  for (std::size_t i = 0; i < s.size(); ++i) {
+    uint32_t cp = s[i];
+    if (cp >= 0xD800 && cp < 0xDC00 && i + 1 < s.size() && s[i + 1] >= 0xDC00 && s[i + 1] < 0xE000)
+      cp = 0x10000 + ((cp - 0xD800) << 10) + (s[++i] - 0xDC00);
+    if (cp < 0x80) {
+      o += static_cast<char>(cp);
+    } else if (cp < 0x800) {
+      o += static_cast<char>(0xC0 | cp >> 6);
+      o += static_cast<char>(0x80 | (cp & 0x3F));
+    } else if (cp < 0x10000) {
+      o += static_cast<char>(0xE0 | cp >> 12);
+      o += static_cast<char>(0x80 | (cp >> 6 & 0x3F));
+      o += static_cast<char>(0x80 | (cp & 0x3F));
+    } else {
+      o += static_cast<char>(0xF0 | cp >> 18);
+      o += static_cast<char>(0x80 | (cp >> 12 & 0x3F));
+      o += static_cast<char>(0x80 | (cp >> 6 & 0x3F));
+      o += static_cast<char>(0x80 | (cp & 0x3F));
+    }
+  }
+  return o;
+}
+
+bool EstCaractereXML(uint32_t cp) {
+  return cp == 0x9 || cp == 0xA || cp == 0xD || (cp >= 0x20 && cp <= 0xD7FF) ||
+         (cp >= 0xE000 && cp <= 0xFFFD) || cp >= 0x10000;
+}
+
+std::string Hexa(const std::string& octets) {
+  if (octets.empty()) return "-";
+  static const char* const kChiffres = "0123456789abcdef";
+  std::string h;
+  for (const unsigned char c : octets) {
+    h += kChiffres[c >> 4];
+    h += kChiffres[c & 15];
+  }
+  return h;
+}
+
+}  // namespace
+
+// Every hostile string as an element's text and as an attribute value, in the three encodings:
+// refused before anything is written when it is not UTF-8 or holds a character XML cannot carry
+// (C0 controls but tab, LF and CR; U+FFFE, U+FFFF); otherwise read back exactly by our parser
+// and by Python's xml.etree, CR, tabs and line ends in attributes, "]]>" and all.
+TEST(EcritureXML, ChainesHostiles) {
+  const fs::path dossier = fs::temp_directory_path() / ("hostiles_" + std::to_string(::getpid()));
+  fs::create_directories(dossier);
+  std::vector<fs::path> fichiers;
+  std::vector<std::string> attendus;
+  int refusees = 0;
+  for (const std::u16string& s : essais::ChainesHostiles()) {
+    SCOPED_TRACE(essais::EnHexa(s));
+    const std::string texte = OctetsUTF8Bruts(s);
+    bool accepte = !essais::ASubstitutIsole(s);
+    for (std::size_t i = 0; accepte && i < texte.size();)
+      accepte = EstCaractereXML(sdd::DecodeCaractereUTF8(texte, i));
+    Balise b("r", texte);
+    b.MetsAttribut("a", texte);
+    for (const eCodageXML codage : {eCodageXML::eUTF8, eCodageXML::eUTF16, eCodageXML::eISO8859_15}) {
+      if (!accepte) {
+        EXPECT_THROW(EcrisXML(b, Options(codage)), sdd::exceptions::OperationInvalide);
+        ++refusees;
+        continue;
+      }
+      const std::string document = EcrisXML(b, Options(codage));
+      EXPECT_EQ(ParseurXML().LisTexte(document), b) << static_cast<int>(codage);
+      fichiers.push_back(dossier / ("h" + std::to_string(fichiers.size()) + ".xml"));
+      sdd::tests_xml::EcrisOctets(fichiers.back(), document);
+      attendus.push_back(Hexa(texte) + " " + Hexa(texte));
+    }
+  }
+  EXPECT_GT(refusees, 100);
+  // One run of Python over every file, in our order.
+  std::string commande =
+      std::string(OUTILS_SOCLE_PYTHON3) + " " + OUTILS_SOCLE_SOURCES_TESTS + "/xml/textes_etree.py";
+  for (const fs::path& f : fichiers) commande += " '" + f.string() + "'";
+  FILE* flux = popen(commande.c_str(), "r");
+  ASSERT_NE(flux, nullptr) << commande;
+  std::string ligne;
+  std::vector<std::string> lus;
+  for (int c; (c = std::fgetc(flux)) != EOF;) {
+    if (c == '\n') {
+      lus.push_back(ligne);
+      ligne.clear();
+    } else {
+      ligne += static_cast<char>(c);
+    }
+  }
+  pclose(flux);
+  EXPECT_EQ(lus, attendus);
+  fs::remove_all(dossier);
 }
