@@ -178,7 +178,7 @@ int Dot(const Arguments& a) {
   if (!LisListe(a.positions[0], mots)) return 1;
   sdd::CompilateurAutomateAcycliqueMin compilateur(mots);
   const sdd::ChaineN texte = compilateur.FichierDot();
-  sdd::Fichier sortie(a.positions[1].c_str(), sdd::Fichier::eEcriture);
+  sdd::FichierRemplacant sortie(a.positions[1].c_str());
   uint64_t n = 0;
   const char* octets = texte.PreteUTF8(0, nullptr, &n);
   sortie.Mets(reinterpret_cast<const uint8_t*>(octets), n);

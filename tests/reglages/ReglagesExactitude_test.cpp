@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "commun/ChainesHostiles.h"
+#include "commun/Commande.h"
 #include "commun/Octets.h"
 
 namespace sdd {
@@ -46,17 +47,6 @@ bool Refuse(eFormatReglages format, const std::u32string& s) {
   return false;
 }
 
-std::string Hexa(const std::string& octets) {
-  if (octets.empty()) return "-";
-  static const char* const kChiffres = "0123456789abcdef";
-  std::string h;
-  for (const unsigned char c : octets) {
-    h += kChiffres[c >> 4];
-    h += kChiffres[c & 15];
-  }
-  return h;
-}
-
 const char* Extension(eFormatReglages format) {
   return format == eFormatReglages::eXML ? "xml" : format == eFormatReglages::eJSON ? "json" : "ini";
 }
@@ -85,7 +75,7 @@ TEST(ReglagesExactitude, ChaqueChaineHostileRevientOuEstRefusee) {
     const std::string utf8 = chaine.DonneStdString();
     for (const eFormatReglages format :
          {eFormatReglages::eXML, eFormatReglages::eJSON, eFormatReglages::eINI}) {
-      SCOPED_TRACE(std::string(Extension(format)) + " " + Hexa(utf8));
+      SCOPED_TRACE(std::string(Extension(format)) + " " + essais::Hexa(utf8));
       const std::string fichier = dossier / ("c" + std::to_string(i) + "." + Extension(format));
       std::ofstream(fichier) << "ancien";
       Reglages r;
@@ -104,11 +94,11 @@ TEST(ReglagesExactitude, ChaqueChaineHostileRevientOuEstRefusee) {
       lu.Declare("s/v", Reglage::Chaine(""));
       lu.Charge(fichier, format);
       EXPECT_EQ(lu.DonneChaine("s/v").DonneStdString(), utf8);
-      manifeste << Extension(format) << ' ' << fichier << " s/v " << Hexa(utf8) << '\n';
+      manifeste << Extension(format) << ' ' << fichier << " s/v " << essais::Hexa(utf8) << '\n';
       if (liste) {
         EXPECT_EQ(lu.DonneListeChaines("s/l"), (Reglage::Chaines{chaine, UniChaine("x"), chaine}));
-        manifeste << Extension(format) << ' ' << fichier << " s/l L" << Hexa(utf8) << ",78," << Hexa(utf8)
-                  << '\n';
+        manifeste << Extension(format) << ' ' << fichier << " s/l L" << essais::Hexa(utf8) << ",78,"
+                  << essais::Hexa(utf8) << '\n';
       }
       ++relues;
     }

@@ -5,6 +5,8 @@
 
 #include <outils_socle/xml/Balise.h>
 
+#include "commun/Commande.h"
+
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -42,20 +44,7 @@ inline std::vector<std::string> LisAvecExpat(const std::vector<std::filesystem::
   std::string commande = std::string(OUTILS_SOCLE_PYTHON3) + " " +
                          OUTILS_SOCLE_SOURCES_TESTS "/xml/arbre_expat.py" + (position ? " --position" : "");
   for (const auto& f : fichiers) commande += " '" + f.string() + "'";
-  std::vector<std::string> lignes;
-  FILE* flux = popen(commande.c_str(), "r");
-  if (flux == nullptr) return lignes;
-  std::string ligne;
-  for (int c; (c = std::fgetc(flux)) != EOF;) {
-    if (c == '\n') {
-      lignes.push_back(ligne);
-      ligne.clear();
-    } else {
-      ligne += static_cast<char>(c);
-    }
-  }
-  pclose(flux);
-  return lignes;
+  return essais::LignesDeCommande(commande);
 }
 
 }  // namespace sdd::tests_xml

@@ -10,6 +10,7 @@
 #include <sstream>
 
 #include "commun/ChainesHostiles.h"
+#include "commun/Commande.h"
 #include "commun/Exceptions.h"
 #include "xml/Arbres.h"
 
@@ -271,17 +272,6 @@ bool EstCaractereXML(uint32_t cp) {
          (cp >= 0xE000 && cp <= 0xFFFD) || cp >= 0x10000;
 }
 
-std::string Hexa(const std::string& octets) {
-  if (octets.empty()) return "-";
-  static const char* const kChiffres = "0123456789abcdef";
-  std::string h;
-  for (const unsigned char c : octets) {
-    h += kChiffres[c >> 4];
-    h += kChiffres[c & 15];
-  }
-  return h;
-}
-
 }  // namespace
 
 // Every hostile string as an element's text and as an attribute value, in the three encodings:
@@ -312,7 +302,7 @@ TEST(EcritureXML, ChainesHostiles) {
       EXPECT_EQ(ParseurXML().LisTexte(document), b) << static_cast<int>(codage);
       fichiers.push_back(dossier / ("h" + std::to_string(fichiers.size()) + ".xml"));
       sdd::tests_xml::EcrisOctets(fichiers.back(), document);
-      attendus.push_back(Hexa(texte) + " " + Hexa(texte));
+      attendus.push_back(essais::Hexa(texte) + " " + essais::Hexa(texte));
     }
   }
   EXPECT_GT(refusees, 100);
@@ -320,19 +310,7 @@ TEST(EcritureXML, ChainesHostiles) {
   std::string commande =
       std::string(OUTILS_SOCLE_PYTHON3) + " " + OUTILS_SOCLE_SOURCES_TESTS + "/xml/textes_etree.py";
   for (const fs::path& f : fichiers) commande += " '" + f.string() + "'";
-  FILE* flux = popen(commande.c_str(), "r");
-  ASSERT_NE(flux, nullptr) << commande;
-  std::string ligne;
-  std::vector<std::string> lus;
-  for (int c; (c = std::fgetc(flux)) != EOF;) {
-    if (c == '\n') {
-      lus.push_back(ligne);
-      ligne.clear();
-    } else {
-      ligne += static_cast<char>(c);
-    }
-  }
-  pclose(flux);
+  const std::vector<std::string> lus = essais::LignesDeCommande(commande);
   EXPECT_EQ(lus, attendus);
   fs::remove_all(dossier);
 }
