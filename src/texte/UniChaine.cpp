@@ -1,6 +1,7 @@
 #include <outils_socle/texte/UniChaine.h>
 
 #include <outils_socle/texte/ChaineN.h>
+#include <outils_socle/texte/ConvertisseurChaineN.h>
 #include <outils_socle/texte/Exception.h>
 
 #include <QByteArray>
@@ -24,8 +25,13 @@ QString DepuisUnites(const char16_t* unites, std::size_t n) {
 // UTF-8 through the library's own decoder, as ChaineN reads it (one U+FFFD per ill-formed
 // sequence, a leading U+FEFF kept as a character).
 QString DepuisUTF8(const char* octets, std::size_t n) {
-  const sdd::ChaineN texte(octets, sdd::ChaineN::kCodageUTF8, n);
-  return DepuisUnites(texte.DonneUnites(), texte.Longueur());
+  // Straight into the string's buffer: a byte never gives more than one unit.
+  const sdd::ConvertisseurChaineN& utf8 =
+      sdd::ConvertisseurChaineN::ConvertisseurPourCodage(sdd::ChaineN::kCodageUTF8);
+  QString texte(static_cast<int>(n), Qt::Uninitialized);
+  const uint64_t unites = utf8.Decode(octets, n, reinterpret_cast<char16_t*>(texte.data()), n);
+  texte.truncate(static_cast<int>(unites));
+  return texte;
 }
 
 // UTF-8 and UTF-16 are converted directly: Qt's UTF-16 codec would add or expect a byte-order
