@@ -28,6 +28,12 @@ plateforme::eAcces Acces(Fichier::eMode mode) {
 
 uint8_t kAucunOctet[1] = {0};
 
+// errno is read first: turning the path into bytes allocates, which may change it.
+[[noreturn]] void Echec(const UniChemin& chemin, eOperationFichier operation) {
+  const int numero = errno;
+  throw exceptions::ErreurFichier(chemin.DonneStdString(), operation, numero);
+}
+
 }  // namespace
 
 // ---- Fichier
@@ -42,14 +48,14 @@ Fichier::~Fichier() {
 
 void Fichier::Cree(const UniChemin& chemin) {
   const int fd = plateforme::OuvreFichier(chemin.DonneStdString(), plateforme::eAcces::eCreation);
-  if (fd < 0) LanceErreurFichier(chemin.DonneStdString(), eOperationFichier::eCreation);
+  if (fd < 0) Echec(chemin, eOperationFichier::eCreation);
   plateforme::FermeFichier(fd);
 }
 
 void Fichier::Ouvre(const UniChemin& chemin, eMode mode) {
   Fichier::Ferme();
   const int fd = plateforme::OuvreFichier(chemin.DonneStdString(), Acces(mode));
-  if (fd < 0) LanceErreurFichier(chemin.DonneStdString(), eOperationFichier::eOuverture);
+  if (fd < 0) Echec(chemin, eOperationFichier::eOuverture);
   descripteur_ = fd;
   bonEtat_ = true;
   chemin_ = chemin;
@@ -59,8 +65,7 @@ void Fichier::Ferme() {
   if (descripteur_ < 0) return;
   const int fd = descripteur_;
   descripteur_ = -1;  // closed even when close reports an error (Linux releases it anyway)
-  if (!plateforme::FermeFichier(fd))
-    LanceErreurFichier(chemin_.DonneStdString(), eOperationFichier::eFermeture);
+  if (!plateforme::FermeFichier(fd)) Echec(chemin_, eOperationFichier::eFermeture);
 }
 
 void Fichier::AdopteDescripteur(int descripteur, const UniChemin& chemin) {
@@ -84,13 +89,13 @@ char* Fichier::DonneToutLeTexte(int64_t* longueur) {
   VerifieOuvert();
   const int64_t taille = plateforme::TailleFichier(descripteur_);
   if (taille < 0 || plateforme::PositionneFichier(descripteur_, 0, 0) < 0)
-    LanceErreurFichier(chemin_.DonneStdString(), eOperationFichier::eLecture);
+    Echec(chemin_, eOperationFichier::eLecture);
   std::unique_ptr<char[]> texte(new char[static_cast<uint64_t>(taille) + 1]);
   int64_t lus = 0;
   while (lus < taille) {
     const int64_t n =
         plateforme::LisFichier(descripteur_, texte.get() + lus, static_cast<uint64_t>(taille - lus));
-    if (n < 0) LanceErreurFichier(chemin_.DonneStdString(), eOperationFichier::eLecture);
+    if (n < 0) Echec(chemin_, eOperationFichier::eLecture);
     if (n == 0) break;  // the file shrank meanwhile
     lus += n;
   }
@@ -148,7 +153,7 @@ void Fichier::EcrisDirect(const uint8_t* octets, uint64_t n) {
   VerifieOuvert();
   if (!plateforme::EcrisFichier(descripteur_, octets, n)) {
     bonEtat_ = false;
-    LanceErreurFichier(chemin_.DonneStdString(), eOperationFichier::eEcriture);
+    Echec(chemin_, eOperationFichier::eEcriture);
   }
 }
 

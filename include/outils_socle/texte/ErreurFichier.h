@@ -82,7 +82,8 @@ class OUTILS_SOCLE_EXPORT ErreurFichier : public OuvertureEchouee, public ::Exce
 
 }  // namespace exceptions
 
-// Throws ErreurFichier for `chemin` with the calling thread's current errno.
+// Throws ErreurFichier for `chemin` with the calling thread's current errno, which nothing may
+// have changed since the failure (build the path before the system call, not in the argument).
 [[noreturn]] OUTILS_SOCLE_EXPORT void LanceErreurFichier(const std::string& chemin,
                                                          eOperationFichier operation);
 
