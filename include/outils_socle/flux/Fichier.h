@@ -121,7 +121,9 @@ class OUTILS_SOCLE_EXPORT FichierAvecTampon : public Fichier {
 // the old file's permissions and renamed over it; a symbolic link is followed (the file it names
 // is replaced, the link stays), and a target that is a device or a pipe is written in place.
 // Destroyed without Ferme(), as when an exception ends the writing, it removes the temporary file
-// and leaves the target as it was. Every failure throws ErreurFichier naming the target.
+// and leaves the target as it was. Every failure throws ErreurFichier naming the target. The
+// folder must let us create a file: a writable file in a folder that is not is refused (EACCES)
+// rather than overwritten in place, which a failure midway would leave half written.
 // Buffered like FichierAvecTampon, and readable and seekable while written.
 class OUTILS_SOCLE_EXPORT FichierRemplacant : public FichierAvecTampon {
  public:
