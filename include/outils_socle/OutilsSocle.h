@@ -47,8 +47,8 @@
 #include <outils_socle/texte/ExceptionCode.h>
 #include <outils_socle/texte/Objet.h>
 #include <outils_socle/texte/RechercheFormes.h>
-#include <outils_socle/texte/UniCaractere.h>
 #include <outils_socle/texte/UTF8.h>
+#include <outils_socle/texte/UniCaractere.h>
 #include <outils_socle/texte/UniChaine.h>
 #include <outils_socle/xml/Balise.h>
 #include <outils_socle/xml/EcritureXML.h>
