@@ -70,15 +70,12 @@ uint64_t Serialiseur<TableChaineNoyau>::Ecris(FluxSortie& sortie, const TableCha
     if (n->suivant_ != nullptr) positions.pop_back();
     const uint64_t enfant = n->enfant_ != nullptr ? positions.back() : 0;
     if (n->enfant_ != nullptr) positions.pop_back();
-    // What a fragment record cannot carry is refused before a byte reaches the stream: a lone
-    // surrogate has no UTF-8 form, and a U+0000 would end the fragment early.
+    // What a fragment record cannot carry is refused while the block is still in memory, before
+    // a byte reaches the stream: a lone surrogate has no UTF-8 form (and ChaineN::Ecris refuses a
+    // U+0000, which would end the fragment early).
     if (detail::ASubstitutIsole(n->cars_.DonneUnites(), n->cars_.Longueur())) {
       throw exceptions::OperationInvalide(
           N_("Une clef contient un demi-caractère UTF-16 isolé : elle ne s’écrit pas en UTF-8"));
-    }
-    if (std::find(n->cars_.begin(), n->cars_.end(), u'\0') != n->cars_.end()) {
-      throw exceptions::OperationInvalide(
-          N_("Une clef contient U+0000 : la forme enregistrée s’y arrêterait"));
     }
     positions.push_back(bloc.DonnePosition());
     n->cars_.Ecris(bloc, ChaineN::kCodageUTF8);

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <memory>
 #include "langues/Marque.h"
+#include "texte/FormeUTF8.h"
 
 namespace sdd {
 
@@ -129,11 +130,7 @@ void Serialiseur<std::string>::Lis(FluxEntree& entree, std::string* valeur) {
 }
 
 uint64_t Serialiseur<UniChaine>::Ecris(FluxSortie& sortie, const UniChaine& valeur) {
-  // Qt would write a lone surrogate as "?": the string would not read back.
-  if (const int i = valeur.PremierSubstitutIsole(); i >= 0) {
-    throw exceptions::OperationInvalide(std::string(N_("Chaîne avec un substitut isolé, sans forme UTF-8")) +
-                                        " : position " + std::to_string(i));
-  }
+  detail::RefuseSansFormeUTF8(valeur);
   int n = 0;
   const char* utf8 = valeur.PreteCString(UniChaine::kCodageUTF8, &n);
   return EcrisOctets(sortie, utf8, static_cast<uint64_t>(n));

@@ -18,6 +18,7 @@
 
 #include "flux/Compression.h"
 #include "langues/Marque.h"
+#include "texte/FormeUTF8.h"
 
 namespace sdd {
 
@@ -393,11 +394,7 @@ uint64_t TamponMemoire::CompresseChaineN(FluxSortie& sortie, const ChaineN& chai
 
 uint64_t TamponMemoire::CompresseUniChaine(FluxSortie& sortie, const UniChaine& chaine,
                                            uint64_t* unitesChangees) {
-  // Qt would write a lone surrogate as "?": such a string has no UTF-8 form.
-  if (const int i = chaine.PremierSubstitutIsole(); i >= 0) {
-    throw exceptions::OperationInvalide(std::string(N_("Chaîne avec un substitut isolé, sans forme UTF-8")) +
-                                        " : position " + std::to_string(i));
-  }
+  detail::RefuseSansFormeUTF8(chaine);
   const char* utf8 = chaine.PreteCString(UniChaine::kCodageUTF8);
   if (unitesChangees != nullptr) {  // the record keeps nothing after a U+0000
     const int zero = chaine.DonneQString().indexOf(QChar(0));

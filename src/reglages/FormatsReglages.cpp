@@ -12,6 +12,7 @@
 #include <outils_socle/texte/UTF8.h>
 
 #include "reglages/CheminsReglages.h"
+#include "xml/CaracteresXML.h"
 
 namespace sdd::detail {
 
@@ -185,27 +186,21 @@ bool EstEspaceRogne(int32_t cp) {
 // break and nothing a reader trims at either end. Anything else is refused before a byte is
 // written.
 void VerifieTexte(eFormatReglages format, const std::string& chemin, const std::string& t) {
-  if (const std::size_t erreur = PremiereErreurUTF8(t); erreur != std::string_view::npos)
-    RefuseTexte(format, chemin, "n’est pas de l’UTF-8 valide (octet " + std::to_string(erreur) + ")");
-  if (format == eFormatReglages::eXML) {
-    for (std::size_t i = 0; i < t.size();) {
-      const int32_t cp = DecodeCaractereUTF8(t, i);
-      if ((cp < 0x20 && cp != 0x09 && cp != 0x0A && cp != 0x0D) || cp == 0xFFFE || cp == 0xFFFF)
-        RefuseTexte(format, chemin, "contient " + PointDeCode(cp) + ", qu’XML 1.0 ne sait pas écrire");
-    }
-  }
-  if (format == eFormatReglages::eINI) {
-    if (t.find_first_of("\r\n") != std::string::npos)
+  int32_t premier = -1, dernier = -1;
+  for (std::size_t i = 0; i < t.size();) {
+    const std::size_t debut = i;
+    const int32_t cp = DecodeCaractereUTF8(t, i);
+    if (cp < 0)
+      RefuseTexte(format, chemin, "n’est pas de l’UTF-8 valide (octet " + std::to_string(debut) + ")");
+    if (format == eFormatReglages::eXML && !detail::EstCaractereXML(cp))
+      RefuseTexte(format, chemin, "contient " + PointDeCode(cp) + ", qu’XML 1.0 ne sait pas écrire");
+    if (format == eFormatReglages::eINI && (cp == '\r' || cp == '\n'))
       RefuseTexte(format, chemin, "contient un saut de ligne");
-    if (t.empty()) return;
-    std::size_t i = 0;
-    const int32_t premier = DecodeCaractereUTF8(t, i);
-    std::size_t debutDernier = t.size() - 1;
-    while (debutDernier > 0 && (static_cast<unsigned char>(t[debutDernier]) & 0xC0) == 0x80) --debutDernier;
-    const int32_t dernier = DecodeCaractereUTF8(t, debutDernier);
-    if (EstEspaceRogne(premier) || EstEspaceRogne(dernier))
-      RefuseTexte(format, chemin, "commence ou finit par une espace");
+    if (debut == 0) premier = cp;
+    dernier = cp;
   }
+  if (format == eFormatReglages::eINI && (EstEspaceRogne(premier) || EstEspaceRogne(dernier)))
+    RefuseTexte(format, chemin, "commence ou finit par une espace");
 }
 
 void Verifie(eFormatReglages format, const std::string& chemin, const ValeurFichier& valeur) {
@@ -221,7 +216,8 @@ void Verifie(eFormatReglages format, const std::string& chemin, const ValeurFich
 // XML readers turn every CR, and every CR LF, into LF before they parse (XML 1.0, 2.11): a CR
 // that must stay one is written as a character reference. Boost writes no CR of its own, so
 // every CR byte of its output comes from a value.
-std::string ProtegeRetoursChariot(const std::string& xml) {
+std::string ProtegeRetoursChariot(std::string xml) {
+  if (xml.find('\r') == std::string::npos) return xml;
   std::string sortie;
   sortie.reserve(xml.size());
   for (const char c : xml) {

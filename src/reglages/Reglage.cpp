@@ -2,10 +2,10 @@
 
 #include <QByteArray>
 #include <charconv>
-#include <cstdio>
 
 #include <outils_socle/texte/Exception.h>
 #include "langues/Marque.h"
+#include "texte/FormeUTF8.h"
 
 namespace sdd {
 
@@ -22,27 +22,13 @@ const char* NomTypeReglage(eTypeReglage type) {
 
 Reglage Reglage::Booleen(bool valeur) { return Reglage(valeur); }
 Reglage Reglage::Entier(int64_t valeur) { return Reglage(valeur); }
-namespace {
-
-// Qt writes a lone surrogate to UTF-8 as "?": refused here, before it could be saved so.
-void VerifieSubstituts(const UniChaine& valeur) {
-  const int i = valeur.PremierSubstitutIsole();
-  if (i < 0) return;
-  char unite[8];
-  std::snprintf(unite, sizeof unite, "%04X", static_cast<unsigned>(valeur[i]));
-  throw exceptions::OperationInvalide(std::string(N_("Réglage avec un substitut isolé, sans forme UTF-8")) +
-                                      " : U+" + unite + ", position " + std::to_string(i));
-}
-
-}  // namespace
-
 Reglage Reglage::Chaine(const UniChaine& valeur) {
-  VerifieSubstituts(valeur);
+  detail::RefuseSansFormeUTF8(valeur);
   return Reglage(valeur);
 }
 
 Reglage Reglage::ListeChaines(const Chaines& valeur) {
-  for (const UniChaine& chaine : valeur) VerifieSubstituts(chaine);
+  for (const UniChaine& chaine : valeur) detail::RefuseSansFormeUTF8(chaine);
   return Reglage(valeur);
 }
 Reglage Reglage::Blob(const Octets& valeur) { return Reglage(valeur); }

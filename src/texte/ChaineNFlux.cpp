@@ -58,13 +58,11 @@ ChaineN& ChaineN::Lis(FluxEntree& entree, Codage codage) {
 
 uint64_t ChaineN::Ecris(FluxSortie& sortie, Codage codage) const {
   // The reader stops at the first zero: a string holding one would come back cut.
-  const char16_t* u = DonneUnites();
-  for (uint64_t i = 0; i < Longueur(); ++i) {
-    if (u[i] == 0) {
-      throw exceptions::OperationInvalide(
-          std::string(N_("Chaîne avec U+0000, où sa forme enregistrée s’arrêterait")) + " : position " +
-          std::to_string(i));
-    }
+  const std::u16string_view unites(DonneUnites(), Longueur());
+  if (const std::size_t i = unites.find(u'\0'); i != std::u16string_view::npos) {
+    throw exceptions::OperationInvalide(
+        std::string(N_("Chaîne avec U+0000, où sa forme enregistrée s’arrêterait")) + " : position " +
+        std::to_string(i));
   }
   const uint64_t debut = sortie.DonnePosition();
   const ConvertisseurChaineN& convertisseur = ConvertisseurChaineN::ConvertisseurPourCodage(codage);

@@ -9,6 +9,9 @@
 
 #include <cstring>
 
+#include "langues/Marque.h"
+#include "texte/FormeUTF8.h"
+
 namespace {
 
 QTextCodec* CodecPour(int codage) {
@@ -151,6 +154,17 @@ int UniChaine::PremierSubstitutIsole() const {
   }
   return -1;
 }
+
+namespace sdd::detail {
+
+void RefuseSansFormeUTF8(const UniChaine& texte) {
+  if (const int i = texte.PremierSubstitutIsole(); i >= 0) {
+    throw exceptions::OperationInvalide(std::string(N_("Chaîne avec un substitut isolé, sans forme UTF-8")) +
+                                        " : position " + std::to_string(i));
+  }
+}
+
+}  // namespace sdd::detail
 
 char16_t UniChaine::operator[](int i) const {
   if (i < 0 || i >= texte_.size())

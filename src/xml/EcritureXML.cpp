@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "plateforme/Plateforme.h"
+#include "xml/CaracteresXML.h"
 
 namespace sdd {
 
@@ -19,11 +20,6 @@ namespace {
 
 [[noreturn]] void Refuse(const Balise& b, const std::string& quoi) {
   throw exceptions::OperationInvalide(UniChaine("écriture XML, élément « " + b.Nom() + " » : " + quoi));
-}
-
-bool EstCaractereXML(int32_t cp) {
-  return cp == 0x9 || cp == 0xA || cp == 0xD || (cp >= 0x20 && cp <= 0xD7FF) ||
-         (cp >= 0xE000 && cp <= 0xFFFD) || (cp >= 0x10000 && cp <= 0x10FFFF);
 }
 
 // ISO-8859-15 is Latin-1 with eight places given to €, Š, š, Ž, ž, Œ, œ and Ÿ.
@@ -187,7 +183,7 @@ class Ecrivain {
       }
       const int32_t cp = DecodeCaractereUTF8(texte, i);
       if (cp < 0) Refuse(b, "texte en UTF-8 invalide");
-      if (!EstCaractereXML(cp)) Refuse(b, "U+" + Hexa(cp) + " n’est pas un caractère XML");
+      if (!detail::EstCaractereXML(cp)) Refuse(b, "U+" + Hexa(cp) + " n’est pas un caractère XML");
       if (options_.codage == eCodageXML::eISO8859_15 && !EstLatin9(cp)) {
         char reference[16];
         std::snprintf(reference, sizeof reference, "&#x%X;", static_cast<unsigned>(cp));
