@@ -25,7 +25,7 @@
 
 #include <outils_socle/synchro/Synchro.h>
 
-#include "Differences.h"
+#include <outils_socle/synchro/DifferencesLignes.h>
 
 extern char** environ;
 
@@ -139,14 +139,14 @@ void BM_SynchroBibliothequeRappel(benchmark::State& etat) { SynchroBibliotheque(
 void BM_SynchroLignes(benchmark::State& etat) {
   const size_t cas = static_cast<size_t>(etat.range(0));
   const Paire& p = DonnePaire(cas);
-  outils::TexteEnLignes a, b;
+  sdd::TexteEnLignes a, b;
   a.octets = p.texteA;
   b.octets = p.texteB;
   int distance = 0;
   for (auto _ : etat) {
     a.Decoupe();
     b.Decoupe();
-    distance = outils::CompareLignes(a.lignes, b.lignes, Limite(cas)).distance;
+    distance = sdd::CompareLignes(a.lignes, b.lignes, {Limite(cas), nullptr}).distance;
   }
   etat.SetLabel(kCas[cas].nom);
   etat.counters["distance"] = distance;

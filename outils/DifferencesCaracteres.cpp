@@ -71,7 +71,7 @@ std::vector<Morceau> CompareCaracteres(std::string_view ancien, std::string_view
     ajoute(Genre::kInsere, nouveau);
     return morceaux;
   }
-  const Differences d = CompareLignes(a, b, limite);
+  const Differences d = CompareLignes(a, b, {limite, nullptr});
   distance += d.distance;
   // Pieces of a text from character `de` to character `a` (exclusive).
   auto etendue = [](const std::vector<std::string_view>& j, int de, int a) {

@@ -172,45 +172,50 @@ void AjouteBlocCaracteres(std::string& sortie, std::string_view ancien, std::str
 
 void EcrisUnifie(std::string& sortie, const Fichier& ancien, const Fichier& nouveau, const Differences& d,
                  const Options& o, const Echeance& e, int& distanceCaracteres) {
-  const TexteEnLignes& a = ancien.texte;
-  const TexteEnLignes& b = nouveau.texte;
   AjouteEnTeteFichier(sortie, "--- ", ancien);
   AjouteEnTeteFichier(sortie, "+++ ", nouveau);
-  const char* rouge = o.couleurs ? kRouge : nullptr;
-  const char* vert = o.couleurs ? kVert : nullptr;
-  for (const Bloc& bloc : GroupeEnBlocs(d.modifications, static_cast<int>(a.lignes.size()),
-                                        static_cast<int>(b.lignes.size()), o.contexte)) {
-    AjouteEnTeteBloc(sortie, bloc, o);
-    int i = bloc.ancienDebut;
-    for (size_t k = bloc.premiere; k <= bloc.derniere; ++k) {
-      const Modification& m = d.modifications[k];
-      for (; i < m.ancien; ++i) {
-        if (o.caracteres) {
-          sortie.append(a.lignes[static_cast<size_t>(i)]);
+  if (!o.couleurs && !o.caracteres) {
+    sdd::EcrisBlocsUnifies(sortie, ancien.texte, nouveau.texte, d, o.contexte);
+    return;
+  }
+  // The library's hunks, in colours or down to the characters.
+  class Ecrivain final : public sdd::VisiteurBlocs {
+   public:
+    Ecrivain(std::string& s, const TexteEnLignes& a, const TexteEnLignes& b, const Options& o, const Echeance& e,
+             int& distance)
+        : s_(s), a_(a), b_(b), o_(o), e_(e), distance_(distance) {}
+    void Bloc(const sdd::Bloc& bloc) override { AjouteEnTeteBloc(s_, bloc, o_); }
+    void Communes(int debut, int fin) override {
+      for (int i = debut; i < fin; ++i) {
+        const std::string_view ligne = a_.lignes[static_cast<size_t>(i)];
+        if (o_.caracteres) {
+          s_.append(ligne);
+          if (s_.back() != '\n') s_ += "\n\\ No newline at end of file\n";
         } else {
-          AjouteLigne(sortie, ' ', a.lignes[static_cast<size_t>(i)], nullptr);
+          AjouteLigne(s_, ' ', ligne, nullptr);
         }
       }
-      if (o.caracteres) {
-        AjouteBlocCaracteres(sortie, Lignes(a, m.ancien, m.ancien + m.supprimes),
-                             Lignes(b, m.nouveau, m.nouveau + m.inseres), o, e, distanceCaracteres);
-      } else {
-        for (int s = 0; s < m.supprimes; ++s)
-          AjouteLigne(sortie, '-', a.lignes[static_cast<size_t>(m.ancien + s)], rouge);
-        for (int s = 0; s < m.inseres; ++s)
-          AjouteLigne(sortie, '+', b.lignes[static_cast<size_t>(m.nouveau + s)], vert);
-      }
-      i = m.ancien + m.supprimes;
     }
-    for (; i < bloc.ancienFin; ++i) {
-      if (o.caracteres) {
-        sortie.append(a.lignes[static_cast<size_t>(i)]);
-        if (sortie.back() != '\n') sortie += "\n\\ No newline at end of file\n";
-      } else {
-        AjouteLigne(sortie, ' ', a.lignes[static_cast<size_t>(i)], nullptr);
+    void Change(const Modification& m) override {
+      if (o_.caracteres) {
+        AjouteBlocCaracteres(s_, Lignes(a_, m.ancien, m.ancien + m.supprimes),
+                             Lignes(b_, m.nouveau, m.nouveau + m.inseres), o_, e_, distance_);
+        return;
       }
+      for (int s = 0; s < m.supprimes; ++s) AjouteLigne(s_, '-', a_.lignes[static_cast<size_t>(m.ancien + s)], kRouge);
+      for (int s = 0; s < m.inseres; ++s) AjouteLigne(s_, '+', b_.lignes[static_cast<size_t>(m.nouveau + s)], kVert);
     }
-  }
+
+   private:
+    std::string& s_;
+    const TexteEnLignes& a_;
+    const TexteEnLignes& b_;
+    const Options& o_;
+    const Echeance& e_;
+    int& distance_;
+  } ecrivain(sortie, ancien.texte, nouveau.texte, o, e, distanceCaracteres);
+  sdd::ParcoursBlocs(d, static_cast<int>(ancien.texte.lignes.size()), static_cast<int>(nouveau.texte.lignes.size()),
+                     o.contexte, ecrivain);
 }
 
 // ---- side by side
@@ -380,7 +385,7 @@ int Compare(const Arguments& a) {
   Fichier ancien, nouveau;
   if (!LisTexte(a.positions[0], ancien) || !LisTexte(a.positions[1], nouveau)) return 2;
   const Echeance echeance{o.limite};
-  const Differences d = CompareLignes(ancien.texte.lignes, nouveau.texte.lignes, o.limite);
+  const Differences d = CompareLignes(ancien.texte.lignes, nouveau.texte.lignes, {o.limite, nullptr});
   if (d.limiteAtteinte)
     Erreur("synchro : limite de temps atteinte, la différence affichée n'est peut-être pas la plus courte");
   int distanceCaracteres = 0;

@@ -4,7 +4,7 @@
 // without the GIL, so Python threads that search at once use several cores.
 #include "Commun.h"
 
-PYBIND11_MODULE(outils_socle, m) {
+PYBIND11_MODULE(_outils_socle, m) {
   m.doc() =
       "Outils de base pour le texte français : lexiques compilés en automates minimaux (recherches "
       "insensibles classées, préfixes, jokers, corrections), comparaison sans accents, casse ni "

@@ -6,19 +6,21 @@ namespace outils_python {
 
 namespace {
 
-ChaineN::Codage CodageValide(int codage) {
-  if (codage < 0 || codage > 6)
-    throw py::value_error("codage inconnu : " + std::to_string(codage) + " (0 à 6)");
-  return static_cast<ChaineN::Codage>(codage);
+ChaineN::Codage CodageValide(ArgEntier codage) {
+  return static_cast<ChaineN::Codage>(Entier(codage, "codage", 0, 6));
 }
 
-py::bytes Encode(const std::u16string& texte, int codage) {
-  return py::bytes(N(texte).Encode(CodageValide(codage)));
+py::bytes Encode(ArgTexte texte, ArgEntier codage) {
+  const ChaineN t = Texte(texte, "texte");
+  return py::bytes(t.Encode(CodageValide(codage)));
 }
 
-std::u16string Decode(const py::bytes& octets, int codage) {
-  const std::string_view v = octets;
-  return U(ChaineN(v.data(), CodageValide(codage), static_cast<uint64_t>(v.size())));
+py::str Decode(const py::object& octets, ArgEntier codage) {
+  if (!PyObject_CheckBuffer(octets.ptr()) || PyUnicode_Check(octets.ptr()))
+    throw py::type_error("octets : un objet bytes ou semblable est attendu, reçu " + NomType(octets));
+  const ChaineN::Codage c = CodageValide(codage);
+  const py::buffer_info vue = py::reinterpret_borrow<py::buffer>(octets).request();
+  return Str(ChaineN(static_cast<const char*>(vue.ptr), c, static_cast<uint64_t>(vue.size * vue.itemsize)));
 }
 
 }  // namespace
@@ -44,18 +46,18 @@ void DeclareTexte(py::module_& m) {
         "Les octets lus dans l’un des sept codages.");
   m.def(
       "egal",
-      [](const std::u16string& a, const std::u16string& b, int masque) {
-        return N(a).Egal(N(b), static_cast<ChaineN::Malgray>(masque));
+      [](ArgTexte a, ArgTexte b, ArgEntier masque) {
+        return Texte(a, "a").Egal(Texte(b, "b"), static_cast<ChaineN::Malgray>(Entier(masque, "masque", 0, 15)));
       },
       py::arg("a"), py::arg("b"), py::arg("masque") = 0,
       "Vrai si a et b sont égales aux différences près que le masque ignore (MALGRAY_*).");
   const auto normalisation = [&](const char* nom, ChaineN& (ChaineN::*f)(), const char* doc) {
     m.def(
         nom,
-        [f](const std::u16string& s) {
-          ChaineN c = N(s);
+        [f](ArgTexte texte) {
+          ChaineN c = Texte(texte, "texte");
           (c.*f)();
-          return U(c);
+          return Str(c);
         },
         py::arg("texte"), doc);
   };

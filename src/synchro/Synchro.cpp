@@ -103,6 +103,7 @@ void Synchro::Init(float secondes) {
 
 bool Synchro::TempsEcoule() {
   if (limite_ && MaintenantMs() > echeance_) depasse_ = true;
+  if (arret_ != nullptr && arret_->load(std::memory_order_relaxed)) depasse_ = true;
   return depasse_;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 
@@ -60,6 +61,10 @@ class OUTILS_SOCLE_EXPORT Synchro {
   // old is at least as long as the new: a new text contained in an old one).
   bool PhrasesSimilaires(bool contenuAccepte = false);
   bool LimiteTempsDepassee() const { return depasse_; }
+  // A stop another thread may raise (a user who interrupts): once the flag is true, the
+  // searches give up as when the time limit passes, and LimiteTempsDepassee() says so. The
+  // flag must outlive the searches; nullptr (the default) for none.
+  void ArreteSur(const std::atomic<bool>* arret) { arret_ = arret; }
 
   // Filters of a result array of n entries (nothing happens when n < 2).
   // A match that belongs to no run of consecutive old indices becomes -1.
@@ -110,6 +115,7 @@ class OUTILS_SOCLE_EXPORT Synchro {
   int decalage_ = 0;
   std::shared_ptr<int[]> resultat_;  // when the object owns the alignment
   uint64_t echeance_ = 0;            // absolute milliseconds of a monotonic clock
+  const std::atomic<bool>* arret_ = nullptr;
   bool limite_ = false;
   bool depasse_ = false;
 };

@@ -1,4 +1,4 @@
-#include "Differences.h"
+#include <outils_socle/synchro/DifferencesLignes.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -7,8 +7,11 @@
 #include <stdexcept>
 
 #include <outils_socle/synchro/Synchro.h>
+#include <outils_socle/texte/Exception.h>
 
-namespace outils {
+#include "langues/Marque.h"
+
+namespace sdd {
 
 void TexteEnLignes::Decoupe() {
   lignes.clear();
@@ -38,7 +41,11 @@ void GardeCommuns(const std::vector<int>& suite, const std::vector<char>& dansAu
 
 }  // namespace
 
-Differences CompareSuites(const std::vector<int>& ancien, const std::vector<int>& nouveau, float limite) {
+Differences CompareSuites(const std::vector<int>& ancien, const std::vector<int>& nouveau, LimitesComparaison limites) {
+  // The numbers index a table: a negative one would reach before it.
+  for (const std::vector<int>* suite : {&ancien, &nouveau})
+    for (int x : *suite)
+      if (x < 0) throw exceptions::OperationInvalide(N_("CompareSuites : les numéros doivent être positifs ou nuls"));
   int plafond = 0;
   for (int x : ancien) plafond = std::max(plafond, x + 1);
   for (int x : nouveau) plafond = std::max(plafond, x + 1);
@@ -51,7 +58,8 @@ Differences CompareSuites(const std::vector<int>& ancien, const std::vector<int>
 
   std::vector<int> alignes(b.size() + 1, -1);
   Synchro synchro(a.data(), static_cast<int>(a.size()), b.data(), static_cast<int>(b.size()),
-                  Synchro::CompareEntiers, limite);
+                  Synchro::CompareEntiers, limites.limite);
+  synchro.ArreteSur(limites.arret);
   synchro.Synchronise(alignes.data());
 
   // Back to the whole sequences: each new element, its old element or -1.
@@ -161,12 +169,12 @@ class Numeroteur {
 }  // namespace
 
 Differences CompareLignes(const std::vector<std::string_view>& ancien,
-                          const std::vector<std::string_view>& nouveau, float limite) {
+                          const std::vector<std::string_view>& nouveau, LimitesComparaison limites) {
   Numeroteur numeros(ancien.size() + nouveau.size());
   std::vector<int> a, b;
   numeros.Numerote(ancien, a);
   numeros.Numerote(nouveau, b);
-  return CompareSuites(a, b, limite);
+  return CompareSuites(a, b, limites);
 }
 
 std::vector<Bloc> GroupeEnBlocs(const std::vector<Modification>& modifications, int lignesAnciennes,
@@ -194,6 +202,62 @@ std::vector<Bloc> GroupeEnBlocs(const std::vector<Modification>& modifications, 
   return blocs;
 }
 
+void ParcoursBlocs(const Differences& d, int lignesAnciennes, int lignesNouvelles, int contexte,
+                   VisiteurBlocs& visiteur) {
+  for (const Bloc& bloc : GroupeEnBlocs(d.modifications, lignesAnciennes, lignesNouvelles, contexte)) {
+    visiteur.Bloc(bloc);
+    int i = bloc.ancienDebut;
+    for (size_t k = bloc.premiere; k <= bloc.derniere; ++k) {
+      const Modification& m = d.modifications[k];
+      if (m.ancien > i) visiteur.Communes(i, m.ancien);
+      visiteur.Change(m);
+      i = m.ancien + m.supprimes;
+    }
+    if (bloc.ancienFin > i) visiteur.Communes(i, bloc.ancienFin);
+  }
+}
+
+namespace {
+
+class EcrivainUnifie final : public VisiteurBlocs {
+ public:
+  EcrivainUnifie(std::string& sortie, const TexteEnLignes& ancien, const TexteEnLignes& nouveau)
+      : sortie_(sortie), a_(ancien), b_(nouveau) {}
+  void Bloc(const sdd::Bloc& bloc) override {
+    sortie_ += "@@ -";
+    AjouteEtendue(sortie_, bloc.ancienDebut, bloc.ancienFin - bloc.ancienDebut);
+    sortie_ += " +";
+    AjouteEtendue(sortie_, bloc.nouveauDebut, bloc.nouveauFin - bloc.nouveauDebut);
+    sortie_ += " @@\n";
+  }
+  void Communes(int debut, int fin) override {
+    for (int i = debut; i < fin; ++i) Ligne(' ', a_.lignes[static_cast<size_t>(i)]);
+  }
+  void Change(const Modification& m) override {
+    for (int s = 0; s < m.supprimes; ++s) Ligne('-', a_.lignes[static_cast<size_t>(m.ancien + s)]);
+    for (int s = 0; s < m.inseres; ++s) Ligne('+', b_.lignes[static_cast<size_t>(m.nouveau + s)]);
+  }
+
+ private:
+  void Ligne(char marque, std::string_view ligne) {
+    sortie_ += marque;
+    sortie_ += ligne;
+    if (ligne.empty() || ligne.back() != '\n') sortie_ += "\n\\ No newline at end of file\n";
+  }
+  std::string& sortie_;
+  const TexteEnLignes& a_;
+  const TexteEnLignes& b_;
+};
+
+}  // namespace
+
+void EcrisBlocsUnifies(std::string& sortie, const TexteEnLignes& ancien, const TexteEnLignes& nouveau,
+                       const Differences& d, int contexte) {
+  EcrivainUnifie ecrivain(sortie, ancien, nouveau);
+  ParcoursBlocs(d, static_cast<int>(ancien.lignes.size()), static_cast<int>(nouveau.lignes.size()), contexte,
+                ecrivain);
+}
+
 void AjouteEtendue(std::string& sortie, int debut, int compte) {
   if (compte == 1) {
     sortie += std::to_string(debut + 1);
@@ -204,4 +268,4 @@ void AjouteEtendue(std::string& sortie, int debut, int compte) {
   }
 }
 
-}  // namespace outils
+}  // namespace sdd
