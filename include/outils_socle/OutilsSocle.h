@@ -37,6 +37,7 @@
 #include <outils_socle/reglages/PreferencesPlateforme.h>
 #include <outils_socle/reglages/Reglage.h>
 #include <outils_socle/reglages/Reglages.h>
+#include <outils_socle/synchro/DifferencesLignes.h>
 #include <outils_socle/synchro/Synchro.h>
 #include <outils_socle/texte/ChaineN.h>
 #include <outils_socle/texte/ConvertisseurChaineN.h>

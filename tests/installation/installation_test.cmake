@@ -5,20 +5,26 @@ file(REMOVE_RECURSE ${TRAVAIL})
 lance(${CMAKE_COMMAND} --install ${BUILD} --prefix ${TRAVAIL}/prefixe)
 verifie_installation(${TRAVAIL}/prefixe ${TRAVAIL}/verification ${GENERATEUR})
 
-# The Python module, when built: Debian's python3 imports it from the prefix and it finds the
-# library from its own place, with no library path set.
-file(GLOB modules ${TRAVAIL}/prefixe/lib/python3*/dist-packages/outils_socle.cpython-*.so)
+# The Python package, when built: Debian's python3 imports it from the prefix and it finds the
+# library from its own place, with no library path set; pip builds the same package in a fresh
+# virtual environment against the installed library.
+file(GLOB modules ${TRAVAIL}/prefixe/lib/python3*/dist-packages/outils_socle/_outils_socle.cpython-*.so)
 if(modules)
   list(GET modules 0 module)
-  get_filename_component(dossier ${module} DIRECTORY)
-  if(NOT EXISTS ${dossier}/outils_socle.pyi)
-    message(FATAL_ERROR "the type stubs are not installed beside ${module}")
-  endif()
+  get_filename_component(paquet ${module} DIRECTORY)
+  foreach(f __init__.py _outils_socle.pyi py.typed)
+    if(NOT EXISTS ${paquet}/${f})
+      message(FATAL_ERROR "${f} is not installed beside ${module}")
+    endif()
+  endforeach()
+  get_filename_component(dossier ${paquet} DIRECTORY)
   unset(ENV{LD_LIBRARY_PATH})
   set(ENV{PYTHONPATH} ${dossier})
   lance(/usr/bin/python3 -c "import outils_socle as o
-print(o.__file__ == '${module}', o.egal('ÉTÉ', 'ete', 6))")
+print(o._outils_socle.__file__ == '${module}', o.egal('ÉTÉ', 'ete', 6))")
   if(NOT SORTIE STREQUAL "True True\n")
     message(FATAL_ERROR "installed Python module: ${SORTIE}")
   endif()
+  unset(ENV{PYTHONPATH})
+  lance(/usr/bin/python3 ${SOURCE}/tests/installation/venv_test.py ${TRAVAIL}/prefixe ${SOURCE}/python)
 endif()
