@@ -4,6 +4,8 @@
 #include <future>
 #include <thread>
 
+#include <outils_socle/texte/UTF8.h>
+
 #include "Commun.h"
 
 namespace outils_python {
@@ -109,6 +111,10 @@ std::string Chemin(ArgChemin a, const char* nom) {
   if (octets.empty()) throw py::value_error(std::string(nom) + " : chemin vide");
   if (octets.find('\0') != std::string::npos)
     throw py::value_error(std::string(nom) + " : le chemin contient un caractère nul");
+  // The library names files in Unicode (UTF-8 on disk): a name in another encoding would be
+  // opened or written under a different name.
+  if (sdd::PremiereErreurUTF8(octets) != std::string_view::npos)
+    throw py::value_error(std::string(nom) + " : le chemin n’est pas de l’UTF-8 valide, que la bibliothèque ne sait pas nommer");
   return octets;
 }
 

@@ -265,7 +265,11 @@ void DeclareLexique(py::module_& m) {
   m.attr("JOKER_TOUT_CARACTERE") = 0x10;
 
   py::class_<Listage>(m, "_Listage", "Générateur de formes d’un lexique (voir formes_commencant).")
-      .def("__iter__", [](py::object soi) { return soi; })
+      .def("__iter__",
+           [](Soi<Listage> soi) {
+             Objet(soi);
+             return py::reinterpret_borrow<py::object>(soi.h);
+           })
       .def("__next__", [](Soi<Listage> soi) { return Objet(soi).Suivante(); });
 
   py::class_<Compilateur>(m, "CompilateurAutomateAcycliqueMin",
