@@ -71,6 +71,7 @@ bench: build
 	./build/bench/bench_journaux
 	./build/bench/bench_xml
 	PYTHONPATH=build/python/module /usr/bin/python3 bench/python_bench.py
+	PYTHONPATH=build/python/module /usr/bin/python3 bench/dask_bench.py
 	./build/bench/bench_synchro
 	./build/bench/bench_corrections
 

@@ -181,8 +181,8 @@ void EcrisUnifie(std::string& sortie, const Fichier& ancien, const Fichier& nouv
   // The library's hunks, in colours or down to the characters.
   class Ecrivain final : public sdd::VisiteurBlocs {
    public:
-    Ecrivain(std::string& s, const TexteEnLignes& a, const TexteEnLignes& b, const Options& o, const Echeance& e,
-             int& distance)
+    Ecrivain(std::string& s, const TexteEnLignes& a, const TexteEnLignes& b, const Options& o,
+             const Echeance& e, int& distance)
         : s_(s), a_(a), b_(b), o_(o), e_(e), distance_(distance) {}
     void Bloc(const sdd::Bloc& bloc) override { AjouteEnTeteBloc(s_, bloc, o_); }
     void Communes(int debut, int fin) override {
@@ -202,8 +202,10 @@ void EcrisUnifie(std::string& sortie, const Fichier& ancien, const Fichier& nouv
                              Lignes(b_, m.nouveau, m.nouveau + m.inseres), o_, e_, distance_);
         return;
       }
-      for (int s = 0; s < m.supprimes; ++s) AjouteLigne(s_, '-', a_.lignes[static_cast<size_t>(m.ancien + s)], kRouge);
-      for (int s = 0; s < m.inseres; ++s) AjouteLigne(s_, '+', b_.lignes[static_cast<size_t>(m.nouveau + s)], kVert);
+      for (int s = 0; s < m.supprimes; ++s)
+        AjouteLigne(s_, '-', a_.lignes[static_cast<size_t>(m.ancien + s)], kRouge);
+      for (int s = 0; s < m.inseres; ++s)
+        AjouteLigne(s_, '+', b_.lignes[static_cast<size_t>(m.nouveau + s)], kVert);
     }
 
    private:
@@ -214,8 +216,8 @@ void EcrisUnifie(std::string& sortie, const Fichier& ancien, const Fichier& nouv
     const Echeance& e_;
     int& distance_;
   } ecrivain(sortie, ancien.texte, nouveau.texte, o, e, distanceCaracteres);
-  sdd::ParcoursBlocs(d, static_cast<int>(ancien.texte.lignes.size()), static_cast<int>(nouveau.texte.lignes.size()),
-                     o.contexte, ecrivain);
+  sdd::ParcoursBlocs(d, static_cast<int>(ancien.texte.lignes.size()),
+                     static_cast<int>(nouveau.texte.lignes.size()), o.contexte, ecrivain);
 }
 
 // ---- side by side

@@ -114,16 +114,19 @@ std::string Chemin(ArgChemin a, const char* nom) {
   // The library names files in Unicode (UTF-8 on disk): a name in another encoding would be
   // opened or written under a different name.
   if (sdd::PremiereErreurUTF8(octets) != std::string_view::npos)
-    throw py::value_error(std::string(nom) + " : le chemin n’est pas de l’UTF-8 valide, que la bibliothèque ne sait pas nommer");
+    throw py::value_error(std::string(nom) +
+                          " : le chemin n’est pas de l’UTF-8 valide, que la bibliothèque ne sait pas nommer");
   return octets;
 }
 
 void LanceNonInitialise(const char* classe) {
-  throw py::type_error(std::string(classe) + " : objet non initialisé (créé par __new__ sans que __init__ l’ait rempli)");
+  throw py::type_error(std::string(classe) +
+                       " : objet non initialisé (créé par __new__ sans que __init__ l’ait rempli)");
 }
 
 void LanceSansObjet(const char* classe, py::handle recu) {
-  throw py::type_error(std::string(classe) + " : méthode appelée sans objet " + classe + " (reçu " + NomType(recu) + ")");
+  throw py::type_error(std::string(classe) + " : méthode appelée sans objet " + classe + " (reçu " +
+                       NomType(recu) + ")");
 }
 
 void Interruptible(const std::function<void(const std::atomic<bool>& arret)>& travail) {

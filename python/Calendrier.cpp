@@ -39,11 +39,15 @@ void DeclareCalendrier(py::module_& m) {
   // pybind11 keeps the pointers: the texts live as long as the module.
   static const std::string docs[] = {
       std::string("Jours depuis le 9 décembre 1582 (réforme française) : 0 ce jour-là, 1 le 20 décembre 1582."
-                   " Attention à l’ordre (jour, mois, année).") + kDatesNonVerifiees,
+                  " Attention à l’ordre (jour, mois, année).") +
+          kDatesNonVerifiees,
       std::string("Jours depuis le 2 septembre 1752 (réforme britannique) : 0 ce jour-là, 1 le 14 septembre "
-                   "1752. Attention à l’ordre (jour, mois, année).") + kDatesNonVerifiees,
-      std::string("Jours de la date à aujourd’hui (date locale), positifs pour une date passée. Ordre (année, "
-                   "mois, jour).") + kDatesNonVerifiees,
+                  "1752. Attention à l’ordre (jour, mois, année).") +
+          kDatesNonVerifiees,
+      std::string(
+          "Jours de la date à aujourd’hui (date locale), positifs pour une date passée. Ordre (année, "
+          "mois, jour).") +
+          kDatesNonVerifiees,
   };
   m.def(
       "calcule_ecart_depuis_15821209",
@@ -51,33 +55,35 @@ void DeclareCalendrier(py::module_& m) {
         const Date d = LisDate(jour, mois, annee);
         return CalculeEcartDepuis15821209(d.jour, d.mois, d.annee);
       },
-      py::arg("jour"), py::arg("mois"), py::arg("annee"),
-      docs[0].c_str());
+      py::arg("jour"), py::arg("mois"), py::arg("annee"), docs[0].c_str());
   m.def(
       "calcule_ecart_depuis_17520902",
       [](ArgEntier jour, ArgEntier mois, ArgEntier annee) {
         const Date d = LisDate(jour, mois, annee);
         return CalculeEcartDepuis17520902(d.jour, d.mois, d.annee);
       },
-      py::arg("jour"), py::arg("mois"), py::arg("annee"),
-      docs[1].c_str());
+      py::arg("jour"), py::arg("mois"), py::arg("annee"), docs[1].c_str());
   m.def(
       "calcule_difference_dates",
       [](ArgEntier annee, ArgEntier mois, ArgEntier jour) {
         const Date d = LisDate(jour, mois, annee);
         return CalculeDifferenceDates(d.annee, d.mois, d.jour);
       },
-      py::arg("annee"), py::arg("mois"), py::arg("jour"),
-      docs[2].c_str());
+      py::arg("annee"), py::arg("mois"), py::arg("jour"), docs[2].c_str());
   m.def(
       "compare_dates",
-      [](ArgEntier annee1, ArgEntier mois1, ArgEntier jour1, ArgEntier annee2, ArgEntier mois2, ArgEntier jour2) {
-        const auto e = [](ArgEntier a, const char* nom) { return static_cast<int>(Entier(a, nom, INT32_MIN, INT32_MAX)); };
+      [](ArgEntier annee1, ArgEntier mois1, ArgEntier jour1, ArgEntier annee2, ArgEntier mois2,
+         ArgEntier jour2) {
+        const auto e = [](ArgEntier a, const char* nom) {
+          return static_cast<int>(Entier(a, nom, INT32_MIN, INT32_MAX));
+        };
         return CompareDates(e(annee1, "annee1"), e(mois1, "mois1"), e(jour1, "jour1"), e(annee2, "annee2"),
                             e(mois2, "mois2"), e(jour2, "jour2"));
       },
-      py::arg("annee1"), py::arg("mois1"), py::arg("jour1"), py::arg("annee2"), py::arg("mois2"), py::arg("jour2"),
-      "-1, 0 ou 1 selon que la première date vient avant, est la même ou vient après (comparaison des triplets "
+      py::arg("annee1"), py::arg("mois1"), py::arg("jour1"), py::arg("annee2"), py::arg("mois2"),
+      py::arg("jour2"),
+      "-1, 0 ou 1 selon que la première date vient avant, est la même ou vient après (comparaison des "
+      "triplets "
       "(année, mois, jour), sans vérification).");
   m.def(
       "donne_date",

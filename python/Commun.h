@@ -56,7 +56,9 @@ inline ChaineN Texte(ArgTexte a, const char* nom) { return Texte(a.h, nom); }
 // An int (or any object with __index__, but not a bool's cousin float) within [min, max];
 // ValueError outside.
 int64_t Entier(py::handle objet, const char* nom, int64_t min, int64_t max);
-inline int64_t Entier(ArgEntier a, const char* nom, int64_t min, int64_t max) { return Entier(a.h, nom, min, max); }
+inline int64_t Entier(ArgEntier a, const char* nom, int64_t min, int64_t max) {
+  return Entier(a.h, nom, min, max);
+}
 inline uint32_t Entier32(ArgEntier a, const char* nom) {
   return static_cast<uint32_t>(Entier(a.h, nom, 0, UINT32_MAX));
 }
@@ -139,14 +141,14 @@ void DeclareCalendrier(py::module_& m);
 
 // The wrappers' casters: they take any object, and name the expected type in signatures.
 namespace pybind11::detail {
-#define OUTILS_PYTHON_ARGUMENT(Type, nom)                           \
-  template <>                                                       \
-  struct type_caster<outils_python::Type> {                         \
-    PYBIND11_TYPE_CASTER(outils_python::Type, const_name(nom));     \
-    bool load(handle source, bool) {                                \
-      value.h = source;                                             \
-      return true;                                                  \
-    }                                                               \
+#define OUTILS_PYTHON_ARGUMENT(Type, nom)                                                 \
+  template <>                                                                             \
+  struct type_caster<outils_python::Type> {                                               \
+    PYBIND11_TYPE_CASTER(outils_python::Type, const_name(nom));                           \
+    bool load(handle source, bool) {                                                      \
+      value.h = source;                                                                   \
+      return true;                                                                        \
+    }                                                                                     \
     static handle cast(const outils_python::Type&, return_value_policy, handle) = delete; \
   };
 OUTILS_PYTHON_ARGUMENT(ArgTexte, "str")

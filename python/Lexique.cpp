@@ -69,7 +69,16 @@ class Compilateur {
                            NomType(progression));
     sdd::ListeT<ChaineN> liste;
     std::size_t i = 0;
-    for (const py::handle m : mots) liste.Ajoute(Element(m, "mots", i++));
+    for (const py::handle m : mots) {
+      ChaineN mot = Element(m, "mots", i);
+      // The automaton's states end on character 0: a word cannot hold it.
+      for (uint64_t k = 0; k < mot.Longueur(); ++k)
+        if (mot.DonneUnites()[k] == 0)
+          throw py::value_error("mots[" + std::to_string(i) +
+                                "] : le caractère U+0000 ne peut pas être dans un mot");
+      liste.Ajoute(std::move(mot));
+      ++i;
+    }
     std::unique_ptr<ProgressionPython> rapport;
     if (!progression.is_none()) rapport = std::make_unique<ProgressionPython>(progression);
     {
@@ -165,7 +174,8 @@ class Lexique {
       // A newer automaton says so by its version digits; bytes that are no digits at all
       // (a text file, garbage) are no lexicon.
       if (taille_ >= 4 && (octets_[0] > 9 || octets_[1] > 9 || octets_[2] > 9 || octets_[3] > 9))
-        throw sdd::exceptions::TableNonValide("ce n’est pas un lexique : les octets de version ne sont pas des chiffres");
+        throw sdd::exceptions::TableNonValide(
+            "ce n’est pas un lexique : les octets de version ne sont pas des chiffres");
       throw;
     }
   }
@@ -272,15 +282,17 @@ void DeclareLexique(py::module_& m) {
            })
       .def("__next__", [](Soi<Listage> soi) { return Objet(soi).Suivante(); });
 
-  py::class_<Compilateur>(m, "CompilateurAutomateAcycliqueMin",
-                          "Compile une liste de mots (tout itérable de str) en automate minimal acyclique.\n\n"
-                          "Ne se picke pas : picklez AutomateAcycliqueMin.depuis_octets(c.octets()).")
-      .def(py::init<const py::object&, bool, const py::object&>(), py::arg("mots"), py::arg("parents") = false,
-           py::arg("progression") = py::none(),
+  py::class_<Compilateur>(
+      m, "CompilateurAutomateAcycliqueMin",
+      "Compile une liste de mots (tout itérable de str) en automate minimal acyclique.\n\n"
+      "Ne se picke pas : picklez AutomateAcycliqueMin.depuis_octets(c.octets()).")
+      .def(py::init<const py::object&, bool, const py::object&>(), py::arg("mots"),
+           py::arg("parents") = false, py::arg("progression") = py::none(),
            "mots : les formes ; parents : garder les nœuds parents ; progression(fait, total) est appelée "
            "pendant la compilation.")
       .def(
-          "ecris", [](Soi<Compilateur> soi, ArgChemin chemin) { return Objet(soi).Ecris(Chemin(chemin, "chemin")); },
+          "ecris",
+          [](Soi<Compilateur> soi, ArgChemin chemin) { return Objet(soi).Ecris(Chemin(chemin, "chemin")); },
           py::arg("chemin"),
           "Écrit le lexique dans un fichier et rend sa taille. Le fichier est écrit à côté puis renommé : "
           "un lexique ouvert sur ce chemin garde son ancien contenu.")
@@ -303,23 +315,28 @@ void DeclareLexique(py::module_& m) {
   static PyMethodDef noPourMot = {"no_pour_mot", NoPourMotBrut, METH_O,
                                   "no_pour_mot(self, mot: str) -> int\n--\n\n"
                                   "Le numéro de la forme, -1 si elle est absente."};
-  static PyMethodDef contient = {"__contains__", ContientBrut, METH_O,
-                                 "__contains__(self, mot: str) -> bool\n--\n\nVrai si la forme est dans le lexique."};
+  static PyMethodDef contient = {
+      "__contains__", ContientBrut, METH_O,
+      "__contains__(self, mot: str) -> bool\n--\n\nVrai si la forme est dans le lexique."};
   AjouteMethodeBrute(classeLexique, &noPourMot);
   AjouteMethodeBrute(classeLexique, &contient);
   classeLexique
       .def(py::init([](ArgChemin chemin) { return std::make_unique<Lexique>(Chemin(chemin, "chemin")); }),
            py::arg("chemin"), "Ouvre le lexique écrit dans ce fichier.")
       .def_static(
-          "depuis_octets", [](const py::object& donnees) { return std::make_unique<Lexique>(Lexique::DepuisOctets{}, donnees); },
+          "depuis_octets",
+          [](const py::object& donnees) {
+            return std::make_unique<Lexique>(Lexique::DepuisOctets{}, donnees);
+          },
           py::arg("donnees"),
           "Le lexique lu dans ces octets (bytes, bytearray, memoryview…), sans fichier : ceux de "
           "CompilateurAutomateAcycliqueMin.octets() ou d’un fichier lu.")
       .def(
           "octets", [](Soi<Lexique> soi) { return Objet(soi).Octets(); },
           "Les octets du lexique, tels qu’écrits dans son fichier.")
-      .def(py::pickle([](Soi<Lexique> soi) { return Objet(soi).Octets(); },
-                      [](const py::bytes& octets) { return std::make_unique<Lexique>(Lexique::DepuisOctets{}, octets); }))
+      .def(py::pickle(
+          [](Soi<Lexique> soi) { return Objet(soi).Octets(); },
+          [](const py::bytes& octets) { return std::make_unique<Lexique>(Lexique::DepuisOctets{}, octets); }))
       .def("__len__", [](Soi<Lexique> soi) { return Objet(soi).A().NombreDeFormes(); })
       .def("__repr__",
            [](Soi<Lexique> soi) {
@@ -332,8 +349,9 @@ void DeclareLexique(py::module_& m) {
             const int64_t n = Entier(numero, "numero", INT64_MIN, INT64_MAX);
             AutomateAcycliqueMin::_Forme f;
             if (n < 0 || n >= l.A().NombreDeFormes() || !l.A().FormePourNo(static_cast<uint32_t>(n), f))
-              throw py::index_error("numero : hors du lexique (0 à " + std::to_string(l.A().NombreDeFormes()) +
-                                    " - 1), reçu " + std::to_string(n));
+              throw py::index_error("numero : hors du lexique (0 à " +
+                                    std::to_string(l.A().NombreDeFormes()) + " - 1), reçu " +
+                                    std::to_string(n));
             return Str(f.forme);
           },
           py::arg("numero"), "La forme de ce numéro ; IndexError hors de 0..len-1.")
@@ -342,14 +360,16 @@ void DeclareLexique(py::module_& m) {
           [](Soi<Lexique> soi, ArgTexte mot, ArgEntier masque, bool exact) {
             const Lexique& l = Objet(soi);
             const ChaineN m = Texte(mot, "mot");
-            const sdd::OptionRecherche options(exact ? sdd::OptionRecherche::kExactSeulement : 0, Masque(masque));
+            const sdd::OptionRecherche options(exact ? sdd::OptionRecherche::kExactSeulement : 0,
+                                               Masque(masque));
             sdd::ListeC<AutomateAcycliqueMin::_Forme> formes;
             {
               py::gil_scoped_release sansGil;
               l.A().FormesPour(m, formes, options);
             }
             py::list r;
-            for (const auto& f : formes) r.append(NouvelleForme(Str(f.forme), f.numero, f.rang1, f.rang2, f.detail));
+            for (const auto& f : formes)
+              r.append(NouvelleForme(Str(f.forme), f.numero, f.rang1, f.rang2, f.detail));
             return r;
           },
           py::arg("mot"), py::arg("masque") = 0, py::arg("exact") = false,
@@ -361,13 +381,16 @@ void DeclareLexique(py::module_& m) {
           [](Soi<Lexique> soi, ArgTexte prefixe) {
             const Lexique& l = Objet(soi);
             const ChaineN p = Texte(prefixe, "prefixe");
-            return Listage(py::reinterpret_borrow<py::object>(soi.h), [&l, p](uint64_t deja, uint64_t lot, std::vector<FormeBrute>& sortie) {
-              uint64_t vu = 0;
-              l.A().VisiteFormesCommencant(p, [&](const char16_t* u, uint32_t n, uint32_t numero) {
-                if (vu++ >= deja) sortie.push_back(FormeBrute{std::u16string(u, n), numero, 0, 0, 0});
-                return sortie.size() < lot;
-              });
-            });
+            return Listage(py::reinterpret_borrow<py::object>(soi.h),
+                           [&l, p](uint64_t deja, uint64_t lot, std::vector<FormeBrute>& sortie) {
+                             uint64_t vu = 0;
+                             l.A().VisiteFormesCommencant(
+                                 p, [&](const char16_t* u, uint32_t n, uint32_t numero) {
+                                   if (vu++ >= deja)
+                                     sortie.push_back(FormeBrute{std::u16string(u, n), numero, 0, 0, 0});
+                                   return sortie.size() < lot;
+                                 });
+                           });
           },
           py::arg("prefixe"),
           "Générateur des formes commençant par le préfixe (sans tenir compte des accents ni de la casse), "
@@ -378,14 +401,18 @@ void DeclareLexique(py::module_& m) {
             const Lexique& l = Objet(soi);
             const ChaineN p = Texte(motif, "motif");
             const auto options = static_cast<uint32_t>(Entier(parametre, "parametre", 0, 31));
-            return Listage(py::reinterpret_borrow<py::object>(soi.h), [&l, p, options](uint64_t deja, uint64_t lot, std::vector<FormeBrute>& sortie) {
-              sdd::ListeC<AutomateAcycliqueMin::_Forme> formes;
-              l.A().FormesPourJoker(p, formes, options, static_cast<uint32_t>(std::min<uint64_t>(deja + lot, UINT32_MAX)));
-              uint64_t i = 0;
-              for (const auto& f : formes) {
-                if (i++ >= deja) sortie.push_back(FormeBrute{U16(f.forme), f.numero, f.rang1, f.rang2, f.detail});
-              }
-            });
+            return Listage(
+                py::reinterpret_borrow<py::object>(soi.h),
+                [&l, p, options](uint64_t deja, uint64_t lot, std::vector<FormeBrute>& sortie) {
+                  sdd::ListeC<AutomateAcycliqueMin::_Forme> formes;
+                  l.A().FormesPourJoker(p, formes, options,
+                                        static_cast<uint32_t>(std::min<uint64_t>(deja + lot, UINT32_MAX)));
+                  uint64_t i = 0;
+                  for (const auto& f : formes) {
+                    if (i++ >= deja)
+                      sortie.push_back(FormeBrute{U16(f.forme), f.numero, f.rang1, f.rang2, f.detail});
+                  }
+                });
           },
           py::arg("motif"), py::arg("parametre") = 0,
           "Générateur des formes du motif, par numéro : * une suite de caractères, ? et _ un caractère, "
@@ -407,7 +434,8 @@ void DeclareLexique(py::module_& m) {
               l.A().FormesProbabilistes(m, {}, n, c, nullptr, formes);
             }
             py::list r;
-            for (const auto& f : formes) r.append(NouvelleCorrection(Str(f.forme), f.numero, f.cout, f.probabilite));
+            for (const auto& f : formes)
+              r.append(NouvelleCorrection(Str(f.forme), f.numero, f.cout, f.probabilite));
             return r;
           },
           py::arg("mot"), py::arg("limite") = 10, py::arg("cout_max") = 0,

@@ -160,7 +160,9 @@ void DeclareSynchro(py::module_& m) {
           "Éléments supprimés plus insérés d’un plus court passage de l’ancien au nouveau.")
       .def(
           "phrases_similaires",
-          [](Soi<SynchroPython> soi, bool contenuAccepte) { return Objet(soi).PhrasesSimilaires(contenuAccepte); },
+          [](Soi<SynchroPython> soi, bool contenuAccepte) {
+            return Objet(soi).PhrasesSimilaires(contenuAccepte);
+          },
           py::arg("contenu_accepte") = false,
           "Vrai si les deux suites sont proches (moins de 30 % de différence) ; contenu_accepte : un "
           "nouveau texte contenu dans l’ancien compte comme proche.")

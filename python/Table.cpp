@@ -55,7 +55,7 @@ class TablePython {
     return f(table_);
   }
 
- // A table no other thread can see yet, being filled.
+  // A table no other thread can see yet, being filled.
   Table& Neuve() { return table_; }
 
  private:
@@ -146,11 +146,12 @@ void DeclareTable(py::module_& m) {
       "sérialisée.")
       .def(py::init(&DepuisDict), py::arg("donnees") = py::none(),
            "Une table vide, ou remplie des paires d’un dict de str vers int.")
-      .def("__len__", [](Soi<TablePython> soi) { return Objet(soi).Lit([](const Table& t) { return t.Taille(); }); })
+      .def("__len__",
+           [](Soi<TablePython> soi) { return Objet(soi).Lit([](const Table& t) { return t.Taille(); }); })
       .def("__repr__",
            [](Soi<TablePython> soi) {
-             return "<TableChaine : " + std::to_string(Objet(soi).Lit([](const Table& t) { return t.Taille(); })) +
-                    " clefs>";
+             return "<TableChaine : " +
+                    std::to_string(Objet(soi).Lit([](const Table& t) { return t.Taille(); })) + " clefs>";
            })
       .def(
           "__contains__",
@@ -196,7 +197,8 @@ void DeclareTable(py::module_& m) {
             });
             return v ? py::cast(*v) : defaut;
           },
-          py::arg("clef"), py::arg("defaut") = py::none(), "La valeur de la clef, defaut si elle est absente.")
+          py::arg("clef"), py::arg("defaut") = py::none(),
+          "La valeur de la clef, defaut si elle est absente.")
       .def(
           "items",
           [](Soi<TablePython> soi) {
@@ -233,7 +235,8 @@ void DeclareTable(py::module_& m) {
           "Écrit la table sous sa forme sérialisée (version 110), dans un fichier écrit à côté puis "
           "renommé : une panne laisse l’ancien entier.")
       .def(
-          "octets", [](Soi<TablePython> soi) { return Octets(Objet(soi)); }, "La forme sérialisée, en octets.")
+          "octets", [](Soi<TablePython> soi) { return Octets(Objet(soi)); },
+          "La forme sérialisée, en octets.")
       .def_static(
           "lis",
           [](ArgChemin chemin) {
@@ -243,15 +246,17 @@ void DeclareTable(py::module_& m) {
             return DepuisFlux(entree);
           },
           py::arg("chemin"), "Lit une table écrite par ecris ; une forme endommagée lève TableNonValide.")
-      .def_static("depuis_octets", &DepuisOctets, py::arg("donnees"),
-                  "Lit une table dans les octets que donne octets() ; une forme endommagée lève TableNonValide.")
+      .def_static(
+          "depuis_octets", &DepuisOctets, py::arg("donnees"),
+          "Lit une table dans les octets que donne octets() ; une forme endommagée lève TableNonValide.")
       .def(py::pickle([](Soi<TablePython> soi) { return Octets(Objet(soi)); },
                       [](const py::bytes& octets) { return DepuisOctets(octets); }))
       .def(
           "formes_pour",
           [](Soi<TablePython> soi, ArgTexte mot, ArgEntier masque, ArgEntier limite) {
             const ChaineN k = Texte(mot, "mot");
-            const auto options = sdd::OptionRecherche(0, static_cast<uint32_t>(Entier(masque, "masque", 0, 15)));
+            const auto options =
+                sdd::OptionRecherche(0, static_cast<uint32_t>(Entier(masque, "masque", 0, 15)));
             const uint32_t n = Entier32(limite, "limite");
             return Cherche(Objet(soi), n, [&](const Table& t, Formes& f) { t.FormesPour(k, options, n, f); });
           },
@@ -264,7 +269,8 @@ void DeclareTable(py::module_& m) {
           [](Soi<TablePython> soi, ArgTexte prefixe, ArgEntier limite) {
             const ChaineN p = Texte(prefixe, "prefixe");
             const uint32_t n = Entier32(limite, "limite");
-            return Cherche(Objet(soi), n, [&](const Table& t, Formes& f) { t.FormesCommencant(p, {}, n, f); });
+            return Cherche(Objet(soi), n,
+                           [&](const Table& t, Formes& f) { t.FormesCommencant(p, {}, n, f); });
           },
           py::arg("prefixe"), py::arg("limite") = 0,
           "Les (clef, valeur) des clefs qui commencent par le préfixe (sans tenir compte des accents ni "
@@ -275,7 +281,8 @@ void DeclareTable(py::module_& m) {
             const ChaineN p = Texte(motif, "motif");
             const uint32_t n = Entier32(limite, "limite");
             const auto options = static_cast<uint32_t>(Entier(parametre, "parametre", 0, 31));
-            return Cherche(Objet(soi), n, [&](const Table& t, Formes& f) { t.FormesPourJoker(p, n, options, f); });
+            return Cherche(Objet(soi), n,
+                           [&](const Table& t, Formes& f) { t.FormesPourJoker(p, n, options, f); });
           },
           py::arg("motif"), py::arg("limite") = 0, py::arg("parametre") = 0,
           "Les (clef, valeur) des clefs du motif, dans l’ordre de l’arbre ; au plus limite (0 : toutes). "
@@ -286,7 +293,8 @@ void DeclareTable(py::module_& m) {
           [](Soi<TablePython> soi, ArgTexte mot, ArgEntier limite) {
             const ChaineN k = Texte(mot, "mot");
             const uint32_t n = Entier32(limite, "limite");
-            return Cherche(Objet(soi), n, [&](const Table& t, Formes& f) { t.FormesPourAnagrammes(k, {}, n, f); });
+            return Cherche(Objet(soi), n,
+                           [&](const Table& t, Formes& f) { t.FormesPourAnagrammes(k, {}, n, f); });
           },
           py::arg("mot"), py::arg("limite") = 0,
           "Les (clef, valeur) des clefs faites des lettres du mot, chacune une fois ; au plus limite "

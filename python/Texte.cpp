@@ -47,7 +47,8 @@ void DeclareTexte(py::module_& m) {
   m.def(
       "egal",
       [](ArgTexte a, ArgTexte b, ArgEntier masque) {
-        return Texte(a, "a").Egal(Texte(b, "b"), static_cast<ChaineN::Malgray>(Entier(masque, "masque", 0, 15)));
+        return Texte(a, "a").Egal(Texte(b, "b"),
+                                  static_cast<ChaineN::Malgray>(Entier(masque, "masque", 0, 15)));
       },
       py::arg("a"), py::arg("b"), py::arg("masque") = 0,
       "Vrai si a et b sont égales aux différences près que le masque ignore (MALGRAY_*).");

@@ -17,11 +17,12 @@ PyStructSequence_Desc descriptionForme = {
     "Une forme trouvée : texte, numéro, rangs (les plus petits d’abord) et détail. Un tuple nommé.",
     champsForme, 5};
 
-PyStructSequence_Field champsCorrection[] = {{"forme", "le texte de la correction"},
-                                             {"numero", "son numéro dans le lexique"},
-                                             {"cout", "le coût des fautes corrigées (10 par faute ordinaire)"},
-                                             {"probabilite", "la lecture du coût par le modèle"},
-                                             {nullptr, nullptr}};
+PyStructSequence_Field champsCorrection[] = {
+    {"forme", "le texte de la correction"},
+    {"numero", "son numéro dans le lexique"},
+    {"cout", "le coût des fautes corrigées (10 par faute ordinaire)"},
+    {"probabilite", "la lecture du coût par le modèle"},
+    {nullptr, nullptr}};
 PyStructSequence_Desc descriptionCorrection = {
     "outils_socle.Correction", "Une correction : forme, numéro, coût et probabilité. Un tuple nommé.",
     champsCorrection, 4};

@@ -15,6 +15,9 @@ paquets=(
   libxml2-dev libxml2-utils libpugixml-dev
   # The Python module: pybind11, Python's headers, pytest, and marisa-trie's binding to measure against.
   pybind11-dev python3-pybind11 python3-dev python3-pytest python3-marisa
+  # The module's tests: random calls (Hypothesis), its types (mypy, stubtest), a Dask cluster,
+  # and pip install into a fresh virtual environment.
+  python3-hypothesis python3-mypy python3-dask python3-distributed python3-venv python3-pip python3-setuptools
   zlib1g-dev libdeflate-dev libicu-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   wfrench ccache clang-format unicode-data libabsl-dev libtbb-dev libmarisa-dev libdawgdic-dev libfst-dev libfst-tools wamerican

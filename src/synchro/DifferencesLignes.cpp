@@ -41,11 +41,13 @@ void GardeCommuns(const std::vector<int>& suite, const std::vector<char>& dansAu
 
 }  // namespace
 
-Differences CompareSuites(const std::vector<int>& ancien, const std::vector<int>& nouveau, LimitesComparaison limites) {
+Differences CompareSuites(const std::vector<int>& ancien, const std::vector<int>& nouveau,
+                          LimitesComparaison limites) {
   // The numbers index a table: a negative one would reach before it.
   for (const std::vector<int>* suite : {&ancien, &nouveau})
     for (int x : *suite)
-      if (x < 0) throw exceptions::OperationInvalide(N_("CompareSuites : les numéros doivent être positifs ou nuls"));
+      if (x < 0)
+        throw exceptions::OperationInvalide(N_("CompareSuites : les numéros doivent être positifs ou nuls"));
   int plafond = 0;
   for (int x : ancien) plafond = std::max(plafond, x + 1);
   for (int x : nouveau) plafond = std::max(plafond, x + 1);

@@ -92,8 +92,10 @@ exige("${depends_outils-socle}" "${bibliotheque} \\(= ${version}\\)" "program De
 
 # The Python module: where Debian's python3 looks, with its type stubs, for that interpreter.
 set(c "${contenu_python3-outils-socle}")
-exige("${c}" "usr/lib/python3/dist-packages/outils_socle\\.cpython-3[0-9]+-${multiarch}\\.so\n" "Python module")
-exige("${c}" "usr/lib/python3/dist-packages/outils_socle\\.pyi\n" "Python module")
+exige("${c}" "usr/lib/python3/dist-packages/outils_socle/_outils_socle\\.cpython-3[0-9]+-${multiarch}\\.so\n" "Python module")
+foreach(f __init__\\.py _outils_socle\\.pyi py\\.typed)
+  exige("${c}" "usr/lib/python3/dist-packages/outils_socle/${f}\n" "Python package")
+endforeach()
 exige("${depends_python3-outils-socle}" "${bibliotheque} \\(= ${version}\\)" "Python Depends")
 exige("${depends_python3-outils-socle}" "python3 \\(>= 3\\.[0-9]+\\), python3 \\(<< 3\\.[0-9]+\\)" "Python Depends")
 
