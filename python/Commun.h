@@ -92,7 +92,8 @@ struct Soi {
 [[noreturn]] void LanceSansObjet(const char* classe, py::handle recu);
 template <typename T>
 T& Objet(Soi<T> soi) {
-  const py::detail::type_info* info = py::detail::get_type_info(typeid(T));
+  // Looked up once: the classes are registered when the module loads, before any call.
+  static const py::detail::type_info* const info = py::detail::get_type_info(typeid(T));
   if (info == nullptr || !PyObject_TypeCheck(soi.h.ptr(), info->type)) LanceSansObjet(T::kNom, soi.h);
   auto* instance = reinterpret_cast<py::detail::instance*>(soi.h.ptr());
   const py::detail::value_and_holder v = instance->get_value_and_holder(info, false);
