@@ -119,6 +119,12 @@ std::string Chemin(ArgChemin a, const char* nom) {
   return octets;
 }
 
+py::buffer_info Tampon(const py::handle& objet, const char* nom) {
+  if (PyUnicode_Check(objet.ptr()) || !PyObject_CheckBuffer(objet.ptr()))
+    LanceType(nom, "un objet bytes ou semblable", objet);
+  return py::reinterpret_borrow<py::buffer>(objet).request();
+}
+
 void LanceNonInitialise(const char* classe) {
   throw py::type_error(std::string(classe) +
                        " : objet non initialisé (créé par __new__ sans que __init__ l’ait rempli)");
@@ -129,13 +135,20 @@ void LanceSansObjet(const char* classe, py::handle recu) {
                        NomType(recu) + ")");
 }
 
-void Interruptible(const std::function<void(const std::atomic<bool>& arret)>& travail) {
+namespace {
+unsigned long filPrincipal = 0;  // noted once, when the module loads
+}  // namespace
+
+void NoteFilPrincipal() {
+  filPrincipal = py::module_::import("threading").attr("main_thread")().attr("ident").cast<unsigned long>();
+}
+
+void Interruptible(uint64_t elements, const std::function<void(const std::atomic<bool>& arret)>& travail) {
+  constexpr uint64_t kElementsCourts = 4096;
   // Only the main thread receives signals; elsewhere the work simply runs here without the GIL.
-  const py::module_ threading = py::module_::import("threading");
-  const py::object principal_ = threading.attr("main_thread")().attr("ident");
-  const bool principal = principal_.equal(threading.attr("get_ident")());
+  const bool principal = PyThread_get_thread_ident() == filPrincipal;
   std::atomic<bool> arret{false};
-  if (!principal) {
+  if (!principal || elements < kElementsCourts) {
     py::gil_scoped_release sansGil;
     travail(arret);
     return;

@@ -1,8 +1,6 @@
 // The calendar across the French and British reforms.
 #include <outils_socle/dates/Calendrier.h>
 
-#include <string>
-
 #include "Commun.h"
 
 namespace outils_python {
@@ -19,57 +17,50 @@ struct Date {
   int jour, mois, annee;
 };
 
-Date LisDate(ArgEntier jour, ArgEntier mois, ArgEntier annee, const char* suffixe = "") {
-  const std::string j = std::string("jour") + suffixe, m = std::string("mois") + suffixe,
-                    a = std::string("annee") + suffixe;
-  return Date{static_cast<int>(Entier(jour, j.c_str(), -kJourMax, kJourMax)),
-              static_cast<int>(Entier(mois, m.c_str(), -kMoisMax, kMoisMax)),
-              static_cast<int>(Entier(annee, a.c_str(), -kAnneeMax, kAnneeMax))};
+Date LisDate(ArgEntier jour, ArgEntier mois, ArgEntier annee) {
+  return Date{static_cast<int>(Entier(jour, "jour", -kJourMax, kJourMax)),
+              static_cast<int>(Entier(mois, "mois", -kMoisMax, kMoisMax)),
+              static_cast<int>(Entier(annee, "annee", -kAnneeMax, kAnneeMax))};
 }
 
-const char* const kDatesNonVerifiees =
-    "\n\nLes dates ne sont pas vérifiées, comme dans la bibliothèque : un jour au-delà de la fin du mois "
-    "continue sur les suivants, un mois au-dessus de 12 compte comme décembre, le mois 0 comme un mois "
-    "de 31 jours avant janvier ; les années avant 1 sont communes. Années de -5 000 000 à 5 000 000, "
-    "mois de -10 000 à 10 000, jours de -100 000 000 à 100 000 000 : au-delà, ValueError.";
+// Ends each counting function's docstring (a literal, so that the texts are joined at compile
+// time and live as long as the module, as pybind11 needs).
+#define OUTILS_PYTHON_DATES_NON_VERIFIEES                                                                     \
+  "\n\nLes dates ne sont pas vérifiées, comme dans la bibliothèque : un jour au-delà de la fin du mois "  \
+  "continue sur les suivants, un mois au-dessus de 12 compte comme décembre, le mois 0 comme un mois de 31 " \
+  "jours avant janvier ; les années avant 1 sont communes. Années de -5 000 000 à 5 000 000, mois de "     \
+  "-10 000 à 10 000, jours de -100 000 000 à 100 000 000 : au-delà, ValueError."
 
 }  // namespace
 
 void DeclareCalendrier(py::module_& m) {
-  // pybind11 keeps the pointers: the texts live as long as the module.
-  static const std::string docs[] = {
-      std::string("Jours depuis le 9 décembre 1582 (réforme française) : 0 ce jour-là, 1 le 20 décembre 1582."
-                  " Attention à l’ordre (jour, mois, année).") +
-          kDatesNonVerifiees,
-      std::string("Jours depuis le 2 septembre 1752 (réforme britannique) : 0 ce jour-là, 1 le 14 septembre "
-                  "1752. Attention à l’ordre (jour, mois, année).") +
-          kDatesNonVerifiees,
-      std::string(
-          "Jours de la date à aujourd’hui (date locale), positifs pour une date passée. Ordre (année, "
-          "mois, jour).") +
-          kDatesNonVerifiees,
-  };
   m.def(
       "calcule_ecart_depuis_15821209",
       [](ArgEntier jour, ArgEntier mois, ArgEntier annee) {
         const Date d = LisDate(jour, mois, annee);
         return CalculeEcartDepuis15821209(d.jour, d.mois, d.annee);
       },
-      py::arg("jour"), py::arg("mois"), py::arg("annee"), docs[0].c_str());
+      py::arg("jour"), py::arg("mois"), py::arg("annee"),
+      "Jours depuis le 9 décembre 1582 (réforme française) : 0 ce jour-là, 1 le 20 décembre 1582. "
+      "Attention à l’ordre (jour, mois, année)." OUTILS_PYTHON_DATES_NON_VERIFIEES);
   m.def(
       "calcule_ecart_depuis_17520902",
       [](ArgEntier jour, ArgEntier mois, ArgEntier annee) {
         const Date d = LisDate(jour, mois, annee);
         return CalculeEcartDepuis17520902(d.jour, d.mois, d.annee);
       },
-      py::arg("jour"), py::arg("mois"), py::arg("annee"), docs[1].c_str());
+      py::arg("jour"), py::arg("mois"), py::arg("annee"),
+      "Jours depuis le 2 septembre 1752 (réforme britannique) : 0 ce jour-là, 1 le 14 septembre 1752. "
+      "Attention à l’ordre (jour, mois, année)." OUTILS_PYTHON_DATES_NON_VERIFIEES);
   m.def(
       "calcule_difference_dates",
       [](ArgEntier annee, ArgEntier mois, ArgEntier jour) {
         const Date d = LisDate(jour, mois, annee);
         return CalculeDifferenceDates(d.annee, d.mois, d.jour);
       },
-      py::arg("annee"), py::arg("mois"), py::arg("jour"), docs[2].c_str());
+      py::arg("annee"), py::arg("mois"), py::arg("jour"),
+      "Jours de la date à aujourd’hui (date locale), positifs pour une date passée. Ordre (année, mois, "
+      "jour)." OUTILS_PYTHON_DATES_NON_VERIFIEES);
   m.def(
       "compare_dates",
       [](ArgEntier annee1, ArgEntier mois1, ArgEntier jour1, ArgEntier annee2, ArgEntier mois2,

@@ -68,6 +68,24 @@ double Reel(ArgReel a, const char* nom, double min, double max);
 // ValueError for an empty path or one holding a NUL.
 std::string Chemin(ArgChemin a, const char* nom);
 
+// The bytes of a bytes-like object (bytes, bytearray, memoryview, mmap…), valid while the
+// object lives and is not resized; TypeError for anything else, str included.
+py::buffer_info Tampon(const py::handle& objet, const char* nom);
+
+// An element of a list argument, converted by `conversion(nom)`: when it is refused, the
+// conversion runs again under the element's full name ("mots[3]"), so that the error names the
+// element without a name being built for every element that passes.
+template <typename F, typename Place>
+auto Element(const char* nom, Place&& place, F&& conversion) {
+  try {
+    return conversion(nom);
+  } catch (const py::builtin_exception&) {
+    const std::string complet = std::string(nom) + "[" + place() + "]";
+    conversion(complet.c_str());  // raises, under the full name
+    throw;
+  }
+}
+
 // Strings back to Python.
 inline py::str Str(const char16_t* u, std::size_t n) {
   PyObject* s = PyUnicode_DecodeUTF16(reinterpret_cast<const char*>(u), static_cast<Py_ssize_t>(2 * n),
@@ -127,8 +145,12 @@ PyObject* Protege(F&& f) {
 // Long work: `travail` runs on another thread without the GIL while this one waits; on the
 // main thread it checks for signals every 50 ms, so that Ctrl-C raises KeyboardInterrupt at
 // once: the flag handed to `travail` is raised, the work gives up, and the interruption
-// propagates once it has.
-void Interruptible(const std::function<void(const std::atomic<bool>& arret)>& travail);
+// propagates once it has. `elements` is the size of the work's input (the two sequences'
+// lengths together): below a few thousand, the search ends in milliseconds whatever the
+// inputs, and runs right here rather than pay for a thread (some tens of microseconds).
+void Interruptible(uint64_t elements, const std::function<void(const std::atomic<bool>& arret)>& travail);
+// Notes which thread is Python's main one; called when the module loads.
+void NoteFilPrincipal();
 
 // Each part adds its classes and functions to the module.
 void DeclareErreurs(py::module_& m);

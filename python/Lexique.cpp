@@ -44,19 +44,6 @@ class ProgressionPython final : public sdd::Progression {
   std::unique_ptr<py::error_already_set> erreur_;
 };
 
-// The element `i` of a list argument as text: a wrong one is named by its place ("mots[3]").
-ChaineN Element(py::handle h, const char* nom, std::size_t i) {
-  std::u16string tampon;
-  std::u16string_view u;
-  try {
-    u = Unites(h, nom, tampon);
-  } catch (const py::builtin_exception&) {
-    Unites(h, (std::string(nom) + "[" + std::to_string(i) + "]").c_str(), tampon);  // raises, named
-    throw;
-  }
-  return ChaineN(u.data(), static_cast<uint64_t>(u.size()));
-}
-
 class Compilateur {
  public:
   static constexpr const char* kNom = "CompilateurAutomateAcycliqueMin";
@@ -70,7 +57,8 @@ class Compilateur {
     sdd::ListeT<ChaineN> liste;
     std::size_t i = 0;
     for (const py::handle m : mots) {
-      ChaineN mot = Element(m, "mots", i);
+      ChaineN mot = Element(
+          "mots", [i] { return std::to_string(i); }, [&](const char* nom) { return Texte(m, nom); });
       // The automaton's states end on character 0: a word cannot hold it.
       for (uint64_t k = 0; k < mot.Longueur(); ++k)
         if (mot.DonneUnites()[k] == 0)
@@ -140,9 +128,7 @@ class Lexique {
     if (PyBytes_Check(donnees.ptr())) {
       proprietaire_ = py::reinterpret_borrow<py::object>(donnees);
     } else {
-      if (!PyObject_CheckBuffer(donnees.ptr()))
-        throw py::type_error("donnees : un objet bytes ou semblable est attendu, reçu " + NomType(donnees));
-      py::buffer_info vue = py::reinterpret_borrow<py::buffer>(donnees).request();
+      const py::buffer_info vue = Tampon(donnees, "donnees");
       proprietaire_ = py::bytes(static_cast<const char*>(vue.ptr), vue.size * vue.itemsize);
     }
     char* octets = PyBytes_AS_STRING(proprietaire_.ptr());

@@ -10,6 +10,7 @@ PYBIND11_MODULE(_outils_socle, m) {
       "insensibles classées, préfixes, jokers, corrections), comparaison sans accents, casse ni "
       "ligatures, sept codages, comparaison de textes et calendrier.";
 
+  outils_python::NoteFilPrincipal();
   outils_python::DeclareErreurs(m);
   outils_python::DeclareTexte(m);
   outils_python::DeclareLexique(m);

@@ -30,8 +30,8 @@ Elements Liste(const py::handle& objet, const char* nom) {
   std::u16string tampon;
   for (std::size_t i = 0; i < static_cast<std::size_t>(py::len(suite)); ++i) {
     const py::object e = suite[i];
-    const std::string nomElement = std::string(nom) + "[" + std::to_string(i) + "]";
-    r.emplace_back(Unites(e, nomElement.c_str(), tampon));
+    r.emplace_back(Element(
+        nom, [i] { return std::to_string(i); }, [&](const char* n) { return Unites(e, n, tampon); }));
   }
   return r;
 }
@@ -97,12 +97,11 @@ class SynchroPython {
 
   template <typename F>
   void Execute(F&& f) {
-    Interruptible([&](const std::atomic<bool>& arret) {
-      auto* a = const_cast<Elements*>(&listeA_);
-      auto* b = const_cast<Elements*>(&listeB_);
+    const auto elements = caracteres_ ? a_.Longueur() + b_.Longueur() : listeA_.size() + listeB_.size();
+    Interruptible(elements, [&](const std::atomic<bool>& arret) {
       Synchro s = caracteres_ ? Synchro(a_, b_, limite_)
-                              : Synchro(a, static_cast<int>(a->size()), b, static_cast<int>(b->size()),
-                                        CompareElements, limite_);
+                              : Synchro(&listeA_, static_cast<int>(listeA_.size()), &listeB_,
+                                        static_cast<int>(listeB_.size()), CompareElements, limite_);
       s.ArreteSur(&arret);
       f(s);
       depassee_ = s.LimiteTempsDepassee();
@@ -127,7 +126,7 @@ py::str DiffUnifie(ArgTexte ancien, ArgTexte nouveau, ArgEntier contexte, ArgTex
   const std::string nomB = Texte(nomNouveau, "nom_nouveau").Encode();
   const auto secondes = static_cast<float>(Reel(limite, "limite", 0, 1e9));
   std::string sortie;
-  Interruptible([&](const std::atomic<bool>& arret) {
+  Interruptible(a.octets.size() + b.octets.size(), [&](const std::atomic<bool>& arret) {
     a.Decoupe();
     b.Decoupe();
     if (a.lignes.size() > kLongueurMax || b.lignes.size() > kLongueurMax)

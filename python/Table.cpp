@@ -104,8 +104,10 @@ std::unique_ptr<TablePython> DepuisDict(const py::object& donnees) {
     const py::tuple kv = py::reinterpret_borrow<py::tuple>(paire);
     if (!PyUnicode_Check(kv[0].ptr()))
       throw py::type_error("donnees : clef str attendue, reçu " + NomType(kv[0]));
-    const std::string nom = "donnees[" + std::string(py::repr(kv[0])) + "]";
-    paires.emplace_back(Texte(kv[0], "donnees (clef)"), Valeur(kv[1], nom.c_str()));
+    paires.emplace_back(Texte(kv[0], "donnees (clef)"),
+                        Element(
+                            "donnees", [&] { return std::string(py::repr(kv[0])); },
+                            [&](const char* nom) { return Valeur(kv[1], nom); }));
   }
   for (const auto& [k, v] : paires) t->Neuve().Mets(k, v);
   return t;
@@ -118,9 +120,7 @@ std::unique_ptr<TablePython> DepuisFlux(sdd::FluxEntree& entree) {
 }
 
 std::unique_ptr<TablePython> DepuisOctets(const py::object& donnees) {
-  if (!PyObject_CheckBuffer(donnees.ptr()))
-    throw py::type_error("donnees : un objet bytes ou semblable est attendu, reçu " + NomType(donnees));
-  py::buffer_info vue = py::reinterpret_borrow<py::buffer>(donnees).request();
+  const py::buffer_info vue = Tampon(donnees, "donnees");
   sdd::TamponMemoire tampon(static_cast<char*>(vue.ptr), vue.size * vue.itemsize, false);
   return DepuisFlux(tampon);
 }
@@ -129,6 +129,20 @@ py::bytes Octets(const TablePython& t) {
   sdd::TamponMemoire tampon;
   t.LitSansGil([&](const Table& table) { table.Ecris(tampon); });
   return py::bytes(reinterpret_cast<const char*>(tampon.PreteDonneesBrutes()), tampon.Taille());
+}
+
+// The key's value, if the table holds the key.
+std::optional<int64_t> Cherche(const TablePython& t, const ChaineN& clef) {
+  return t.Lit([&](const Table& table) {
+    const int64_t* v = table.Trouve(clef);
+    return v != nullptr ? std::optional<int64_t>(*v) : std::nullopt;
+  });
+}
+
+py::list Clefs(const TablePython& t) {
+  py::list r;
+  for (const auto& paire : Toutes(t)) r.append(Str(paire.first));
+  return r;
 }
 
 [[noreturn]] void LanceClef(const ChaineN& k) { throw py::key_error(std::string(py::repr(Str(k)))); }
@@ -164,10 +178,7 @@ void DeclareTable(py::module_& m) {
           "__getitem__",
           [](Soi<TablePython> soi, ArgTexte clef) {
             const ChaineN k = Texte(clef, "clef");
-            const auto v = Objet(soi).Lit([&](const Table& t) {
-              const int64_t* v = t.Trouve(k);
-              return v != nullptr ? std::optional<int64_t>(*v) : std::nullopt;
-            });
+            const std::optional<int64_t> v = Cherche(Objet(soi), k);
             if (!v) LanceClef(k);
             return *v;
           },
@@ -176,7 +187,7 @@ void DeclareTable(py::module_& m) {
           "__setitem__",
           [](Soi<TablePython> soi, ArgTexte clef, ArgEntier valeur) {
             const ChaineN k = Texte(clef, "clef");
-            const int64_t v = Entier(valeur, "valeur", INT64_MIN, INT64_MAX);
+            const int64_t v = Valeur(valeur.h, "valeur");
             Objet(soi).Change([&](Table& t) { t.Mets(k, v); });
           },
           py::arg("clef"), py::arg("valeur"))
@@ -190,11 +201,7 @@ void DeclareTable(py::module_& m) {
       .def(
           "get",
           [](Soi<TablePython> soi, ArgTexte clef, py::object defaut) -> py::object {
-            const ChaineN k = Texte(clef, "clef");
-            const auto v = Objet(soi).Lit([&](const Table& t) {
-              const int64_t* v = t.Trouve(k);
-              return v != nullptr ? std::optional<int64_t>(*v) : std::nullopt;
-            });
+            const std::optional<int64_t> v = Cherche(Objet(soi), Texte(clef, "clef"));
             return v ? py::cast(*v) : defaut;
           },
           py::arg("clef"), py::arg("defaut") = py::none(),
@@ -208,19 +215,9 @@ void DeclareTable(py::module_& m) {
           },
           "Les paires (clef, valeur) dans l’ordre de l’arbre.")
       .def(
-          "keys",
-          [](Soi<TablePython> soi) {
-            py::list r;
-            for (const auto& paire : Toutes(Objet(soi))) r.append(Str(paire.first));
-            return r;
-          },
+          "keys", [](Soi<TablePython> soi) { return Clefs(Objet(soi)); },
           "Les clefs dans l’ordre de l’arbre.")
-      .def("__iter__",
-           [](Soi<TablePython> soi) {
-             py::list r;
-             for (const auto& paire : Toutes(Objet(soi))) r.append(Str(paire.first));
-             return py::iter(r);
-           })
+      .def("__iter__", [](Soi<TablePython> soi) { return py::iter(Clefs(Objet(soi))); })
       .def(
           "ecris",
           [](Soi<TablePython> soi, ArgChemin chemin) {

@@ -16,10 +16,8 @@ py::bytes Encode(ArgTexte texte, ArgEntier codage) {
 }
 
 py::str Decode(const py::object& octets, ArgEntier codage) {
-  if (!PyObject_CheckBuffer(octets.ptr()) || PyUnicode_Check(octets.ptr()))
-    throw py::type_error("octets : un objet bytes ou semblable est attendu, reçu " + NomType(octets));
+  const py::buffer_info vue = Tampon(octets, "octets");
   const ChaineN::Codage c = CodageValide(codage);
-  const py::buffer_info vue = py::reinterpret_borrow<py::buffer>(octets).request();
   return Str(ChaineN(static_cast<const char*>(vue.ptr), c, static_cast<uint64_t>(vue.size * vue.itemsize)));
 }
 

@@ -1,11 +1,8 @@
 """The module never crashes its interpreter: the programs that once did run in a child process
 (a crash kills the child, not the test), and every misuse ends in a Python exception that says
 what was wrong."""
-import math
 import os
-import pathlib
 import pickle
-import signal
 import subprocess
 import sys
 import textwrap
@@ -391,6 +388,6 @@ def test_ctrl_c_interrompt_une_longue_comparaison():
             print("fini")
         except KeyboardInterrupt:
             print("interrompu", time.monotonic() - envoi[1] < 0.1)
-        print(s.distance() if False else "ok")
+        print(s.limite_depassee)
     """)
-    assert sortie == "interrompu True\ninterrompu True\nok\n"
+    assert sortie == "interrompu True\ninterrompu True\nTrue\n"
