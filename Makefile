@@ -6,6 +6,8 @@
 #   make bench       run the benchmarks (ours beside ICU, Qt, the standard library, zlib, libdeflate,
 #                    marisa-trie and dawgdic)
 #   make format      check the formatting with clang-format
+#   make pot         collect the marked messages into po/outils-socle.pot and merge them into
+#                    po/en.po (new ones come untranslated, for a translator to fill in)
 #   make fuzz        build the fuzz targets with clang and run each for DUREE seconds (default 5)
 #   make deb         build the Debian packages into build-deb/paquets/
 #   make check-deb   build them, check them with lintian, unpack them and use them as a user would
@@ -14,7 +16,7 @@ JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?=
 LAUNCHER := $(shell command -v ccache >/dev/null 2>&1 && echo -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
 
-.PHONY: setup build demo check check-asan check-tsan bench format fuzz deb check-deb clean
+.PHONY: setup build demo check check-asan check-tsan bench format fuzz deb check-deb pot clean
 
 setup:
 	@bash scripts/setup.sh
@@ -74,6 +76,16 @@ bench: build
 	PYTHONPATH=build/python/module /usr/bin/python3 bench/dask_bench.py
 	./build/bench/bench_synchro
 	./build/bench/bench_corrections
+
+# The keywords are the marks the sources use: N_ and Traduis in the library, Tr and TrPluriel in
+# the program. The catalogue's test (Langues.CatalogueAnglaisComplet) runs the same collection.
+XGETTEXT_MOTS = --keyword --keyword=N_ --keyword=Traduis:1 --keyword=Tr --keyword=TrPluriel:1,2
+pot:
+	xgettext --from-code=UTF-8 -C $(XGETTEXT_MOTS) --package-name=outils-socle --add-location=file \
+	  --sort-output -o po/outils-socle.pot $$(git ls-files 'src/*.cpp' 'outils/*.cpp')
+	msgmerge --quiet --update --backup=none --sort-output --add-location=file po/en.po po/outils-socle.pot
+	msgattrib --no-obsolete --sort-output -o po/en.po po/en.po
+	msgfmt --check --statistics -o /dev/null po/en.po
 
 # Packages are built for /usr, with Debian's hardening flags, from a build of their own (tests and
 # benchmarks off), optimised as the tested build is (-O2; CPack strips the debugging data).

@@ -17,15 +17,15 @@ namespace outils {
 namespace {
 
 const char* const kAideBlocs =
-    "Usage : outils-socle blocs <action> ...\n"
-    "\n"
-    "  range LISTE SORTIE [--taille N] [--type T] [--codage C]\n"
-    "        range les mots de LISTE (UTF-8, un par ligne) dans des blocs de N octets (16384 par\n"
-    "        défaut), compressés par zlib (T = 1, par défaut) ou non (T = 0), chaque mot écrit\n"
-    "        dans le codage C (UTF-8 par défaut) ; écrit SORTIE et SORTIE.positions (la position\n"
-    "        de chaque mot, une par ligne), puis mesure la lecture d'un mot au hasard\n"
-    "  lis BLOCS POSITION... [--codage C]\n"
-    "        le mot rangé à chaque position « (bloc,décalage) »\n";
+    N_("Usage : outils-socle blocs <action> ...\n"
+       "\n"
+       "  range LISTE SORTIE [--taille N] [--type T] [--codage C]\n"
+       "        range les mots de LISTE (UTF-8, un par ligne) dans des blocs de N octets (16384 par\n"
+       "        défaut), compressés par zlib (T = 1, par défaut) ou non (T = 0), chaque mot écrit\n"
+       "        dans le codage C (UTF-8 par défaut) ; écrit SORTIE et SORTIE.positions (la position\n"
+       "        de chaque mot, une par ligne), puis mesure la lecture d'un mot au hasard\n"
+       "  lis BLOCS POSITION... [--codage C]\n"
+       "        le mot rangé à chaque position « (bloc,décalage) »\n");
 
 bool LisPosition(const std::string& texte, sdd::_typPositionEncodageBloc& position) {
   unsigned long long bloc = 0, decalage = 0;
@@ -39,7 +39,7 @@ bool Codage(const Arguments& a, sdd::ChaineN::Codage& codage) {
   const std::string nom = a.Texte("codage", "UTF-8");
   const auto c = CodageDepuisNom(nom);
   if (!c) {
-    Erreur("codage inconnu : « " + nom + " » (codages : " + NomsDesCodages() + ")");
+    Erreur(Texte(N_("codage inconnu : « %s » (codages : %s)"), {nom, NomsDesCodages()}));
     return false;
   }
   codage = *c;
@@ -48,7 +48,7 @@ bool Codage(const Arguments& a, sdd::ChaineN::Codage& codage) {
 
 int Range(const Arguments& a) {
   if (a.positions.size() != 2) {
-    Erreur("blocs range : LISTE et SORTIE attendues");
+    Erreur(Tr("blocs range : LISTE et SORTIE attendues"));
     return 2;
   }
   sdd::ChaineN::Codage codage = sdd::ChaineN::kCodageUTF8;
@@ -56,7 +56,7 @@ int Range(const Arguments& a) {
   const long taille = a.Nombre("taille", 16384);
   const long type = a.Nombre("type", 1);
   if (taille < 1 || taille > (1L << 30) || (type != 0 && type != 1)) {
-    Erreur("blocs range : --taille de 1 à 2^30, --type 0 ou 1");
+    Erreur(Tr("blocs range : --taille de 1 à 2^30, --type 0 ou 1"));
     return 2;
   }
   sdd::ListeT<sdd::ChaineN> mots;
@@ -87,7 +87,7 @@ int Range(const Arguments& a) {
     f.Ferme();
   }
   sdd::FichierMMap lu{UniChemin(a.positions[1].c_str())};
-  std::printf("%llu mots rangés en %.1f ms dans %llu blocs : %llu octets pour %llu (%.1f %%)\n",
+  std::printf(Tr("%llu mots rangés en %.1f ms dans %llu blocs : %llu octets pour %llu (%.1f %%)\n"),
               static_cast<unsigned long long>(mots.Taille()), ecriture,
               static_cast<unsigned long long>(blocs), static_cast<unsigned long long>(lu.Taille()),
               static_cast<unsigned long long>(brut),
@@ -100,20 +100,20 @@ int Range(const Arguments& a) {
     decodeur.DecodeChaine(positions[i], mot, codage);
     const std::string octets = mots[i].Encode(codage);  // what the encoding can hold of the word
     if (mot != sdd::ChaineN(octets.data(), codage, octets.size())) {
-      Erreur("le mot " + std::to_string(i) + " ne se relit pas");
+      Erreur(Texte(N_("le mot %s ne se relit pas"), {std::to_string(i)}));
       return 1;
     }
   }
   std::mt19937 alea(42);
   t0 = Horloge::now();
   for (int i = 0; i < 1000; ++i) decodeur.DecodeChaine(positions[alea() % positions.size()], mot, codage);
-  std::printf("relus : tous exacts ; un mot au hasard en %.2f µs\n", MsDepuis(t0));
+  std::printf(Tr("relus : tous exacts ; un mot au hasard en %.2f µs\n"), MsDepuis(t0));
   return 0;
 }
 
 int Lis(const Arguments& a) {
   if (a.positions.size() < 2) {
-    Erreur("blocs lis : BLOCS et au moins une POSITION attendus");
+    Erreur(Tr("blocs lis : BLOCS et au moins une POSITION attendus"));
     return 2;
   }
   sdd::ChaineN::Codage codage = sdd::ChaineN::kCodageUTF8;
@@ -123,7 +123,7 @@ int Lis(const Arguments& a) {
   for (size_t i = 1; i < a.positions.size(); ++i) {
     sdd::_typPositionEncodageBloc position;
     if (!LisPosition(a.positions[i], position)) {
-      Erreur("position attendue sous la forme (bloc,décalage), pas « " + a.positions[i] + " »");
+      Erreur(Texte(N_("position attendue sous la forme (bloc,décalage), pas « %s »"), {a.positions[i]}));
       return 2;
     }
     sdd::ChaineN mot;
@@ -138,8 +138,7 @@ int Lis(const Arguments& a) {
 
 int Blocs(const std::vector<std::string>& arguments) {
   if (arguments.empty() || arguments[0] == "--help" || arguments[0] == "-h") {
-    std::fputs(kAideBlocs, arguments.empty() ? stderr : stdout);
-    return arguments.empty() ? 2 : 0;
+    return AfficheAide(kAideBlocs, !arguments.empty());
   }
   const std::string action = arguments[0];
   const Arguments a = Analyse({arguments.begin() + 1, arguments.end()}, {"taille", "type", "codage"});
@@ -150,8 +149,7 @@ int Blocs(const std::vector<std::string>& arguments) {
     Erreur(e.MessageCompletTraduit().PreteUTF8());
     return 1;
   }
-  Erreur("blocs : action inconnue « " + action + " » (voir outils-socle blocs --help)");
-  return 2;
+  return ActionInconnue("blocs", action);
 }
 
 }  // namespace outils

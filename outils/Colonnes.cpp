@@ -79,4 +79,9 @@ std::string Aligne(const std::string& texte, size_t largeur) {
   return colonnes >= largeur ? texte : texte + std::string(largeur - colonnes, ' ');
 }
 
+std::string AligneADroite(const std::string& texte, size_t largeur) {
+  const size_t colonnes = LargeurAffichage(texte);
+  return colonnes >= largeur ? texte : std::string(largeur - colonnes, ' ') + texte;
+}
+
 }  // namespace outils

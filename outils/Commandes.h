@@ -14,7 +14,8 @@
 #include <utility>
 #include <vector>
 
-// Marks a text for the translation catalogue (xgettext's keyword N_); it stays as it is.
+// Marks a text for the translation catalogue (xgettext's keyword N_); it stays as it is, and is
+// translated where it is used (Texte, Tr).
 #define N_(texte) texte
 
 // The subcommands of outils-socle. Each takes its own arguments (without the subcommand's name)
@@ -76,6 +77,8 @@ double MsDepuis(Horloge::time_point debut);
 // whatever the accents: a precomposed "é" takes one column, a combining accent none, a wide
 // East Asian character two. Text already as wide is returned whole.
 std::string Aligne(const std::string& texte, size_t largeur);
+// The same, with the spaces before: numbers' headers line up on the right.
+std::string AligneADroite(const std::string& texte, size_t largeur);
 // The longest head of `texte` (UTF-8) that fits in `largeur` terminal columns.
 std::string Coupe(const std::string& texte, size_t largeur);
 // The terminal columns that `texte` (UTF-8) takes.
@@ -83,7 +86,19 @@ size_t LargeurAffichage(const std::string& texte);
 
 // Prints "outils-socle: <message>" on stderr.
 void Erreur(const std::string& message);
+// A subcommand's help (a marked text), translated: on stdout with status 0 when asked for, on
+// stderr with status 2 when the subcommand was given nothing.
+int AfficheAide(const char* aide, bool demandee);
+// The refusal of an action the subcommand does not have; status 2.
+int ActionInconnue(const std::string& commande, const std::string& action);
 // A message of the program in the user's language, each "%s" replaced by the next value.
 std::string Texte(const char* modele, std::initializer_list<std::string> valeurs);
+// A text of the program in the user's language, from the library's catalogue (xgettext keywords
+// Tr and TrPluriel:1,2). The French text stays the printf format that GCC checks the arguments
+// against, and msgfmt checks that the translation takes the same ones.
+const char* Tr(const char* texte) __attribute__((format_arg(1)));
+// The form for `n` things, by the catalogue's plural rule (French: the singular for 0 and 1).
+const char* TrPluriel(const char* singulier, const char* pluriel, unsigned long n)
+    __attribute__((format_arg(1), format_arg(2)));
 
 }  // namespace outils

@@ -1,5 +1,6 @@
 // What every subcommand shares: messages, reading files and word lists, options, timing.
 #include <fcntl.h>
+#include <libintl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -11,14 +12,49 @@
 #include <iostream>
 #include <iterator>
 
+#include <outils_socle/langues/DomaineTraduction.h>
+#include <outils_socle/langues/Langues.h>
+
 #include "Commandes.h"
 
 namespace outils {
 
+namespace {
+
+// The program's texts are in the library's catalogue: one domain, one file per language.
+constexpr const char* kDomaine = "outils-socle";
+
+void LieCatalogue() {
+  static const sdd::DomaineTraduction domaine(kDomaine, sdd::Langues::DossierTraductions());
+}
+
+}  // namespace
+
+const char* Tr(const char* texte) {
+  LieCatalogue();
+  return dgettext(kDomaine, texte);
+}
+
+const char* TrPluriel(const char* singulier, const char* pluriel, unsigned long n) {
+  LieCatalogue();
+  return dngettext(kDomaine, singulier, pluriel, n);
+}
+
 void Erreur(const std::string& message) { std::cerr << "outils-socle: " << message << '\n'; }
 
+int AfficheAide(const char* aide, bool demandee) {
+  std::fputs(Tr(aide), demandee ? stdout : stderr);
+  return demandee ? 0 : 2;
+}
+
+int ActionInconnue(const std::string& commande, const std::string& action) {
+  Erreur(
+      Texte(N_("%s : action inconnue « %s » (voir outils-socle %s --help)"), {commande, action, commande}));
+  return 2;
+}
+
 std::string Texte(const char* modele, std::initializer_list<std::string> valeurs) {
-  std::string texte = sdd::Traduis(modele).DonneStdString();
+  std::string texte = Tr(modele);
   auto valeur = valeurs.begin();
   for (size_t ou = texte.find("%s"); ou != std::string::npos && valeur != valeurs.end();
        ou = texte.find("%s", ou)) {

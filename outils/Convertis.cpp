@@ -43,20 +43,20 @@ bool MemeNom(const std::string& a, const char* b) {
 }
 
 const char* const kAide =
-    "Usage : outils-socle convertis [-f CODAGE] [-t CODAGE] [-o SORTIE] [FICHIER]\n"
-    "\n"
-    "Convertit FICHIER (ou l'entrée standard, ou « - ») du codage -f au codage -t et écrit le\n"
-    "résultat sur la sortie standard ou dans SORTIE. Les octets mal formés en UTF-8 deviennent\n"
-    "U+FFFD ; les caractères que le codage d'arrivée ne connaît pas deviennent « ? », et leur\n"
-    "nombre est signalé sur l'erreur standard.\n"
-    "\n"
-    "Options :\n"
-    "  -f, --de CODAGE       codage d'origine (défaut : UTF-8)\n"
-    "  -t, --vers CODAGE     codage d'arrivée (défaut : UTF-8)\n"
-    "  -o, --sortie FICHIER  fichier de sortie (défaut : sortie standard)\n"
-    "  -h, --help            affiche cette aide\n"
-    "\n"
-    "Codages (sans distinction de casse) : ";
+    N_("Usage : outils-socle convertis [-f CODAGE] [-t CODAGE] [-o SORTIE] [FICHIER]\n"
+       "\n"
+       "Convertit FICHIER (ou l'entrée standard, ou « - ») du codage -f au codage -t et écrit le\n"
+       "résultat sur la sortie standard ou dans SORTIE. Les octets mal formés en UTF-8 deviennent\n"
+       "U+FFFD ; les caractères que le codage d'arrivée ne connaît pas deviennent « ? », et leur\n"
+       "nombre est signalé sur l'erreur standard.\n"
+       "\n"
+       "Options :\n"
+       "  -f, --de CODAGE       codage d'origine (défaut : UTF-8)\n"
+       "  -t, --vers CODAGE     codage d'arrivée (défaut : UTF-8)\n"
+       "  -o, --sortie FICHIER  fichier de sortie (défaut : sortie standard)\n"
+       "  -h, --help            affiche cette aide\n"
+       "\n"
+       "Codages (sans distinction de casse) : ");
 
 }  // namespace
 
@@ -85,12 +85,12 @@ int Convertis(const std::vector<std::string>& arguments) {
   for (size_t i = 0; i < arguments.size(); ++i) {
     const std::string& a = arguments[i];
     if (a == "-h" || a == "--help") {
-      std::cout << kAide << NomsDesCodages() << ".\n";
+      std::cout << Tr(kAide) << NomsDesCodages() << ".\n";
       return 0;
     }
     if (a == "-f" || a == "--de" || a == "-t" || a == "--vers" || a == "-o" || a == "--sortie") {
       if (i + 1 == arguments.size()) {
-        Erreur("l'option " + a + " attend une valeur");
+        Erreur(Texte(N_("l'option %s attend une valeur"), {a}));
         return 2;
       }
       const std::string& valeur = arguments[++i];
@@ -100,15 +100,15 @@ int Convertis(const std::vector<std::string>& arguments) {
       }
       const auto codage = CodageDepuisNom(valeur);
       if (!codage) {
-        Erreur("codage inconnu : « " + valeur + " » (codages : " + NomsDesCodages() + ")");
+        Erreur(Texte(N_("codage inconnu : « %s » (codages : %s)"), {valeur, NomsDesCodages()}));
         return 2;
       }
       (a == "-f" || a == "--de" ? de : vers) = *codage;
     } else if (a.size() > 1 && a[0] == '-') {
-      Erreur("option inconnue : " + a + " (voir outils-socle convertis --help)");
+      Erreur(Texte(N_("option inconnue : %s (voir outils-socle %s --help)"), {a, "convertis"}));
       return 2;
     } else if (entreeVue) {
-      Erreur("un seul fichier d'entrée est accepté");
+      Erreur(Tr("un seul fichier d'entrée est accepté"));
       return 2;
     } else {
       entree = a;
@@ -126,7 +126,7 @@ int Convertis(const std::vector<std::string>& arguments) {
     std::cout.write(resultat.data(), static_cast<std::streamsize>(resultat.size()));
     std::cout.flush();
     if (!std::cout) {
-      Erreur("écriture impossible sur la sortie standard");
+      Erreur(Tr("écriture impossible sur la sortie standard"));
       return 1;
     }
   } else {
@@ -136,13 +136,18 @@ int Convertis(const std::vector<std::string>& arguments) {
   }
   if (remplaces > 0 && vers == C::kCodageUTF8) {
     // Only UTF-16 input holds them: halves of surrogate pairs without their other half.
-    std::cerr << "outils-socle: " << remplaces
-              << (remplaces > 1 ? " unités UTF-16 changées" : " unité UTF-16 changée")
-              << " (substituts sans leur autre moitié, que l’UTF-8 ne sait pas écrire)\n";
+    std::fprintf(stderr,
+                 TrPluriel("outils-socle: %llu unité UTF-16 changée (substituts sans leur autre moitié, "
+                           "que l’UTF-8 ne sait pas écrire)\n",
+                           "outils-socle: %llu unités UTF-16 changées (substituts sans leur autre moitié, "
+                           "que l’UTF-8 ne sait pas écrire)\n",
+                           remplaces),
+                 static_cast<unsigned long long>(remplaces));
   } else if (remplaces > 0) {
-    std::cerr << "outils-socle: " << remplaces
-              << (remplaces > 1 ? " caractères remplacés" : " caractère remplacé")
-              << " par « ? » (absents de " << NomDuCodage(vers) << ")\n";
+    std::fprintf(stderr,
+                 TrPluriel("outils-socle: %llu caractère remplacé par « ? » (absent de %s)\n",
+                           "outils-socle: %llu caractères remplacés par « ? » (absents de %s)\n", remplaces),
+                 static_cast<unsigned long long>(remplaces), NomDuCodage(vers));
   }
   return 0;
 }

@@ -17,14 +17,14 @@ namespace outils {
 namespace {
 
 const char* const kAideHuffman =
-    "Usage : outils-socle huffman <action> ...\n"
-    "\n"
-    "  stats TEXTE                 construit le code des caractères du texte (UTF-8) et le mesure :\n"
-    "                              bits par caractère, entropie des comptes, débits, aller-retour\n"
-    "  code TEXTE CODE             écrit dans CODE le code construit sur les caractères de TEXTE\n"
-    "  encode CODE TEXTE SORTIE    code TEXTE (UTF-8) : le nombre de caractères, puis les bits\n"
-    "  decode CODE ENTREE SORTIE   l'inverse : écrit le texte en UTF-8\n"
-    "  montre CODE [--limite N]    les codes, du plus court au plus long\n";
+    N_("Usage : outils-socle huffman <action> ...\n"
+       "\n"
+       "  stats TEXTE                 construit le code des caractères du texte (UTF-8) et le mesure :\n"
+       "                              bits par caractère, entropie des comptes, débits, aller-retour\n"
+       "  code TEXTE CODE             écrit dans CODE le code construit sur les caractères de TEXTE\n"
+       "  encode CODE TEXTE SORTIE    code TEXTE (UTF-8) : le nombre de caractères, puis les bits\n"
+       "  decode CODE ENTREE SORTIE   l'inverse : écrit le texte en UTF-8\n"
+       "  montre CODE [--limite N]    les codes, du plus court au plus long\n");
 
 bool LisTexte(const std::string& chemin, sdd::ChaineN& texte) {
   std::string octets;
@@ -59,7 +59,7 @@ void Ecris(const std::string& chemin, const sdd::TamponMemoire& octets) {
 std::string Montre(char16_t c) {
   if (c == u'\n') return "\\n";
   if (c == u'\t') return "\\t";
-  if (c == u' ') return "« »";
+  if (c == u' ') return Tr("« »");
   char u[8];
   std::snprintf(u, sizeof(u), "U+%04X", static_cast<unsigned>(c));
   if (c < 0x20 || (c >= 0xD800 && c < 0xE000)) return u;
@@ -79,7 +79,7 @@ double MeilleurEnSecondes(F&& f) {
 
 int Stats(const Arguments& a) {
   if (a.positions.size() != 1) {
-    Erreur("huffman stats : TEXTE attendu");
+    Erreur(Tr("huffman stats : TEXTE attendu"));
     return 2;
   }
   sdd::ChaineN texte;
@@ -112,24 +112,25 @@ int Stats(const Arguments& a) {
     code.DecodeLeFlux(encode, static_cast<unsigned int>(n), retour);
   });
   const double parCar = n == 0 ? 0 : static_cast<double>(bits) / static_cast<double>(n);
-  std::printf("caractères          %llu\n", static_cast<unsigned long long>(n));
-  std::printf("distincts           %llu\n", static_cast<unsigned long long>(distincts));
-  std::printf("bits au total       %llu\n", static_cast<unsigned long long>(bits));
-  std::printf("octets              %llu (UTF-16 : %llu)\n", static_cast<unsigned long long>(encode.Taille()),
-              static_cast<unsigned long long>(2 * n));
-  std::printf("bits par caractère  %.4f\n", parCar);
-  std::printf("entropie            %.4f bits par caractère\n", entropie);
-  std::printf("écart               %.4f bit par caractère\n", parCar - entropie);
-  std::printf("code sérialisé      %llu octets\n", static_cast<unsigned long long>(serialise.Taille()));
-  std::printf("codage              %.1f M caractères/s\n", static_cast<double>(n) / tEncode / 1e6);
-  std::printf("décodage            %.1f M caractères/s\n", static_cast<double>(n) / tDecode / 1e6);
-  std::printf("aller-retour        %s\n", retour == texte ? "exact" : "FAUX");
+  // Each line is one translated text: a translation keeps the labels' column itself.
+  std::printf(Tr("caractères          %llu\n"), static_cast<unsigned long long>(n));
+  std::printf(Tr("distincts           %llu\n"), static_cast<unsigned long long>(distincts));
+  std::printf(Tr("bits au total       %llu\n"), static_cast<unsigned long long>(bits));
+  std::printf(Tr("octets              %llu (UTF-16 : %llu)\n"),
+              static_cast<unsigned long long>(encode.Taille()), static_cast<unsigned long long>(2 * n));
+  std::printf(Tr("bits par caractère  %.4f\n"), parCar);
+  std::printf(Tr("entropie            %.4f bits par caractère\n"), entropie);
+  std::printf(Tr("écart               %.4f bit par caractère\n"), parCar - entropie);
+  std::printf(Tr("code sérialisé      %llu octets\n"), static_cast<unsigned long long>(serialise.Taille()));
+  std::printf(Tr("codage              %.1f M caractères/s\n"), static_cast<double>(n) / tEncode / 1e6);
+  std::printf(Tr("décodage            %.1f M caractères/s\n"), static_cast<double>(n) / tDecode / 1e6);
+  std::printf(Tr("aller-retour        %s\n"), retour == texte ? Tr("exact") : Tr("FAUX"));
   return retour == texte ? 0 : 1;
 }
 
 int Code(const Arguments& a) {
   if (a.positions.size() != 2) {
-    Erreur("huffman code : TEXTE et CODE attendus");
+    Erreur(Tr("huffman code : TEXTE et CODE attendus"));
     return 2;
   }
   sdd::ChaineN texte;
@@ -139,14 +140,14 @@ int Code(const Arguments& a) {
   sdd::TamponMemoire octets;
   code.Ecris(octets);
   Ecris(a.positions[1], octets);
-  std::printf("%u caractères distincts, code de %llu octets\n", code.NombreDeCaracteres(),
+  std::printf(Tr("%u caractères distincts, code de %llu octets\n"), code.NombreDeCaracteres(),
               static_cast<unsigned long long>(octets.Taille()));
   return 0;
 }
 
 int Encode(const Arguments& a) {
   if (a.positions.size() != 3) {
-    Erreur("huffman encode : CODE, TEXTE et SORTIE attendus");
+    Erreur(Tr("huffman encode : CODE, TEXTE et SORTIE attendus"));
     return 2;
   }
   sdd::CodeHuffmanUniChaine code;
@@ -155,14 +156,14 @@ int Encode(const Arguments& a) {
   sdd::TamponMemoire octets;
   code.EncodeTouteLaChaineAvecLongueur(texte, octets);
   Ecris(a.positions[2], octets);
-  std::printf("%llu caractères en %llu octets\n", static_cast<unsigned long long>(texte.Longueur()),
+  std::printf(Tr("%llu caractères en %llu octets\n"), static_cast<unsigned long long>(texte.Longueur()),
               static_cast<unsigned long long>(octets.Taille()));
   return 0;
 }
 
 int Decode(const Arguments& a) {
   if (a.positions.size() != 3) {
-    Erreur("huffman decode : CODE, ENTREE et SORTIE attendus");
+    Erreur(Tr("huffman decode : CODE, ENTREE et SORTIE attendus"));
     return 2;
   }
   sdd::CodeHuffmanUniChaine code;
@@ -178,7 +179,7 @@ int Decode(const Arguments& a) {
 
 int Montre(const Arguments& a) {
   if (a.positions.size() != 1) {
-    Erreur("huffman montre : CODE attendu");
+    Erreur(Tr("huffman montre : CODE attendu"));
     return 2;
   }
   sdd::CodeHuffmanUniChaine code;
@@ -200,7 +201,7 @@ int Montre(const Arguments& a) {
     std::printf("  %s %s\n", Aligne(Montre(codes[i].second), 8).c_str(),
                 bits(code.PreteCodePourCar(codes[i].second, nullptr)).c_str());
   }
-  std::printf("  %s %s (puis les 16 bits du caractère)\n", Aligne("échappement", 8).c_str(),
+  std::printf(Tr("  %s %s (puis les 16 bits du caractère)\n"), Aligne(Tr("échappement"), 8).c_str(),
               bits(code.CodeEchappement()).c_str());
   return 0;
 }
@@ -209,8 +210,7 @@ int Montre(const Arguments& a) {
 
 int Huffman(const std::vector<std::string>& arguments) {
   if (arguments.empty() || arguments[0] == "--help" || arguments[0] == "-h") {
-    std::fputs(kAideHuffman, arguments.empty() ? stderr : stdout);
-    return arguments.empty() ? 2 : 0;
+    return AfficheAide(kAideHuffman, !arguments.empty());
   }
   const std::string action = arguments[0];
   const Arguments a = Analyse({arguments.begin() + 1, arguments.end()}, {"limite"});
@@ -224,8 +224,7 @@ int Huffman(const std::vector<std::string>& arguments) {
     Erreur(e.MessageCompletTraduit().PreteUTF8());
     return 1;
   }
-  Erreur("huffman : action inconnue « " + action + " » (voir outils-socle huffman --help)");
-  return 2;
+  return ActionInconnue("huffman", action);
 }
 
 }  // namespace outils

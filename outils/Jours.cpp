@@ -1,5 +1,6 @@
 // outils-socle jours: day numbers of dates across the French (1582) and British (1752)
 // calendar reforms, differences between dates, and today's date with its weekday.
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -13,21 +14,23 @@ namespace outils {
 namespace {
 
 const char* const kAideJours =
-    "Usage : outils-socle jours [DATE [DATE2]]\n"
-    "\n"
-    "Compte les jours à travers les deux réformes du calendrier : en France, le 9 décembre 1582\n"
-    "(julien) fut suivi du 20 décembre 1582 (grégorien) ; en Grande-Bretagne, le 2 septembre 1752\n"
-    "du 14 septembre 1752. Une date s'écrit JJ/MM/AAAA ou AAAA-MM-JJ, lue dans le calendrier en\n"
-    "vigueur à cette date dans chaque pays.\n"
-    "\n"
-    "  sans date     la date du jour, son jour de la semaine et ses numéros de jour\n"
-    "  DATE          ses numéros de jour depuis chaque réforme, son jour de la semaine dans\n"
-    "                chaque pays et l'écart avec aujourd'hui\n"
-    "  DATE DATE2    le nombre de jours de DATE à DATE2 dans chaque pays\n";
+    N_("Usage : outils-socle jours [DATE [DATE2]]\n"
+       "\n"
+       "Compte les jours à travers les deux réformes du calendrier : en France, le 9 décembre 1582\n"
+       "(julien) fut suivi du 20 décembre 1582 (grégorien) ; en Grande-Bretagne, le 2 septembre 1752\n"
+       "du 14 septembre 1752. Une date s'écrit JJ/MM/AAAA ou AAAA-MM-JJ, lue dans le calendrier en\n"
+       "vigueur à cette date dans chaque pays.\n"
+       "\n"
+       "  sans date     la date du jour, son jour de la semaine et ses numéros de jour\n"
+       "  DATE          ses numéros de jour depuis chaque réforme, son jour de la semaine dans\n"
+       "                chaque pays et l'écart avec aujourd'hui\n"
+       "  DATE DATE2    le nombre de jours de DATE à DATE2 dans chaque pays\n");
 
-const char* const kMois[] = {"janvier", "février", "mars",      "avril",   "mai",      "juin",
-                             "juillet", "août",    "septembre", "octobre", "novembre", "décembre"};
-const char* const kJoursSemaine[] = {"dimanche", "lundi", "mardi", "mercredi", "jeudi", "vendredi", "samedi"};
+const char* const kMois[] = {N_("janvier"),   N_("février"), N_("mars"),     N_("avril"),
+                             N_("mai"),       N_("juin"),    N_("juillet"),  N_("août"),
+                             N_("septembre"), N_("octobre"), N_("novembre"), N_("décembre")};
+const char* const kJoursSemaine[] = {N_("dimanche"), N_("lundi"),    N_("mardi"), N_("mercredi"),
+                                     N_("jeudi"),    N_("vendredi"), N_("samedi")};
 
 struct Date {
   int jour, mois, annee;
@@ -49,8 +52,21 @@ bool LisDate(const std::string& texte, Date& d) {
 }
 
 std::string Ecris(const Date& d) {
-  return std::to_string(d.jour) + (d.jour == 1 ? "er " : " ") + kMois[d.mois - 1] + " " +
-         std::to_string(d.annee);
+  // The order of day, month and year, and the ordinal of the first, are the language's own.
+  if (d.jour == 1) return Texte(N_("1er %s %s"), {Tr(kMois[d.mois - 1]), std::to_string(d.annee)});
+  return Texte(N_("%s %s %s"), {std::to_string(d.jour), Tr(kMois[d.mois - 1]), std::to_string(d.annee)});
+}
+
+// "3 jours", "1 jour", "-2 jours": the plural of the count's size, whatever its sign.
+std::string Jours(int n) {
+  char texte[64];
+  std::snprintf(texte, sizeof(texte),
+                TrPluriel("%d jour", "%d jours", static_cast<unsigned long>(std::abs(n))), n);
+  return texte;
+}
+
+std::string NonGregorien(int annee) {
+  return Texte(N_("le 29 février %s n'existe pas dans le calendrier grégorien"), {std::to_string(annee)});
 }
 
 bool SansBissextileGregorien(int annee) { return annee % 100 == 0 && annee % 400 != 0; }
@@ -69,9 +85,9 @@ Lecture EnFrance(const Date& d) {
   Lecture l{CalculeEcartDepuis15821209(d.jour, d.mois, d.annee), 0, ""};
   l.jourSemaine = JourSemaine(l.numero, 0);
   if (d.annee == 1582 && d.mois == 12 && d.jour > 9 && d.jour < 20)
-    l.note = "date sautée par la réforme (du 10 au 19 décembre 1582)";
+    l.note = Tr("date sautée par la réforme (du 10 au 19 décembre 1582)");
   else if (d.annee > 1582 && d.mois == 2 && d.jour == 29 && SansBissextileGregorien(d.annee))
-    l.note = "le 29 février " + std::to_string(d.annee) + " n'existe pas dans le calendrier grégorien";
+    l.note = NonGregorien(d.annee);
   return l;
 }
 
@@ -83,32 +99,41 @@ Lecture EnGrandeBretagne(const Date& d) {
   const bool quirk1700 = d.annee == 1700 && d.mois <= 2;
   l.jourSemaine = JourSemaine(l.numero - (quirk1700 ? 1 : 0), 3);
   if (d.annee == 1752 && d.mois == 9 && d.jour > 2 && d.jour < 14)
-    l.note = "date sautée par la réforme (du 3 au 13 septembre 1752)";
+    l.note = Tr("date sautée par la réforme (du 3 au 13 septembre 1752)");
   else if (d.annee > 1752 && d.mois == 2 && d.jour == 29 && SansBissextileGregorien(d.annee))
-    l.note = "le 29 février " + std::to_string(d.annee) + " n'existe pas dans le calendrier grégorien";
+    l.note = NonGregorien(d.annee);
   else if (quirk1700)
     l.note =
-        "compté un jour de plus que le calendrier julien, comme la bibliothèque compte janvier et février "
-        "1700";
+        Tr("compté un jour de plus que le calendrier julien, comme la bibliothèque compte janvier et février "
+           "1700");
   return l;
 }
 
+const char* const kFrance = N_("en France (depuis le 9 décembre 1582)");
+const char* const kGrandeBretagne = N_("en Grande-Bretagne (depuis le 2 septembre 1752)");
+
+// A country's name padded to the longer of the two in terminal columns, so that the day numbers
+// line up in any language.
+std::string Pays(const char* pays) {
+  const size_t largeur = std::max(LargeurAffichage(Tr(kFrance)), LargeurAffichage(Tr(kGrandeBretagne)));
+  return Aligne(Tr(pays), largeur);
+}
+
 void Montre(const char* pays, const Lecture& l) {
-  std::printf("  %s : jour %d, un %s", pays, l.numero, kJoursSemaine[l.jourSemaine]);
+  std::printf(Tr("  %s : jour %d, un %s"), Pays(pays).c_str(), l.numero, Tr(kJoursSemaine[l.jourSemaine]));
   if (!l.note.empty()) std::printf(" (%s)", l.note.c_str());
   std::printf("\n");
 }
-
-const char* const kFrance = "en France (depuis le 9 décembre 1582)          ";
-const char* const kGrandeBretagne = "en Grande-Bretagne (depuis le 2 septembre 1752)";
 
 int Aujourdhui() {
   Date d{};
   typJourSem jourSemaine = kDimanche;
   DonneDate(&d.annee, &d.mois, &d.jour, &jourSemaine);
-  std::printf("Aujourd'hui : %s %s\n", kJoursSemaine[jourSemaine - 1], Ecris(d).c_str());
-  std::printf("  %s : jour %d\n", kFrance, CalculeEcartDepuis15821209(d.jour, d.mois, d.annee));
-  std::printf("  %s : jour %d\n", kGrandeBretagne, CalculeEcartDepuis17520902(d.jour, d.mois, d.annee));
+  std::printf(Tr("Aujourd'hui : %s %s\n"), Tr(kJoursSemaine[jourSemaine - 1]), Ecris(d).c_str());
+  std::printf(Tr("  %s : jour %d\n"), Pays(kFrance).c_str(),
+              CalculeEcartDepuis15821209(d.jour, d.mois, d.annee));
+  std::printf(Tr("  %s : jour %d\n"), Pays(kGrandeBretagne).c_str(),
+              CalculeEcartDepuis17520902(d.jour, d.mois, d.annee));
   return 0;
 }
 
@@ -117,18 +142,17 @@ int UneDate(const Date& d) {
   Montre(kFrance, EnFrance(d));
   Montre(kGrandeBretagne, EnGrandeBretagne(d));
   const int ecart = CalculeDifferenceDates(d.annee, d.mois, d.jour);
-  if (ecart > 0) std::printf("  il y a %d jour%s (en France)\n", ecart, ecart > 1 ? "s" : "");
-  if (ecart < 0) std::printf("  dans %d jour%s (en France)\n", -ecart, ecart < -1 ? "s" : "");
-  if (ecart == 0) std::printf("  aujourd'hui\n");
+  if (ecart > 0) std::printf(Tr("  il y a %s (en France)\n"), Jours(ecart).c_str());
+  if (ecart < 0) std::printf(Tr("  dans %s (en France)\n"), Jours(-ecart).c_str());
+  if (ecart == 0) std::fputs(Tr("  aujourd'hui\n"), stdout);
   return 0;
 }
 
 int DeuxDates(const Date& a, const Date& b) {
-  std::printf("Du %s au %s :\n", Ecris(a).c_str(), Ecris(b).c_str());
+  std::printf(Tr("Du %s au %s :\n"), Ecris(a).c_str(), Ecris(b).c_str());
   const Lecture fa = EnFrance(a), fb = EnFrance(b), ga = EnGrandeBretagne(a), gb = EnGrandeBretagne(b);
-  auto jours = [](int n) { return std::to_string(n) + (n > 1 || n < -1 ? " jours" : " jour"); };
-  std::printf("  %s : %s\n", kFrance, jours(fb.numero - fa.numero).c_str());
-  std::printf("  %s : %s\n", kGrandeBretagne, jours(gb.numero - ga.numero).c_str());
+  std::printf(Tr("  %s : %s\n"), Pays(kFrance).c_str(), Jours(fb.numero - fa.numero).c_str());
+  std::printf(Tr("  %s : %s\n"), Pays(kGrandeBretagne).c_str(), Jours(gb.numero - ga.numero).c_str());
   for (const std::string& note : {fa.note, fb.note, ga.note, gb.note})
     if (!note.empty()) std::printf("  (%s)\n", note.c_str());
   return 0;
@@ -138,18 +162,18 @@ int DeuxDates(const Date& a, const Date& b) {
 
 int Jours(const std::vector<std::string>& arguments) {
   if (!arguments.empty() && (arguments[0] == "--help" || arguments[0] == "-h")) {
-    std::fputs(kAideJours, stdout);
+    std::fputs(Tr(kAideJours), stdout);
     return 0;
   }
   if (arguments.size() > 2) {
-    Erreur("jours : au plus deux dates (voir outils-socle jours --help)");
+    Erreur(Tr("jours : au plus deux dates (voir outils-socle jours --help)"));
     return 2;
   }
   Date dates[2]{};
   for (size_t i = 0; i < arguments.size(); ++i) {
     if (!LisDate(arguments[i], dates[i])) {
-      Erreur("jours : date non valide « " + arguments[i] +
-             " » (JJ/MM/AAAA ou AAAA-MM-JJ, année de 1 à 9999)");
+      Erreur(Texte(N_("jours : date non valide « %s » (JJ/MM/AAAA ou AAAA-MM-JJ, année de 1 à 9999)"),
+                   {arguments[i]}));
       return 2;
     }
   }

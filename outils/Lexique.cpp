@@ -19,30 +19,30 @@ namespace outils {
 namespace {
 
 const char* const kAideLexique =
-    "Usage : outils-socle lexique <action> ...\n"
-    "\n"
-    "  compile LISTE SORTIE [--parents] [--partie N]\n"
-    "        compile une liste de mots (UTF-8, un par ligne) en automate minimal\n"
-    "  info LEXIQUE                    version, formes, états, transitions, octets, adresses\n"
-    "  cherche LEXIQUE MOT... [--exact] [--masque M]\n"
-    "        formes correspondant au mot, sans tenir compte des accents, de la casse,\n"
-    "        des variantes ni des ligatures (M : bits 1 ligatures, 2 accents, 4 casse,\n"
-    "        8 variantes), classées, avec leur numéro\n"
-    "  prefixe LEXIQUE PREFIXE... [--limite N]   formes commençant par le préfixe\n"
-    "  joker LEXIQUE MOTIF [--limite N]          formes du motif (* ? _ # &)\n"
-    "  corrige LEXIQUE MOT... [--limite N] [--cout C]\n"
-    "        corrections probables (C : coût maximal, 10 par faute ordinaire ; 20 par défaut)\n"
-    "  verifie LEXIQUE TEXTE [--suggestions N]\n"
-    "        les mots du texte (UTF-8) que le lexique ne connaît pas, avec leur ligne, leur\n"
-    "        colonne et N corrections (3 par défaut) ; code de retour 1 s'il y en a\n"
-    "  forme LEXIQUE NUMERO...         la forme de chaque numéro\n"
-    "  numero LEXIQUE MOT...           le numéro de chaque forme (-1 si absente)\n"
-    "  dot LISTE SORTIE [--svg]        le texte Graphviz de l'automate de la liste\n"
-    "                                  (--svg : passe aussi par dot, s'il est installé)\n";
+    N_("Usage : outils-socle lexique <action> ...\n"
+       "\n"
+       "  compile LISTE SORTIE [--parents] [--partie N]\n"
+       "        compile une liste de mots (UTF-8, un par ligne) en automate minimal\n"
+       "  info LEXIQUE                    version, formes, états, transitions, octets, adresses\n"
+       "  cherche LEXIQUE MOT... [--exact] [--masque M]\n"
+       "        formes correspondant au mot, sans tenir compte des accents, de la casse,\n"
+       "        des variantes ni des ligatures (M : bits 1 ligatures, 2 accents, 4 casse,\n"
+       "        8 variantes), classées, avec leur numéro\n"
+       "  prefixe LEXIQUE PREFIXE... [--limite N]   formes commençant par le préfixe\n"
+       "  joker LEXIQUE MOTIF [--limite N]          formes du motif (* ? _ # &)\n"
+       "  corrige LEXIQUE MOT... [--limite N] [--cout C]\n"
+       "        corrections probables (C : coût maximal, 10 par faute ordinaire ; 20 par défaut)\n"
+       "  verifie LEXIQUE TEXTE [--suggestions N]\n"
+       "        les mots du texte (UTF-8) que le lexique ne connaît pas, avec leur ligne, leur\n"
+       "        colonne et N corrections (3 par défaut) ; code de retour 1 s'il y en a\n"
+       "  forme LEXIQUE NUMERO...         la forme de chaque numéro\n"
+       "  numero LEXIQUE MOT...           le numéro de chaque forme (-1 si absente)\n"
+       "  dot LISTE SORTIE [--svg]        le texte Graphviz de l'automate de la liste\n"
+       "                                  (--svg : passe aussi par dot, s'il est installé)\n");
 
 int Compile(const Arguments& a) {
   if (a.positions.size() != 2) {
-    Erreur("lexique compile : LISTE et SORTIE attendues");
+    Erreur(Tr("lexique compile : LISTE et SORTIE attendues"));
     return 2;
   }
   sdd::ListeT<sdd::ChaineN> mots;
@@ -61,55 +61,58 @@ int Compile(const Arguments& a) {
   const uint64_t octets = compilateur.FormeCompactay(sortie);
   sortie.Ferme();
   const double ecriture = MsDepuis(t0);
-  std::printf("%llu mots lus (%.1f ms), %llu formes, %llu états, %llu transitions\n",
+  std::printf(Tr("%llu mots lus (%.1f ms), %llu formes, %llu états, %llu transitions\n"),
               static_cast<unsigned long long>(mots.Taille()), lecture,
               static_cast<unsigned long long>(compilateur.NbFormes()),
               static_cast<unsigned long long>(compilateur.NbEtats()),
               static_cast<unsigned long long>(compilateur.NbTransitions()));
   if (compilateur.NbParties() == 0) {
-    std::printf("liste vide : lexique vide écrit en %.1f ms (%llu octets)\n", ecriture,
+    std::printf(Tr("liste vide : lexique vide écrit en %.1f ms (%llu octets)\n"), ecriture,
                 static_cast<unsigned long long>(octets));
     return 0;
   }
   const uint64_t parties = compilateur.NbParties();
   std::printf(
-      "compilation %.1f ms (construction de %llu partie%s et fusion %.1f ms), écriture %.1f ms : %llu "
-      "octets\n",
-      compilation, static_cast<unsigned long long>(parties), parties > 1 ? "s" : "",
-      compilateur.DonneTempsInsertion() * 1000, ecriture, static_cast<unsigned long long>(octets));
+      TrPluriel("compilation %.1f ms (construction de %llu partie et fusion %.1f ms), écriture %.1f ms : "
+                "%llu octets\n",
+                "compilation %.1f ms (construction de %llu parties et fusion %.1f ms), écriture %.1f ms : "
+                "%llu octets\n",
+                parties),
+      compilation, static_cast<unsigned long long>(parties), compilateur.DonneTempsInsertion() * 1000,
+      ecriture, static_cast<unsigned long long>(octets));
   return 0;
 }
 
 int Info(const Arguments& a) {
   if (a.positions.size() != 1) {
-    Erreur("lexique info : LEXIQUE attendu");
+    Erreur(Tr("lexique info : LEXIQUE attendu"));
     return 2;
   }
   sdd::AutomateAcycliqueMin automate(UniChemin(a.positions[0].c_str()));
-  std::printf("version            %d\n", automate.Version());
-  std::printf("formes             %u\n", automate.NombreDeFormes());
-  std::printf("octets             %llu\n", static_cast<unsigned long long>(automate.DonneTailleTotal()));
-  std::printf("adresses           %d octets\n", automate.LargeurAdresse());
-  std::printf("plus grand compte  %u\n", automate.PlusGrandCompte());
+  std::printf(Tr("version            %d\n"), automate.Version());
+  std::printf(Tr("formes             %u\n"), automate.NombreDeFormes());
+  std::printf(Tr("octets             %llu\n"), static_cast<unsigned long long>(automate.DonneTailleTotal()));
+  std::printf(Tr("adresses           %d octets\n"), automate.LargeurAdresse());
+  std::printf(Tr("plus grand compte  %u\n"), automate.PlusGrandCompte());
   uint64_t etats = 0, transitions = 0;
   automate.Statistiques(&etats, &transitions);
-  std::printf("états              %llu\n", static_cast<unsigned long long>(etats));
-  std::printf("transitions        %llu\n", static_cast<unsigned long long>(transitions));
+  std::printf(Tr("états              %llu\n"), static_cast<unsigned long long>(etats));
+  std::printf(Tr("transitions        %llu\n"), static_cast<unsigned long long>(transitions));
   return 0;
 }
 
 void AfficheForme(const sdd::AutomateAcycliqueMin::_Forme& f, bool rangs) {
   if (rangs) {
-    std::printf("  %s n° %-8u rangs %u,%u détail 0x%X\n", Aligne(U8(f.forme), 30).c_str(), f.numero, f.rang1,
-                f.rang2, f.detail);
+    std::printf(Tr("  %s n° %-8u rangs %u,%u détail 0x%X\n"), Aligne(U8(f.forme), 30).c_str(), f.numero,
+                f.rang1, f.rang2, f.detail);
   } else {
-    std::printf("  %s n° %u\n", Aligne(U8(f.forme), 30).c_str(), f.numero);
+    std::printf(Tr("  %s n° %u\n"), Aligne(U8(f.forme), 30).c_str(), f.numero);
   }
 }
 
 int Requetes(const std::string& action, const Arguments& a) {
   if (a.positions.size() < 2) {
-    Erreur("lexique " + action + " : LEXIQUE et au moins un argument attendus");
+    Erreur(Texte(N_("lexique %s : LEXIQUE et au moins un argument attendus"), {action}));
     return 2;
   }
   sdd::AutomateAcycliqueMin automate(UniChemin(a.positions[0].c_str()));
@@ -123,44 +126,44 @@ int Requetes(const std::string& action, const Arguments& a) {
           a.Drapeau("exact") ? sdd::AutomateAcycliqueMin::_OptionRecherche::kExactSeulement : 0,
           static_cast<uint32_t>(a.Nombre("masque", 0)));
       automate.FormesPour(mot, formes, options);
-      std::printf("« %s » : %llu forme(s) en %.3f ms\n", a.positions[i].c_str(),
+      std::printf(Tr("« %s » : %llu forme(s) en %.3f ms\n"), a.positions[i].c_str(),
                   static_cast<unsigned long long>(formes.Taille()), MsDepuis(t0));
       for (const auto& f : formes) AfficheForme(f, true);
     } else if (action == "prefixe") {
       sdd::ListeC<sdd::AutomateAcycliqueMin::_Forme> formes;
       const bool complet = automate.FormesCommencant(mot, formes, {}, limite);
-      std::printf("« %s… » : %llu forme(s)%s en %.3f ms\n", a.positions[i].c_str(),
-                  static_cast<unsigned long long>(formes.Taille()), complet ? "" : " (limite atteinte)",
-                  MsDepuis(t0));
+      std::printf(complet ? Tr("« %s… » : %llu forme(s) en %.3f ms\n")
+                          : Tr("« %s… » : %llu forme(s) (limite atteinte) en %.3f ms\n"),
+                  a.positions[i].c_str(), static_cast<unsigned long long>(formes.Taille()), MsDepuis(t0));
       for (const auto& f : formes) AfficheForme(f, false);
     } else if (action == "joker") {
       sdd::ListeC<sdd::AutomateAcycliqueMin::_Forme> formes;
       automate.FormesPourJoker(mot, formes, 0, limite);
-      std::printf("« %s » : %llu forme(s) en %.3f ms\n", a.positions[i].c_str(),
+      std::printf(Tr("« %s » : %llu forme(s) en %.3f ms\n"), a.positions[i].c_str(),
                   static_cast<unsigned long long>(formes.Taille()), MsDepuis(t0));
       for (const auto& f : formes) AfficheForme(f, false);
     } else if (action == "corrige") {
       sdd::ListeC<sdd::AutomateAcycliqueMin::_FormeProbabiliste> formes;
       automate.FormesProbabilistes(mot, {}, limite == 0 ? 10 : limite,
                                    static_cast<uint32_t>(a.Nombre("cout", 0)), nullptr, formes);
-      std::printf("« %s » : %llu correction(s) en %.3f ms\n", a.positions[i].c_str(),
+      std::printf(Tr("« %s » : %llu correction(s) en %.3f ms\n"), a.positions[i].c_str(),
                   static_cast<unsigned long long>(formes.Taille()), MsDepuis(t0));
       for (const auto& f : formes) {
-        std::printf("  %s n° %-8u coût %-3u probabilité %.3g\n", Aligne(U8(f.forme), 30).c_str(), f.numero,
-                    f.cout, f.probabilite);
+        std::printf(Tr("  %s n° %-8u coût %-3u probabilité %.3g\n"), Aligne(U8(f.forme), 30).c_str(),
+                    f.numero, f.cout, f.probabilite);
       }
     } else if (action == "forme") {
       sdd::AutomateAcycliqueMin::_Forme f;
       char* fin = nullptr;
       const unsigned long numero = std::strtoul(a.positions[i].c_str(), &fin, 10);
       if (fin == a.positions[i].c_str() || *fin != '\0' || numero > UINT32_MAX) {
-        Erreur("lexique forme : numéro attendu, pas « " + a.positions[i] + " »");
+        Erreur(Texte(N_("lexique forme : numéro attendu, pas « %s »"), {a.positions[i]}));
         return 2;
       }
       if (automate.FormePourNo(static_cast<uint32_t>(numero), f)) {
         std::printf("%lu\t%s\n", numero, U8(f.forme).c_str());
       } else {
-        std::printf("%lu\t(aucune forme : le lexique en a %u)\n", numero, automate.NombreDeFormes());
+        std::printf(Tr("%lu\t(aucune forme : le lexique en a %u)\n"), numero, automate.NombreDeFormes());
       }
     } else {  // numero
       std::printf("%s\t%lld\n", a.positions[i].c_str(), static_cast<long long>(automate.NoPourMot(mot)));
@@ -171,7 +174,7 @@ int Requetes(const std::string& action, const Arguments& a) {
 
 int Dot(const Arguments& a) {
   if (a.positions.size() != 2) {
-    Erreur("lexique dot : LISTE et SORTIE attendues");
+    Erreur(Tr("lexique dot : LISTE et SORTIE attendues"));
     return 2;
   }
   sdd::ListeT<sdd::ChaineN> mots;
@@ -183,17 +186,17 @@ int Dot(const Arguments& a) {
   const char* octets = texte.PreteUTF8(0, nullptr, &n);
   sortie.Mets(reinterpret_cast<const uint8_t*>(octets), n);
   sortie.Ferme();
-  std::printf("%s : %llu états\n", a.positions[1].c_str(),
+  std::printf(Tr("%s : %llu états\n"), a.positions[1].c_str(),
               static_cast<unsigned long long>(compilateur.NbEtats()));
   if (a.Drapeau("svg")) {
     if (std::system("command -v dot >/dev/null 2>&1") != 0) {
-      Erreur("Graphviz (dot) n'est pas installé : pas de SVG");
+      Erreur(Tr("Graphviz (dot) n'est pas installé : pas de SVG"));
       return 1;
     }
     const std::string svg = a.positions[1] + ".svg";
     const std::string commande = "dot -Tsvg '" + a.positions[1] + "' -o '" + svg + "'";
     if (std::system(commande.c_str()) != 0) {
-      Erreur("dot a échoué");
+      Erreur(Tr("dot a échoué"));
       return 1;
     }
     std::printf("%s\n", svg.c_str());
@@ -206,7 +209,7 @@ int Dot(const Arguments& a) {
 int DemoLexique(const std::string& liste) {
   sdd::ListeT<sdd::ChaineN> mots;
   if (!LisListe(liste, mots)) return 1;
-  std::printf("\nLexique : compilation de %llu mots en automate minimal\n",
+  std::printf(Tr("\nLexique : compilation de %llu mots en automate minimal\n"),
               static_cast<unsigned long long>(mots.Taille()));
   auto t0 = Horloge::now();
   sdd::CompilateurAutomateAcycliqueMin compilateur(mots);
@@ -219,7 +222,7 @@ int DemoLexique(const std::string& liste) {
   const double compilation = MsDepuis(t0);
   sdd::AutomateAcycliqueMin automate{UniChemin(chemin.c_str())};
   std::remove(chemin.c_str());  // the mapping keeps the bytes
-  std::printf("  compilé et écrit en %.0f ms : %llu octets, %llu états, %llu transitions, %u formes\n",
+  std::printf(Tr("  compilé et écrit en %.0f ms : %llu octets, %llu états, %llu transitions, %u formes\n"),
               compilation, static_cast<unsigned long long>(automate.DonneTailleTotal()),
               static_cast<unsigned long long>(compilateur.NbEtats()),
               static_cast<unsigned long long>(compilateur.NbTransitions()), automate.NombreDeFormes());
@@ -242,15 +245,15 @@ int DemoLexique(const std::string& liste) {
     automate.FormesPour(m, resultats);
   }
   const double insensible = MsDepuis(t0) * 1e6 / static_cast<double>(formes.Taille());
-  std::printf("  mot → numéro : %llu/%llu trouvés, %.0f ns par mot\n",
+  std::printf(Tr("  mot → numéro : %llu/%llu trouvés, %.0f ns par mot\n"),
               static_cast<unsigned long long>(trouves), static_cast<unsigned long long>(formes.Taille()),
               exact);
-  std::printf("  numéro → mot : %llu formes rendues, %.0f ns par numéro\n",
+  std::printf(Tr("  numéro → mot : %llu formes rendues, %.0f ns par numéro\n"),
               static_cast<unsigned long long>(rendus), parNumero);
-  std::printf("  recherche insensible (accents, casse, ligatures) : %.0f ns par mot\n", insensible);
+  std::printf(Tr("  recherche insensible (accents, casse, ligatures) : %.0f ns par mot\n"), insensible);
 
   auto montre = [](const char* titre, const std::string& requete, double ms, const auto& liste, size_t max) {
-    std::printf("  %s « %s » : %llu en %.3f ms :", titre, requete.c_str(),
+    std::printf(Tr("  %s « %s » : %llu en %.3f ms :"), Tr(titre), requete.c_str(),
                 static_cast<unsigned long long>(liste.Taille()), ms);
     size_t i = 0;
     for (const auto& x : liste) {
@@ -266,29 +269,28 @@ int DemoLexique(const std::string& liste) {
     resultats.Vide();
     t0 = Horloge::now();
     automate.FormesPour(sdd::ChaineN(mot), resultats);
-    montre("insensible", mot, MsDepuis(t0), resultats, 6);
+    montre(N_("insensible"), mot, MsDepuis(t0), resultats, 6);
   }
   resultats.Vide();
   t0 = Horloge::now();
   automate.FormesCommencant(sdd::ChaineN("anticonst"), resultats);
-  montre("préfixe", "anticonst", MsDepuis(t0), resultats, 6);
+  montre(N_("préfixe"), "anticonst", MsDepuis(t0), resultats, 6);
   resultats.Vide();
   t0 = Horloge::now();
   automate.FormesPourJoker(sdd::ChaineN("*ph?nt*"), resultats);
-  montre("joker", "*ph?nt*", MsDepuis(t0), resultats, 6);
+  montre(N_("joker"), "*ph?nt*", MsDepuis(t0), resultats, 6);
   for (const char* mot : {"apeler", "chevaus", "bibliotheque", "conaissance"}) {
     sdd::ListeC<sdd::AutomateAcycliqueMin::_FormeProbabiliste> corrections;
     t0 = Horloge::now();
     automate.FormesProbabilistes(sdd::ChaineN(mot), {}, 5, 0, nullptr, corrections);
-    montre("corrections", mot, MsDepuis(t0), corrections, 5);
+    montre(N_("corrections"), mot, MsDepuis(t0), corrections, 5);
   }
   return trouves == formes.Taille() && rendus == formes.Taille() ? 0 : 1;
 }
 
 int Lexique(const std::vector<std::string>& arguments) {
   if (arguments.empty() || arguments[0] == "--help" || arguments[0] == "-h") {
-    std::fputs(kAideLexique, arguments.empty() ? stderr : stdout);
-    return arguments.empty() ? 2 : 0;
+    return AfficheAide(kAideLexique, !arguments.empty());
   }
   const std::string action = arguments[0];
   const Arguments a = Analyse({arguments.begin() + 1, arguments.end()},
@@ -306,8 +308,7 @@ int Lexique(const std::vector<std::string>& arguments) {
     Erreur(e.MessageCompletTraduit().PreteUTF8());
     return 1;
   }
-  Erreur("lexique : action inconnue « " + action + " » (voir outils-socle lexique --help)");
-  return 2;
+  return ActionInconnue("lexique", action);
 }
 
 }  // namespace outils

@@ -21,24 +21,24 @@ namespace outils {
 namespace {
 
 const char* const kAideSynchro =
-    "Usage : outils-socle synchro ANCIEN NOUVEAU [options]\n"
-    "\n"
-    "Compare deux textes ligne à ligne (« - » pour l'entrée standard) et affiche ce qui a changé :\n"
-    "une différence unifiée comme « diff -u », que « patch » applique, quand la sortie est un fichier\n"
-    "ou un tube ; les deux textes côte à côte, en couleurs, sur un terminal.\n"
-    "\n"
-    "  --unifie          la différence unifiée, même sur un terminal\n"
-    "  --cote-a-cote     les deux textes côte à côte, même hors d'un terminal (alors sans couleurs)\n"
-    "  --contexte N      lignes inchangées autour de chaque changement (3 par défaut)\n"
-    "  --caracteres      montre aussi les caractères supprimés [-...-] et insérés {+...+} dans les\n"
-    "                    lignes changées (en couleurs sur un terminal)\n"
-    "  --limite S        cesse de chercher la plus courte différence après S secondes : ce qui\n"
-    "                    est affiché reste juste, mais peut être plus long qu'il ne faut\n"
-    "  --distance        affiche seulement le nombre de lignes supprimées et insérées (de\n"
-    "                    caractères dans les lignes changées avec --caracteres)\n"
-    "  --largeur N       colonnes de la vue côte à côte (celles du terminal, sinon 80)\n"
-    "\n"
-    "Code de retour : 0 si les textes sont identiques, 1 s'ils diffèrent, 2 en cas d'erreur.\n";
+    N_("Usage : outils-socle synchro ANCIEN NOUVEAU [options]\n"
+       "\n"
+       "Compare deux textes ligne à ligne (« - » pour l'entrée standard) et affiche ce qui a changé :\n"
+       "une différence unifiée comme « diff -u », que « patch » applique, quand la sortie est un fichier\n"
+       "ou un tube ; les deux textes côte à côte, en couleurs, sur un terminal.\n"
+       "\n"
+       "  --unifie          la différence unifiée, même sur un terminal\n"
+       "  --cote-a-cote     les deux textes côte à côte, même hors d'un terminal (alors sans couleurs)\n"
+       "  --contexte N      lignes inchangées autour de chaque changement (3 par défaut)\n"
+       "  --caracteres      montre aussi les caractères supprimés [-...-] et insérés {+...+} dans les\n"
+       "                    lignes changées (en couleurs sur un terminal)\n"
+       "  --limite S        cesse de chercher la plus courte différence après S secondes : ce qui\n"
+       "                    est affiché reste juste, mais peut être plus long qu'il ne faut\n"
+       "  --distance        affiche seulement le nombre de lignes supprimées et insérées (de\n"
+       "                    caractères dans les lignes changées avec --caracteres)\n"
+       "  --largeur N       colonnes de la vue côte à côte (celles du terminal, sinon 80)\n"
+       "\n"
+       "Code de retour : 0 si les textes sont identiques, 1 s'ils diffèrent, 2 en cas d'erreur.\n");
 
 const char* const kRouge = "\x1b[31m";
 const char* const kVert = "\x1b[32m";
@@ -376,12 +376,13 @@ int Compare(const Arguments& a) {
       static_cast<size_t>(a.Nombre("largeur", o.coteACote ? static_cast<long>(LargeurDuTerminal()) : 80));
   if (a.positions.size() != 2 || o.contexte < 0 || o.contexte > 1000000 || !(o.limite >= 0) ||
       o.largeur < 20 || o.largeur > 100000) {
-    Erreur(a.positions.size() != 2 ? "synchro : ANCIEN et NOUVEAU attendus (voir outils-socle synchro --help)"
-                                   : "synchro : valeur d'option hors des bornes");
+    Erreur(a.positions.size() != 2
+               ? Tr("synchro : ANCIEN et NOUVEAU attendus (voir outils-socle synchro --help)")
+               : Tr("synchro : valeur d'option hors des bornes"));
     return 2;
   }
   if (a.positions[0] == "-" && a.positions[1] == "-") {
-    Erreur("synchro : l'entrée standard ne peut servir qu'une fois");
+    Erreur(Tr("synchro : l'entrée standard ne peut servir qu'une fois"));
     return 2;
   }
   Fichier ancien, nouveau;
@@ -389,7 +390,8 @@ int Compare(const Arguments& a) {
   const Echeance echeance{o.limite};
   const Differences d = CompareLignes(ancien.texte.lignes, nouveau.texte.lignes, {o.limite, nullptr});
   if (d.limiteAtteinte)
-    Erreur("synchro : limite de temps atteinte, la différence affichée n'est peut-être pas la plus courte");
+    Erreur(
+        Tr("synchro : limite de temps atteinte, la différence affichée n'est peut-être pas la plus courte"));
   int distanceCaracteres = 0;
   if (a.Drapeau("distance")) {
     std::printf("%d\n", o.caracteres ? DistanceCaracteres(ancien, nouveau, d, echeance) : d.distance);
@@ -401,7 +403,7 @@ int Compare(const Arguments& a) {
       EcrisUnifie(sortie, ancien, nouveau, d, o, echeance, distanceCaracteres);
     }
     if (std::fwrite(sortie.data(), 1, sortie.size(), stdout) != sortie.size() || std::fflush(stdout) != 0) {
-      Erreur("synchro : écriture impossible");
+      Erreur(Tr("synchro : écriture impossible"));
       return 2;
     }
   }
@@ -412,7 +414,7 @@ int Compare(const Arguments& a) {
 
 int SynchroTextes(const std::vector<std::string>& arguments) {
   if (!arguments.empty() && (arguments[0] == "--help" || arguments[0] == "-h")) {
-    std::fputs(kAideSynchro, stdout);
+    std::fputs(Tr(kAideSynchro), stdout);
     return 0;
   }
   // diff's convention: 2 for any trouble, whatever it is, so that 1 always means "different".
@@ -421,7 +423,7 @@ int SynchroTextes(const std::vector<std::string>& arguments) {
   } catch (const sdd::exceptions::Exception& e) {
     Erreur(e.MessageCompletTraduit().PreteUTF8());
   } catch (const std::exception& e) {
-    Erreur(std::string("synchro : ") + e.what());
+    Erreur(Texte(N_("synchro : %s"), {e.what()}));
   }
   return 2;
 }

@@ -18,24 +18,24 @@ namespace outils {
 namespace {
 
 const char* const kAideTable =
-    "Usage : outils-socle table <action> ...\n"
-    "\n"
-    "  construis LISTE SORTIE [--version V]\n"
-    "        range les mots de LISTE (UTF-8, un par ligne) dans une table de chaînes, chacun\n"
-    "        avec un nombre : celui de la seconde colonne quand la ligne est « mot<TAB>nombre »,\n"
-    "        sinon le numéro de la ligne ; écrit SORTIE (V : 110, par défaut, ou 100)\n"
-    "  info TABLE                       version, clefs, octets\n"
-    "  trouve TABLE MOT...              présence exacte de chaque mot et son nombre, dans la\n"
-    "                                   table chargée en mémoire et lue sur place dans le fichier\n"
-    "  cherche TABLE MOT... [--exact] [--masque M]\n"
-    "        clefs correspondant au mot sans tenir compte des accents, de la casse, des\n"
-    "        variantes ni des ligatures (M : bits 1 ligatures, 2 accents, 4 casse, 8 variantes)\n"
-    "  prefixe TABLE PREFIXE... [--limite N]   clefs commençant par le préfixe\n"
-    "  joker TABLE MOTIF... [--limite N]       clefs du motif (* ? _ # &)\n"
-    "  anagrammes TABLE MOT... [--partiels] [--limite N]\n"
-    "        clefs faites des lettres du mot (--partiels : d'une partie d'entre elles)\n"
-    "  corrige TABLE MOT... [--limite N] [--cout C]\n"
-    "        corrections probables (C : coût maximal, 10 par faute ordinaire ; 20 par défaut)\n";
+    N_("Usage : outils-socle table <action> ...\n"
+       "\n"
+       "  construis LISTE SORTIE [--version V]\n"
+       "        range les mots de LISTE (UTF-8, un par ligne) dans une table de chaînes, chacun\n"
+       "        avec un nombre : celui de la seconde colonne quand la ligne est « mot<TAB>nombre »,\n"
+       "        sinon le numéro de la ligne ; écrit SORTIE (V : 110, par défaut, ou 100)\n"
+       "  info TABLE                       version, clefs, octets\n"
+       "  trouve TABLE MOT...              présence exacte de chaque mot et son nombre, dans la\n"
+       "                                   table chargée en mémoire et lue sur place dans le fichier\n"
+       "  cherche TABLE MOT... [--exact] [--masque M]\n"
+       "        clefs correspondant au mot sans tenir compte des accents, de la casse, des\n"
+       "        variantes ni des ligatures (M : bits 1 ligatures, 2 accents, 4 casse, 8 variantes)\n"
+       "  prefixe TABLE PREFIXE... [--limite N]   clefs commençant par le préfixe\n"
+       "  joker TABLE MOTIF... [--limite N]       clefs du motif (* ? _ # &)\n"
+       "  anagrammes TABLE MOT... [--partiels] [--limite N]\n"
+       "        clefs faites des lettres du mot (--partiels : d'une partie d'entre elles)\n"
+       "  corrige TABLE MOT... [--limite N] [--cout C]\n"
+       "        corrections probables (C : coût maximal, 10 par faute ordinaire ; 20 par défaut)\n");
 
 using Table = sdd::TableChaine<uint32_t>;
 using TableSurDisque = sdd::TableChaineSurDisque<uint32_t>;
@@ -60,13 +60,13 @@ bool AnalyseLigne(const std::string& ligne, uint64_t numero, std::string& mot, u
 
 int Construis(const Arguments& a) {
   if (a.positions.size() != 2) {
-    Erreur("table construis : LISTE et SORTIE attendues");
+    Erreur(Tr("table construis : LISTE et SORTIE attendues"));
     return 2;
   }
   const long version = a.Nombre("version", sdd::TableChaineNoyau::kVersionTableTrie);
   if (version != sdd::TableChaineNoyau::kVersionTableTrie &&
       version != sdd::TableChaineNoyau::kVersionTableTrie100) {
-    Erreur("table construis : --version 110 ou 100");
+    Erreur(Tr("table construis : --version 110 ou 100"));
     return 2;
   }
   std::string contenu;
@@ -86,12 +86,12 @@ int Construis(const Arguments& a) {
     std::string mot;
     uint32_t nombre = 0;
     if (!AnalyseLigne(ligne, numero, mot, nombre)) {
-      Erreur(a.positions[0] + ":" + std::to_string(numero) +
-             " : nombre de 0 à 4294967295 attendu après la tabulation");
+      Erreur(Texte(N_("%s:%s : nombre de 0 à 4294967295 attendu après la tabulation"),
+                   {a.positions[0], std::to_string(numero)}));
       return 1;
     }
     if (mot.empty()) {
-      Erreur(a.positions[0] + ":" + std::to_string(numero) + " : mot vide avant la tabulation");
+      Erreur(Texte(N_("%s:%s : mot vide avant la tabulation"), {a.positions[0], std::to_string(numero)}));
       return 1;
     }
     ++lignes;
@@ -107,7 +107,7 @@ int Construis(const Arguments& a) {
   const uint64_t octets = sortie.DonnePosition();
   sortie.Ferme();
   std::printf(
-      "%llu lignes, %llu clefs (%llu en double) rangées en %.1f ms ; écrites en %.1f ms : %llu octets\n",
+      Tr("%llu lignes, %llu clefs (%llu en double) rangées en %.1f ms ; écrites en %.1f ms : %llu octets\n"),
       static_cast<unsigned long long>(lignes), static_cast<unsigned long long>(table.Taille()),
       static_cast<unsigned long long>(doublons), construction, MsDepuis(t0),
       static_cast<unsigned long long>(octets));
@@ -116,14 +116,14 @@ int Construis(const Arguments& a) {
 
 int Info(const Arguments& a) {
   if (a.positions.size() != 1) {
-    Erreur("table info : TABLE attendue");
+    Erreur(Tr("table info : TABLE attendue"));
     return 2;
   }
   sdd::FichierMMap fichier{UniChemin(a.positions[0].c_str())};
   const TableSurDisque disque(&fichier);
-  std::printf("version  %u\n", disque.Version());
-  std::printf("clefs    %u\n", disque.Taille());
-  std::printf("octets   %llu\n", static_cast<unsigned long long>(disque.DonneTailleTotal()));
+  std::printf(Tr("version  %u\n"), disque.Version());
+  std::printf(Tr("clefs    %u\n"), disque.Taille());
+  std::printf(Tr("octets   %llu\n"), static_cast<unsigned long long>(disque.DonneTailleTotal()));
   return 0;
 }
 
@@ -137,7 +137,7 @@ int Trouve(const Arguments& a) {
   t0 = Horloge::now();
   const TableSurDisque disque(&fichier);
   const double ouverture = MsDepuis(t0);
-  std::printf("chargée en mémoire en %.1f ms ; ouverte sur place en %.3f ms\n", chargement, ouverture);
+  std::printf(Tr("chargée en mémoire en %.1f ms ; ouverte sur place en %.3f ms\n"), chargement, ouverture);
   int code = 0;
   for (size_t i = 1; i < a.positions.size(); ++i) {
     const sdd::ChaineN mot(a.positions[i].c_str());
@@ -148,11 +148,12 @@ int Trouve(const Arguments& a) {
     t0 = Horloge::now();
     const bool trouve = disque.Trouve(mot, &surDisque);
     const double tDisque = MsDepuis(t0) * 1000;
-    const std::string reponse = enMemoire != nullptr ? std::to_string(*enMemoire) : "absent";
-    std::printf("%s\t%s\t(mémoire %.1f µs, fichier %.1f µs)\n", Aligne(a.positions[i], 20).c_str(),
+    const std::string reponse = enMemoire != nullptr ? std::to_string(*enMemoire) : Tr("absent");
+    std::printf(Tr("%s\t%s\t(mémoire %.1f µs, fichier %.1f µs)\n"), Aligne(a.positions[i], 20).c_str(),
                 reponse.c_str(), tMemoire, tDisque);
     if (trouve != (enMemoire != nullptr) || (trouve && surDisque != *enMemoire)) {
-      Erreur("« " + a.positions[i] + " » : le fichier lu sur place ne répond pas comme la table chargée");
+      Erreur(Texte(N_("« %s » : le fichier lu sur place ne répond pas comme la table chargée"),
+                   {a.positions[i]}));
       code = 1;
     }
   }
@@ -162,7 +163,7 @@ int Trouve(const Arguments& a) {
 void Affiche(const sdd::TableChaineNoyau::_Forme& f, bool rangs) {
   const uint32_t nombre = Table::DonneCharge(f);
   if (rangs) {
-    std::printf("  %s %-10u rangs %u,%u détail 0x%X\n", Aligne(U8(f.forme), 30).c_str(), nombre, f.rang1,
+    std::printf(Tr("  %s %-10u rangs %u,%u détail 0x%X\n"), Aligne(U8(f.forme), 30).c_str(), nombre, f.rang1,
                 f.rang2, f.detail);
   } else {
     std::printf("  %s %u\n", Aligne(U8(f.forme), 30).c_str(), nombre);
@@ -181,10 +182,10 @@ int Requetes(const std::string& action, const Arguments& a) {
       sdd::ListeC<sdd::TableChaineNoyau::_FormeProbabiliste> formes;
       table.FormesProbabilistes(mot, {}, limite == 0 ? 10 : limite,
                                 static_cast<uint32_t>(a.Nombre("cout", 0)), formes);
-      std::printf("« %s » : %llu correction(s) en %.3f ms\n", a.positions[i].c_str(),
+      std::printf(Tr("« %s » : %llu correction(s) en %.3f ms\n"), a.positions[i].c_str(),
                   static_cast<unsigned long long>(formes.Taille()), MsDepuis(t0));
       for (const auto& f : formes) {
-        std::printf("  %s %-10u coût %-3u probabilité %.3g\n", Aligne(U8(f.forme), 30).c_str(),
+        std::printf(Tr("  %s %-10u coût %-3u probabilité %.3g\n"), Aligne(U8(f.forme), 30).c_str(),
                     Table::DonneCharge(f), f.cout, f.probabilite);
       }
       continue;
@@ -203,9 +204,9 @@ int Requetes(const std::string& action, const Arguments& a) {
       const sdd::OptionRecherche options(a.Drapeau("partiels") ? sdd::OptionRecherche::kSousAnagrammes : 0);
       complet = table.FormesPourAnagrammes(mot, options, limite, formes);
     }
-    std::printf("« %s » : %llu clef(s)%s en %.3f ms\n", a.positions[i].c_str(),
-                static_cast<unsigned long long>(formes.Taille()), complet ? "" : " (limite atteinte)",
-                MsDepuis(t0));
+    std::printf(complet ? Tr("« %s » : %llu clef(s) en %.3f ms\n")
+                        : Tr("« %s » : %llu clef(s) (limite atteinte) en %.3f ms\n"),
+                a.positions[i].c_str(), static_cast<unsigned long long>(formes.Taille()), MsDepuis(t0));
     for (const auto& f : formes) Affiche(f, action == "cherche");
   }
   return 0;
@@ -215,8 +216,7 @@ int Requetes(const std::string& action, const Arguments& a) {
 
 int TableDeChaines(const std::vector<std::string>& arguments) {
   if (arguments.empty() || arguments[0] == "--help" || arguments[0] == "-h") {
-    std::fputs(kAideTable, arguments.empty() ? stderr : stdout);
-    return arguments.empty() ? 2 : 0;
+    return AfficheAide(kAideTable, !arguments.empty());
   }
   const std::string action = arguments[0];
   const Arguments a =
@@ -227,7 +227,7 @@ int TableDeChaines(const std::vector<std::string>& arguments) {
     if (action == "trouve" || action == "cherche" || action == "prefixe" || action == "joker" ||
         action == "anagrammes" || action == "corrige") {
       if (a.positions.size() < 2) {
-        Erreur("table " + action + " : TABLE et au moins un argument attendus");
+        Erreur(Texte(N_("table %s : TABLE et au moins un argument attendus"), {action}));
         return 2;
       }
       return action == "trouve" ? Trouve(a) : Requetes(action, a);
@@ -236,8 +236,7 @@ int TableDeChaines(const std::vector<std::string>& arguments) {
     Erreur(e.MessageCompletTraduit().PreteUTF8());
     return 1;
   }
-  Erreur("table : action inconnue « " + action + " » (voir outils-socle table --help)");
-  return 2;
+  return ActionInconnue("table", action);
 }
 
 }  // namespace outils

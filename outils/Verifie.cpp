@@ -179,12 +179,12 @@ class Verificateur {
 
 int VerifieTexte(const Arguments& a) {
   if (a.positions.size() != 2) {
-    Erreur("lexique verifie : LEXIQUE et TEXTE attendus");
+    Erreur(Tr("lexique verifie : LEXIQUE et TEXTE attendus"));
     return 2;
   }
   const long suggestions = a.Nombre("suggestions", 3);
   if (suggestions < 0 || suggestions > 100) {
-    Erreur("lexique verifie : --suggestions entre 0 et 100");
+    Erreur(Tr("lexique verifie : --suggestions entre 0 et 100"));
     return 2;
   }
   AutomateAcycliqueMin lexique(UniChemin(a.positions[0].c_str()));
@@ -239,7 +239,7 @@ int VerifieTexte(const Arguments& a) {
   }
   if (avancement) barre.Avance(n, n);
   std::fwrite(sortie.data(), 1, sortie.size(), stdout);
-  std::fprintf(stderr, "%zu mot(s), %zu inconnu(s), en %.1f ms\n", mots, fautes, MsDepuis(t0));
+  std::fprintf(stderr, Tr("%zu mot(s), %zu inconnu(s), en %.1f ms\n"), mots, fautes, MsDepuis(t0));
   return fautes == 0 ? 0 : 1;
 }
 

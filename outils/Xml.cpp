@@ -15,19 +15,19 @@ namespace outils {
 namespace {
 
 const char* const kAideXml =
-    "Usage : outils-socle xml <action> ...\n"
-    "\n"
-    "  verifie FICHIER... [--schema XSD]\n"
-    "        dit si chaque document est bien formé (ligne et colonne de la première erreur) et,\n"
-    "        avec un schéma, s'il est valide (ligne et chemin de chaque erreur) ; code de\n"
-    "        retour 1 si l'un ne l'est pas. Les entités externes, les bombes d'entités, les\n"
-    "        imbrications de plus de 256 niveaux sont refusées\n"
-    "  formate FICHIER [--indentation N] [--codage C] [--sortie F]\n"
-    "        réécrit le document indenté de N espaces (2 par défaut ; 0 : sans mise en page)\n"
-    "        dans le codage C (utf8 par défaut, utf16, latin9), sur la sortie standard ou dans F\n"
-    "  schema XSD [CHEMIN]\n"
-    "        les éléments racines du schéma ; avec un chemin (reglages/affichage), les\n"
-    "        enfants permis avec leur type et leurs bornes, les attributs et le type du texte\n";
+    N_("Usage : outils-socle xml <action> ...\n"
+       "\n"
+       "  verifie FICHIER... [--schema XSD]\n"
+       "        dit si chaque document est bien formé (ligne et colonne de la première erreur) et,\n"
+       "        avec un schéma, s'il est valide (ligne et chemin de chaque erreur) ; code de\n"
+       "        retour 1 si l'un ne l'est pas. Les entités externes, les bombes d'entités, les\n"
+       "        imbrications de plus de 256 niveaux sont refusées\n"
+       "  formate FICHIER [--indentation N] [--codage C] [--sortie F]\n"
+       "        réécrit le document indenté de N espaces (2 par défaut ; 0 : sans mise en page)\n"
+       "        dans le codage C (utf8 par défaut, utf16, latin9), sur la sortie standard ou dans F\n"
+       "  schema XSD [CHEMIN]\n"
+       "        les éléments racines du schéma ; avec un chemin (reglages/affichage), les\n"
+       "        enfants permis avec leur type et leurs bornes, les attributs et le type du texte\n");
 
 // Counts what a stream of events holds, without keeping the document.
 class Compte final : public sdd::EcouteurXML {
@@ -42,7 +42,7 @@ class Compte final : public sdd::EcouteurXML {
 
 int Verifie(const Arguments& a) {
   if (a.positions.empty()) {
-    Erreur("xml verifie : au moins un FICHIER attendu");
+    Erreur(Tr("xml verifie : au moins un FICHIER attendu"));
     return 2;
   }
   const std::string cheminSchema = a.Texte("schema", "");
@@ -55,19 +55,20 @@ int Verifie(const Arguments& a) {
     try {
       sdd::ParseurXML().AnalyseFichier(fichier, compte);
     } catch (const sdd::ErreurXML& e) {
-      std::printf("%s:%d:%d: mal formé : %s\n", fichier.c_str(), e.Ligne(), e.Colonne(), e.Quoi().c_str());
+      std::printf(Tr("%s:%d:%d: mal formé : %s\n"), fichier.c_str(), e.Ligne(), e.Colonne(),
+                  e.QuoiTraduit().c_str());
       code = 1;
       continue;
     }
     if (!schema) {
-      std::printf("%s : bien formé, %llu éléments, %llu attributs\n", fichier.c_str(),
+      std::printf(Tr("%s : bien formé, %llu éléments, %llu attributs\n"), fichier.c_str(),
                   static_cast<unsigned long long>(compte.elements),
                   static_cast<unsigned long long>(compte.attributs));
       continue;
     }
     const std::vector<sdd::ErreurValidationXML> erreurs = schema->ValideFichier(fichier);
     if (erreurs.empty()) {
-      std::printf("%s : valide\n", fichier.c_str());
+      std::printf(Tr("%s : valide\n"), fichier.c_str());
       continue;
     }
     for (const sdd::ErreurValidationXML& e : erreurs) {
@@ -80,7 +81,7 @@ int Verifie(const Arguments& a) {
 
 int Formate(const Arguments& a) {
   if (a.positions.size() != 1) {
-    Erreur("xml formate : un FICHIER attendu");
+    Erreur(Tr("xml formate : un FICHIER attendu"));
     return 2;
   }
   sdd::OptionsEcritureXML options;
@@ -93,7 +94,7 @@ int Formate(const Arguments& a) {
   } else if (codage == "latin9" || codage == "iso-8859-15") {
     options.codage = sdd::eCodageXML::eISO8859_15;
   } else {
-    Erreur("xml formate : codage inconnu « " + codage + " » (utf8, utf16, latin9)");
+    Erreur(Texte(N_("xml formate : codage inconnu « %s » (utf8, utf16, latin9)"), {codage}));
     return 2;
   }
   sdd::OptionsParseurXML lecture;
@@ -108,8 +109,8 @@ int Formate(const Arguments& a) {
       sdd::EcrisFichierXML(racine, sortie, options);
     }
   } catch (const sdd::ErreurXML& e) {
-    std::fprintf(stderr, "%s:%d:%d: mal formé : %s\n", a.positions[0].c_str(), e.Ligne(), e.Colonne(),
-                 e.Quoi().c_str());
+    std::fprintf(stderr, Tr("%s:%d:%d: mal formé : %s\n"), a.positions[0].c_str(), e.Ligne(), e.Colonne(),
+                 e.QuoiTraduit().c_str());
     return 1;
   }
   return 0;
@@ -123,7 +124,7 @@ std::string Bornes(const sdd::DeclarationEnfantXML& d) {
 
 int Schema(const Arguments& a) {
   if (a.positions.empty() || a.positions.size() > 2) {
-    Erreur("xml schema : XSD et au plus un CHEMIN attendus");
+    Erreur(Tr("xml schema : XSD et au plus un CHEMIN attendus"));
     return 2;
   }
   const sdd::SchemaXML schema = sdd::SchemaXML::LisFichier(a.positions[0]);
@@ -133,23 +134,24 @@ int Schema(const Arguments& a) {
   }
   const std::string& chemin = a.positions[1];
   if (!schema.PossedeElement(chemin)) {
-    Erreur("xml schema : aucun élément « " + chemin + " » dans le schéma");
+    Erreur(Texte(N_("xml schema : aucun élément « %s » dans le schéma"), {chemin}));
     return 1;
   }
   const std::string texte = schema.TypeTexte(chemin);
   std::printf("%s%s%s\n", chemin.c_str(), texte.empty() ? "" : " : ", texte.c_str());
   for (const std::string& valeur : schema.ValeursPermises(chemin))
-    std::printf("  valeur « %s »\n", valeur.c_str());
-  if (schema.EstMixte(chemin)) std::printf("  contenu mixte (texte entre les enfants)\n");
+    std::printf(Tr("  valeur « %s »\n"), valeur.c_str());
+  if (schema.EstMixte(chemin)) std::fputs(Tr("  contenu mixte (texte entre les enfants)\n"), stdout);
   for (const sdd::DeclarationEnfantXML& d : schema.EnfantsPermis(chemin)) {
-    std::printf("  enfant    %s %s %s\n", Aligne(d.nom, 20).c_str(),
+    std::printf(Tr("  enfant    %s %s %s\n"), Aligne(d.nom, 20).c_str(),
                 Aligne(d.type.empty() ? "-" : d.type, 24).c_str(), Bornes(d).c_str());
   }
   for (const sdd::DeclarationAttributXML& d : schema.AttributsPermis(chemin)) {
     std::string defaut;
-    if (!d.defaut.empty()) defaut = std::string(d.fixe ? " fixé à « " : " par défaut « ") + d.defaut + " »";
-    std::printf("  attribut  %s %s %s%s\n", Aligne(d.nom, 20).c_str(), Aligne(d.type, 24).c_str(),
-                d.requis ? "requis" : "facultatif", defaut.c_str());
+    if (!d.defaut.empty())
+      defaut = Texte(d.fixe ? N_(" fixé à « %s »") : N_(" par défaut « %s »"), {d.defaut});
+    std::printf(Tr("  attribut  %s %s %s%s\n"), Aligne(d.nom, 20).c_str(), Aligne(d.type, 24).c_str(),
+                d.requis ? Tr("requis") : Tr("facultatif"), defaut.c_str());
   }
   return 0;
 }
@@ -158,8 +160,7 @@ int Schema(const Arguments& a) {
 
 int Xml(const std::vector<std::string>& arguments) {
   if (arguments.empty() || arguments[0] == "--help" || arguments[0] == "-h") {
-    std::fputs(kAideXml, arguments.empty() ? stderr : stdout);
-    return arguments.empty() ? 2 : 0;
+    return AfficheAide(kAideXml, !arguments.empty());
   }
   const std::string action = arguments[0];
   const Arguments a = Analyse(std::vector<std::string>(arguments.begin() + 1, arguments.end()),
@@ -172,9 +173,7 @@ int Xml(const std::vector<std::string>& arguments) {
     Erreur(e.MessageCompletTraduit().DonneStdString());
     return 1;
   }
-  Erreur("xml : action inconnue « " + action + " »");
-  std::fputs(kAideXml, stderr);
-  return 2;
+  return ActionInconnue("xml", action);
 }
 
 }  // namespace outils

@@ -11,6 +11,8 @@
 
 #include "Commandes.h"
 
+using outils::Tr;
+
 namespace {
 
 constexpr const char* kVersion = OUTILS_SOCLE_VERSION;
@@ -39,7 +41,7 @@ int main(int argc, char** argv) {
   // The user's language, as every gettext program does: French unless the environment asks for
   // another language we have a catalogue for.
   sdd::Langues::ChoisisLangue(sdd::Langues::LangueUtilisateur());
-  const std::string aide = sdd::Traduis(kAide).DonneStdString();
+  const std::string aide = Tr(kAide);
   if (argc < 2) {
     std::fputs(aide.c_str(), stderr);
     return 2;
@@ -52,6 +54,11 @@ int main(int argc, char** argv) {
   }
   if (commande == "-V" || commande == "--version") {
     std::printf("outils-socle %s\n", kVersion);
+    std::fputs(Tr("Copyright (c) 2026 Les auteurs d'OutilsSocle\n"
+                  "Licence MIT (SPDX-License-Identifier: MIT) : <https://opensource.org/licenses/MIT>\n"
+                  "Ce programme est libre : vous pouvez le copier, le modifier et le redistribuer.\n"
+                  "Il est fourni sans aucune garantie, dans les limites permises par la loi.\n"),
+               stdout);
     return 0;
   }
   // Failures the commands leave to us: the library's exceptions and the file alerts (a

@@ -30,6 +30,8 @@ paquets=(
   clang-14 libclang-rt-14-dev
   # Debian packages (make deb, make check-deb): dependencies, build flags, checks.
   dpkg-dev file lintian
+  # No source file may name a licence that contradicts the project's (make check runs it).
+  licensecheck
 )
 
 manquants=()

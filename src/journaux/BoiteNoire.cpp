@@ -9,6 +9,7 @@
 #include <outils_socle/texte/Exception.h>
 
 #include "langues/Marque.h"
+#include "langues/TraductionBibliotheque.h"
 #include "plateforme/Plateforme.h"
 #include "texte/RaisonsSysteme.h"
 
@@ -136,7 +137,8 @@ size_t BoiteNoire::Ecris(const UniChemin& chemin) const {
 void BoiteNoire::InstalleSurSignauxFatals(const UniChemin& chemin) {
   const std::string nom = chemin.DonneStdString();
   if (nom.size() >= sizeof cheminSignal_)
-    throw exceptions::OuvertureEchouee(nom.substr(0, 64) + "… : chemin trop long pour la boîte noire");
+    throw exceptions::OuvertureEchouee(nom.substr(0, 64) +
+                                       "… : " + N_("chemin trop long pour la boîte noire"));
   BoiteNoire* attendue = nullptr;
   if (!gBoiteInstallee.compare_exchange_strong(attendue, this) && attendue != this)
     throw exceptions::OperationInvalide(

@@ -9,6 +9,8 @@
 #include <outils_socle/texte/ErreurFichier.h>
 #include <outils_socle/texte/Exception.h>
 
+#include "langues/Marque.h"
+#include "langues/TraductionBibliotheque.h"
 #include "plateforme/Plateforme.h"
 
 namespace sdd {
@@ -100,7 +102,8 @@ CJournal::CJournal(const UniChemin& chemin, uint64_t tailleMax, int nbAnciens)
     : rep_(std::make_unique<_Rep>()) {
   rep_->chemin = chemin.DonneStdString();
   if (tailleMax == 0)
-    throw exceptions::OperationInvalide("Journal « " + rep_->chemin + " » : taille maximale nulle");
+    throw exceptions::OperationInvalide(detail::Formate(N_("Journal « %s »"), {rep_->chemin}) + " : " +
+                                        N_("taille maximale nulle"));
   try {
     auto fichier = std::make_shared<spdlog::sinks::rotating_file_sink_mt>(
         rep_->chemin, tailleMax, static_cast<size_t>(std::max(nbAnciens, 0)));

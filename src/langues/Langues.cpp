@@ -177,15 +177,16 @@ std::string TraduisTexteBibliotheque(const std::string& texte) {
   LieDomaineBibliotheque();
   const char* traduit = dgettext(kDomaineBibliotheque, texte.c_str());
   if (traduit != texte.c_str()) return traduit;  // gettext hands back its argument when it has nothing
+  std::string selonModele;
+  if (TraduisSelonModele(texte, selonModele)) return selonModele;
   const size_t separateur = texte.find(" : ");
   if (separateur == std::string::npos) return texte;
   // Each part is looked up in turn: "Écriture échouée : t.tab : Permission non accordée" has a
   // known head, a path that stays as it is, and a known reason. A part the catalogue does not
   // know (a path, a name, a number) is kept whole.
-  const std::string tete = texte.substr(0, separateur);
-  // (gettext answers the catalogue's header for an empty text)
-  const char* teteTraduite = tete.empty() ? "" : dgettext(kDomaineBibliotheque, tete.c_str());
-  return std::string(teteTraduite) + " : " + TraduisTexteBibliotheque(texte.substr(separateur + 3));
+  // The head holds no " : ", so it is looked up whole and against the models only.
+  return TraduisTexteBibliotheque(texte.substr(0, separateur)) + " : " +
+         TraduisTexteBibliotheque(texte.substr(separateur + 3));
 }
 
 }  // namespace detail

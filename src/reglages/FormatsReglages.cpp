@@ -11,6 +11,8 @@
 #include <outils_socle/texte/Exception.h>
 #include <outils_socle/texte/UTF8.h>
 
+#include "langues/Marque.h"
+#include "langues/TraductionBibliotheque.h"
 #include "reglages/CheminsReglages.h"
 #include "xml/CaracteresXML.h"
 
@@ -34,8 +36,8 @@ const char* NomFormat(eFormatReglages format) {
 }
 
 [[noreturn]] void LanceEndommage(eFormatReglages format, const std::string& pourquoi) {
-  throw exceptions::ErreurDeserialisation(std::string("Réglages ") + NomFormat(format) +
-                                          " endommagés : " + pourquoi);
+  throw exceptions::ErreurDeserialisation(detail::Formate(N_("Réglages %s endommagés"), {NomFormat(format)}) +
+                                          " : " + pourquoi);
 }
 
 // The deepest nesting of a JSON text, strings skipped; stops counting past the limit.
@@ -104,9 +106,10 @@ int ProfondeurXml(const std::string& texte) {
 
 void Ajoute(ContenuFichier& contenu, const std::string& chemin, ValeurFichier valeur,
             eFormatReglages format) {
-  if (!EstCheminValide(chemin)) LanceEndommage(format, "chemin non valide « " + chemin + " »");
+  if (!EstCheminValide(chemin))
+    LanceEndommage(format, detail::Formate(N_("chemin non valide « %s »"), {chemin}));
   if (!contenu.emplace(chemin, std::move(valeur)).second)
-    LanceEndommage(format, "chemin en double « " + chemin + " »");
+    LanceEndommage(format, detail::Formate(N_("chemin en double « %s »"), {chemin}));
 }
 
 std::string Joins(const std::string& prefixe, const std::string& clef) {
@@ -124,7 +127,8 @@ void LisXml(const pt::ptree& noeud, const std::string& prefixe, ContenuFichier& 
       for (const auto& [nom, element] : fils) {
         if (nom == kAttributsXml) continue;
         if (nom != kElementXml || !element.empty())
-          LanceEndommage(eFormatReglages::eXML, "liste « " + chemin + " » : <" + nom + "> inattendu");
+          LanceEndommage(eFormatReglages::eXML, detail::Formate(N_("liste « %s »"), {chemin}) + " : " +
+                                                    detail::Formate(N_("<%s> inattendu"), {nom}));
         valeur.elements.push_back(element.data());
       }
       Ajoute(contenu, chemin, std::move(valeur), eFormatReglages::eXML);
@@ -140,8 +144,9 @@ void LisJson(const pt::ptree& noeud, const std::string& prefixe, ContenuFichier&
   for (const auto& [clef, fils] : noeud) {
     if (clef.empty())
       LanceEndommage(eFormatReglages::eJSON,
-                     "tableau à la place d’un objet " +
-                         (prefixe.empty() ? std::string("à la racine") : "sous « " + prefixe + " »"));
+                     prefixe.empty()
+                         ? std::string(N_("tableau à la place d’un objet à la racine"))
+                         : detail::Formate(N_("tableau à la place d’un objet sous « %s »"), {prefixe}));
     const std::string chemin = Joins(prefixe, clef);
     if (fils.empty()) {
       Ajoute(contenu, chemin, ValeurFichier{false, fils.data(), {}}, eFormatReglages::eJSON);
@@ -150,7 +155,8 @@ void LisJson(const pt::ptree& noeud, const std::string& prefixe, ContenuFichier&
       valeur.liste = true;
       for (const auto& [nom, element] : fils) {
         if (!element.empty())
-          LanceEndommage(eFormatReglages::eJSON, "liste « " + chemin + " » : élément composé");
+          LanceEndommage(eFormatReglages::eJSON,
+                         detail::Formate(N_("liste « %s »"), {chemin}) + " : " + N_("élément composé"));
         valeur.elements.push_back(element.data());
       }
       Ajoute(contenu, chemin, std::move(valeur), eFormatReglages::eJSON);
@@ -162,8 +168,8 @@ void LisJson(const pt::ptree& noeud, const std::string& prefixe, ContenuFichier&
 
 [[noreturn]] void RefuseTexte(eFormatReglages format, const std::string& chemin,
                               const std::string& pourquoi) {
-  throw exceptions::OperationInvalide(std::string("Réglages ") + NomFormat(format) + " : « " + chemin +
-                                      " » " + pourquoi);
+  throw exceptions::OperationInvalide(
+      detail::Formate(N_("Réglages %s : « %s » %s"), {NomFormat(format), chemin, pourquoi}));
 }
 
 std::string PointDeCode(int32_t cp) {
@@ -191,23 +197,25 @@ void VerifieTexte(eFormatReglages format, const std::string& chemin, const std::
     const std::size_t debut = i;
     const int32_t cp = DecodeCaractereUTF8(t, i);
     if (cp < 0)
-      RefuseTexte(format, chemin, "n’est pas de l’UTF-8 valide (octet " + std::to_string(debut) + ")");
+      RefuseTexte(format, chemin,
+                  detail::Formate(N_("n’est pas de l’UTF-8 valide (octet %s)"), {std::to_string(debut)}));
     if (format == eFormatReglages::eXML && !detail::EstCaractereXML(cp))
-      RefuseTexte(format, chemin, "contient " + PointDeCode(cp) + ", qu’XML 1.0 ne sait pas écrire");
+      RefuseTexte(format, chemin,
+                  detail::Formate(N_("contient %s, qu’XML 1.0 ne sait pas écrire"), {PointDeCode(cp)}));
     if (format == eFormatReglages::eINI && (cp == '\r' || cp == '\n'))
-      RefuseTexte(format, chemin, "contient un saut de ligne");
+      RefuseTexte(format, chemin, N_("contient un saut de ligne"));
     if (debut == 0) premier = cp;
     dernier = cp;
   }
   if (format == eFormatReglages::eINI && (EstEspaceRogne(premier) || EstEspaceRogne(dernier)))
-    RefuseTexte(format, chemin, "commence ou finit par une espace");
+    RefuseTexte(format, chemin, N_("commence ou finit par une espace"));
 }
 
 void Verifie(eFormatReglages format, const std::string& chemin, const ValeurFichier& valeur) {
   if (format == eFormatReglages::eINI) {
     if (std::count(chemin.begin(), chemin.end(), '/') > 1)
-      RefuseTexte(format, chemin, "est trop profond pour une section et une clé");
-    if (valeur.liste) RefuseTexte(format, chemin, "est une liste");
+      RefuseTexte(format, chemin, N_("est trop profond pour une section et une clé"));
+    if (valeur.liste) RefuseTexte(format, chemin, N_("est une liste"));
   }
   if (!valeur.liste) VerifieTexte(format, chemin, valeur.texte);
   for (const std::string& element : valeur.elements) VerifieTexte(format, chemin, element);
@@ -277,7 +285,8 @@ ContenuFichier LisContenu(const std::string& texte, eFormatReglages format) {
   // XML has the <reglages> element above the settings' own levels.
   if ((format == eFormatReglages::eXML && ProfondeurXml(texte) > kProfondeurMaxReglages + 1) ||
       (format == eFormatReglages::eJSON && ProfondeurJson(texte) > kProfondeurMaxReglages))
-    LanceEndommage(format, "plus de " + std::to_string(kProfondeurMaxReglages) + " niveaux");
+    LanceEndommage(format,
+                   detail::Formate(N_("plus de %s niveaux"), {std::to_string(kProfondeurMaxReglages)}));
   std::istringstream entree(format == eFormatReglages::eXML ? NormaliseFinsDeLigne(texte) : texte);
   pt::ptree racine;
   ContenuFichier contenu;
@@ -286,13 +295,14 @@ ContenuFichier LisContenu(const std::string& texte, eFormatReglages format) {
       case eFormatReglages::eXML: {
         pt::read_xml(entree, racine, pt::xml_parser::no_comments);
         if (racine.size() != 1 || racine.front().first != kRacineXml)
-          LanceEndommage(format, std::string("l’élément racine doit être <") + kRacineXml + ">");
+          LanceEndommage(format, detail::Formate(N_("l’élément racine doit être <%s>"), {kRacineXml}));
         LisXml(racine.front().second, "", contenu);
         break;
       }
       case eFormatReglages::eJSON:
         pt::read_json(entree, racine);
-        if (racine.empty() && !racine.data().empty()) LanceEndommage(format, "la racine doit être un objet");
+        if (racine.empty() && !racine.data().empty())
+          LanceEndommage(format, N_("la racine doit être un objet"));
         LisJson(racine, "", contenu);
         break;
       case eFormatReglages::eINI:
@@ -308,7 +318,7 @@ ContenuFichier LisContenu(const std::string& texte, eFormatReglages format) {
         break;
     }
   } catch (const pt::file_parser_error& e) {
-    LanceEndommage(format, "ligne " + std::to_string(e.line()) + " : " + e.message());
+    LanceEndommage(format, detail::Formate(N_("ligne %s"), {std::to_string(e.line())}) + " : " + e.message());
   } catch (const pt::ptree_error& e) {
     LanceEndommage(format, e.what());
   }

@@ -6,6 +6,9 @@
 #include <outils_socle/fils/DMutex.h>
 #include <outils_socle/texte/Exception.h>
 
+#include "langues/Marque.h"
+#include "langues/TraductionBibliotheque.h"
+
 namespace sdd {
 
 struct jeux_de_reglages::_Rep {
@@ -51,7 +54,8 @@ jeux_de_reglages::Jeu jeux_de_reglages::Donne(const UniChaine& nom) const {
   StVerrouilleDMutex verrou(&rep_->verrou);
   const auto it = rep_->Trouve(nom);
   if (it == rep_->jeux.end())
-    throw exceptions::OperationInvalide("Jeu de réglages inconnu : « " + nom.DonneStdString() + " »");
+    throw exceptions::OperationInvalide(
+        detail::Formate(N_("Jeu de réglages inconnu : « %s »"), {nom.DonneStdString()}));
   return it->second;
 }
 

@@ -5,6 +5,8 @@
 
 #include <outils_socle/texte/Exception.h>
 
+#include "langues/Marque.h"
+#include "langues/TraductionBibliotheque.h"
 #include "reglages/CheminsReglages.h"
 
 namespace sdd {
@@ -24,7 +26,8 @@ UniChemin PreferencesPlateforme::Chemin() const { return UniChaine(rep_->paramet
 
 void PreferencesPlateforme::Mets(const UniChaine& cle, const Reglage& valeur) {
   if (!detail::EstCheminValide(cle.DonneStdString()))
-    throw exceptions::OperationInvalide("Clé de préférence non valide : « " + cle.DonneStdString() + " »");
+    throw exceptions::OperationInvalide(
+        detail::Formate(N_("Clé de préférence non valide : « %s »"), {cle.DonneStdString()}));
   QVariant v;
   switch (valeur.Type()) {
     case eTypeReglage::eBooleen: v = valeur.DonneBooleen(); break;
@@ -131,9 +134,10 @@ std::vector<UniChaine> PreferencesPlateforme::Cles() const {
 void PreferencesPlateforme::Synchronise() {
   rep_->parametres.sync();
   if (rep_->parametres.status() != QSettings::NoError)
-    throw exceptions::OuvertureEchouee(
-        rep_->parametres.fileName().toStdString() +
-        (rep_->parametres.status() == QSettings::AccessError ? " : accès refusé" : " : format non valide"));
+    throw exceptions::OuvertureEchouee(rep_->parametres.fileName().toStdString() +
+                                       (rep_->parametres.status() == QSettings::AccessError
+                                            ? " : " N_("accès refusé")
+                                            : " : " N_("format non valide")));
 }
 
 void PreferencesPlateforme::EnregistreDepuis(const Reglages& reglages) {

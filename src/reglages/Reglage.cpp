@@ -5,17 +5,18 @@
 
 #include <outils_socle/texte/Exception.h>
 #include "langues/Marque.h"
+#include "langues/TraductionBibliotheque.h"
 #include "texte/FormeUTF8.h"
 
 namespace sdd {
 
 const char* NomTypeReglage(eTypeReglage type) {
   switch (type) {
-    case eTypeReglage::eBooleen: return "booléen";
-    case eTypeReglage::eEntier: return "entier";
-    case eTypeReglage::eChaine: return "chaîne";
-    case eTypeReglage::eListeChaines: return "liste de chaînes";
-    case eTypeReglage::eBlob: return "blob";
+    case eTypeReglage::eBooleen: return N_("booléen");
+    case eTypeReglage::eEntier: return N_("entier");
+    case eTypeReglage::eChaine: return N_("chaîne");
+    case eTypeReglage::eListeChaines: return N_("liste de chaînes");
+    case eTypeReglage::eBlob: return N_("blob");
   }
   return "?";
 }
@@ -36,8 +37,8 @@ Reglage Reglage::Blob(const Octets& valeur) { return Reglage(valeur); }
 namespace {
 
 [[noreturn]] void LanceMauvaisType(eTypeReglage demande, eTypeReglage present) {
-  throw exceptions::OperationInvalide(std::string("Réglage de type ") + NomTypeReglage(present) +
-                                      " lu comme " + NomTypeReglage(demande));
+  throw exceptions::OperationInvalide(detail::Formate(N_("Réglage de type %s lu comme %s"),
+                                                      {NomTypeReglage(present), NomTypeReglage(demande)}));
 }
 
 }  // namespace

@@ -10,6 +10,8 @@
 #include <outils_socle/texte/ErreurFichier.h>
 #include <outils_socle/texte/Exception.h>
 
+#include "langues/Marque.h"
+#include "langues/TraductionBibliotheque.h"
 #include "plateforme/Plateforme.h"
 #include "reglages/CheminsReglages.h"
 #include "reglages/FormatsReglages.h"
@@ -52,7 +54,7 @@ detail::ValeurFichier EnBrut(const Reglage& valeur) {
 }
 
 [[noreturn]] void LanceCheminNonValide(const std::string& chemin) {
-  throw exceptions::OperationInvalide("Chemin de réglage non valide : « " + chemin + " »");
+  throw exceptions::OperationInvalide(detail::Formate(N_("Chemin de réglage non valide : « %s »"), {chemin}));
 }
 
 }  // namespace
@@ -88,14 +90,14 @@ struct Reglages::_Rep {
     if (!detail::EstCheminValide(chemin)) LanceCheminNonValide(chemin);
     for (size_t barre = chemin.find('/'); barre != std::string::npos; barre = chemin.find('/', barre + 1)) {
       if (entrees.count(chemin.substr(0, barre)) != 0)
-        throw exceptions::OperationInvalide("Réglage « " + chemin + " » sous le réglage « " +
-                                            chemin.substr(0, barre) + " »");
+        throw exceptions::OperationInvalide(
+            detail::Formate(N_("Réglage « %s » sous le réglage « %s »"), {chemin, chemin.substr(0, barre)}));
     }
     const std::string dessous = chemin + "/";
     const auto suivant = entrees.lower_bound(dessous);
     if (suivant != entrees.end() && suivant->first.compare(0, dessous.size(), dessous) == 0)
-      throw exceptions::OperationInvalide("Réglage « " + chemin + " » au-dessus du réglage « " +
-                                          suivant->first + " »");
+      throw exceptions::OperationInvalide(
+          detail::Formate(N_("Réglage « %s » au-dessus du réglage « %s »"), {chemin, suivant->first}));
   }
 
   // Checks one change against the declarations; throws OperationInvalide.
@@ -107,9 +109,9 @@ struct Reglages::_Rep {
     }
     const Entree& e = it->second;
     if (e.defaut && e.defaut->Type() != valeur.Type())
-      throw exceptions::OperationInvalide("Réglage « " + chemin + " » de type " +
-                                          NomTypeReglage(e.defaut->Type()) + " : valeur de type " +
-                                          NomTypeReglage(valeur.Type()) + " refusée");
+      throw exceptions::OperationInvalide(
+          detail::Formate(N_("Réglage « %s » de type %s : valeur de type %s refusée"),
+                          {chemin, NomTypeReglage(e.defaut->Type()), NomTypeReglage(valeur.Type())}));
   }
 
   void Previens(const std::vector<UniChaine>& chemins) {
@@ -155,9 +157,9 @@ void Reglages::Declare(const UniChaine& chemin, const Reglage& defaut) {
   Entree& e = it->second;
   const std::optional<Reglage>& connu = e.defaut ? e.defaut : e.valeur;
   if (connu && connu->Type() != defaut.Type())
-    throw exceptions::OperationInvalide("Réglage « " + clef + " » déjà de type " +
-                                        NomTypeReglage(connu->Type()) + ", redéclaré de type " +
-                                        NomTypeReglage(defaut.Type()));
+    throw exceptions::OperationInvalide(
+        detail::Formate(N_("Réglage « %s » déjà de type %s, redéclaré de type %s"),
+                        {clef, NomTypeReglage(connu->Type()), NomTypeReglage(defaut.Type())}));
   e.defaut = defaut;
   // A file's value becomes a typed one as soon as someone says what type it has.
   if (e.brut && !e.valeur) {
@@ -240,7 +242,8 @@ void Reglages::Applique(const std::vector<Changement>& changements) {
       const auto deja = vus.find(clef);
       if (deja != vus.end()) {
         if (deja->second->Type() != valeur.Type())
-          throw exceptions::OperationInvalide("Réglage « " + clef + " » changé deux fois avec deux types");
+          throw exceptions::OperationInvalide(
+              detail::Formate(N_("Réglage « %s » changé deux fois avec deux types"), {clef}));
         continue;
       }
       rep_->VerifieChangement(clef, valeur);
@@ -250,8 +253,8 @@ void Reglages::Applique(const std::vector<Changement>& changements) {
                  bas[haut.size()] == '/';
         };
         if (sous(autre, clef) || sous(clef, autre))
-          throw exceptions::OperationInvalide("Réglages « " + autre + " » et « " + clef +
-                                              " » l’un sous l’autre");
+          throw exceptions::OperationInvalide(
+              detail::Formate(N_("Réglages « %s » et « %s » l’un sous l’autre"), {autre, clef}));
       }
       vus.emplace(clef, &valeur);
     }
@@ -331,8 +334,8 @@ void Reglages::LisTexte(const std::string& texte, eFormatReglages format) {
     for (const auto& [chemin, e] : entrees) {
       for (size_t barre = chemin.find('/'); barre != std::string::npos; barre = chemin.find('/', barre + 1)) {
         if (entrees.count(chemin.substr(0, barre)) != 0)
-          throw exceptions::ErreurDeserialisation("Réglages : « " + chemin + " » sous le réglage « " +
-                                                  chemin.substr(0, barre) + " »");
+          throw exceptions::ErreurDeserialisation(detail::Formate(
+              N_("Réglages : « %s » sous le réglage « %s »"), {chemin, chemin.substr(0, barre)}));
       }
     }
     for (const auto& [chemin, e] : entrees) {

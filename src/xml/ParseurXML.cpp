@@ -1,19 +1,24 @@
 #include <outils_socle/texte/ChaineN.h>
 #include <outils_socle/xml/ParseurXML.h>
 
+#include "langues/Marque.h"
+#include "langues/TraductionBibliotheque.h"
 #include "plateforme/Plateforme.h"
 #include "xml/AnalyseXML.h"
 
 namespace sdd {
 
 ErreurXML::ErreurXML(int ligne, int colonne, const std::string& quoi)
-    : ErreurDeserialisation(UniChaine("XML : ligne " + std::to_string(ligne) + ", colonne " +
-                                      std::to_string(colonne) + " : " + quoi)),
+    : ErreurDeserialisation(UniChaine(detail::Formate(N_("XML : ligne %s, colonne %s"),
+                                                      {std::to_string(ligne), std::to_string(colonne)}) +
+                                      " : " + quoi)),
       ligne_(ligne),
       colonne_(colonne),
       quoi_(quoi) {}
 
 ErreurXML::~ErreurXML() = default;
+
+std::string ErreurXML::QuoiTraduit() const { return detail::TraduisTexteBibliotheque(quoi_); }
 
 EcouteurXML::~EcouteurXML() = default;
 void EcouteurXML::Debut(std::string_view, const std::vector<Balise::Attribut>&) {}

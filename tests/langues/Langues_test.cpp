@@ -1,5 +1,7 @@
+#include <outils_socle/journaux/CJournal.h>
 #include <outils_socle/langues/DomaineTraduction.h>
 #include <outils_socle/langues/Langues.h>
+#include <outils_socle/reglages/Reglages.h>
 
 #include <gtest/gtest.h>
 
@@ -100,6 +102,36 @@ TEST(Langues, MessagesDeLaBibliothequeEnAnglais) {
   EXPECT_EQ(e.MessageCompletTraduit(), e.MessageComplet());
 }
 
+// Messages that name a path or a type are built from a model; in English each value stays
+// where the English model puts it, paths as they are and type names translated.
+TEST(Langues, MessagesAvecValeursEnAnglais) {
+  const auto anglais = [](auto&& action) {
+    try {
+      action();
+    } catch (const exceptions::Exception& e) {
+      Langues::ChoisisLangue("en");
+      std::string texte = e.MessageCompletTraduit().DonneStdString();
+      Langues::ChoisisLangue("fr");
+      EXPECT_NE(texte, e.MessageComplet().DonneStdString()) << "not translated";
+      return texte;
+    }
+    ADD_FAILURE() << "no exception";
+    return std::string();
+  };
+  Reglages reglages;
+  reglages.Declare("affichage/taille", Reglage::Entier(12));
+  EXPECT_EQ(anglais([&] { reglages.MetsBooleen("affichage/taille", true); }),
+            "Invalid operation : Setting “affichage/taille” of type integer: value of type boolean "
+            "refused");
+  EXPECT_EQ(anglais([&] { reglages.MetsEntier("affichage/taille/pixels", 3); }),
+            "Invalid operation : Setting “affichage/taille/pixels” under setting “affichage/taille”");
+  EXPECT_EQ(anglais([&] { reglages.Mets("a//b", Reglage::Entier(1)); }),
+            "Invalid operation : Invalid setting path: “a//b”");
+  const std::string dossier = ::testing::TempDir() + "/journal_anglais";
+  EXPECT_EQ(anglais([&] { CJournal journal(UniChemin(dossier + "/j.log"), 0, 1); }),
+            "Invalid operation : Journal “" + dossier + "/j.log” : zero maximum size");
+}
+
 // Every text marked for translation in the sources has its English form: xgettext collects
 // them again and msgcmp compares with the catalogue.
 TEST(Langues, CatalogueAnglaisComplet) {
@@ -107,6 +139,7 @@ TEST(Langues, CatalogueAnglaisComplet) {
   const std::string commande =
       "cd " + racine +
       " && xgettext --from-code=UTF-8 -C --keyword --keyword=N_ --keyword=Traduis:1"
+      " --keyword=Tr --keyword=TrPluriel:1,2"
       " -o /tmp/outils_socle_test.pot $(git ls-files 'src/*.cpp' 'outils/*.cpp' 2>/dev/null ||"
       " find src outils -name '*.cpp') && msgcmp po/en.po /tmp/outils_socle_test.pot";
   EXPECT_EQ(std::system(commande.c_str()), 0) << commande;

@@ -53,6 +53,8 @@ class OUTILS_SOCLE_EXPORT ErreurXML : public exceptions::ErreurDeserialisation {
   int Colonne() const { return colonne_; }
   // What went wrong, without the position.
   const std::string& Quoi() const { return quoi_; }
+  // The same in the interface language chosen with Langues::ChoisisLangue.
+  std::string QuoiTraduit() const;
 
  private:
   int ligne_;
