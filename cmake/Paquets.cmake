@@ -22,9 +22,11 @@ if(TARGET outils_socle_python)
   list(APPEND composants python)
 endif()
 
-# Every Debian package carries its copyright file and, being native, its changelog.
+# Every Debian package carries its copyright file and, being native, its changelog, written from
+# CHANGELOG.md.
 set(changelog_gz ${CMAKE_CURRENT_BINARY_DIR}/changelog.gz)
-outils_socle_gzip(changelog_debian ${CMAKE_CURRENT_SOURCE_DIR}/cmake/debian/changelog ${changelog_gz})
+outils_socle_changelog_debian(outils-socle "${OUTILS_SOCLE_MAINTENEUR}" ${CMAKE_CURRENT_BINARY_DIR}/changelog)
+outils_socle_gzip(changelog_debian ${CMAKE_CURRENT_BINARY_DIR}/changelog ${changelog_gz})
 foreach(composant IN LISTS composants)
   install(FILES ${CMAKE_CURRENT_SOURCE_DIR}/cmake/debian/copyright ${changelog_gz}
           DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${paquet_${composant}} COMPONENT ${composant})

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Builds the outils_socle package with pip, against an installed OutilsSocle found through
 pkg-config (set PKG_CONFIG_PATH for a prefix other than /usr or /usr/local):
 
@@ -42,7 +43,7 @@ setup(
     name="outils-socle",
     version=version,
     description="Outils de base pour le texte français : lexiques compilés, comparaison, codages, calendrier",
-    license="MIT",
+    license="MIT",  # SPDX identifier; the text is the project's LICENSE file
     classifiers=["License :: OSI Approved :: MIT License", "Programming Language :: C++",
                  "Typing :: Typed"],
     python_requires=">=3.9",

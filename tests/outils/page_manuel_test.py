@@ -1,19 +1,28 @@
-"""The manual page renders cleanly and names everything the program's help texts name.
+"""A manual page renders cleanly and names everything the program's help texts name.
 
-The help texts are the program's own account of its commands, actions and options; the page is
-written by hand. This test reads the former and looks for each name in the rendered page, so
-that a command or option added to the program without a word in the page fails here.
+The help texts are the program's own account of its commands, actions and options; the pages
+(English and French) are written by hand. This test reads the help in the page's language and
+looks for each name in the rendered page, so that a command or option added to the program
+without a word in the page fails here.
+
+Usage: page_manuel_test.py <outils-socle> <page> <fr|en>
 """
 import os
 import re
 import subprocess
 import sys
 
-PROGRAMME, PAGE = sys.argv[1], sys.argv[2]
+PROGRAMME, PAGE, LANGUE = sys.argv[1], sys.argv[2], sys.argv[3]
+# Where each language's help text puts its sections.
+COMMANDES, OPTIONS, CODAGES = {
+    "fr": ("Commandes :", "Options :", "Codages (sans distinction de casse) :"),
+    "en": ("Commands:", "Options:", "Encodings (case ignored):"),
+}[LANGUE]
 
 
 def aide(*arguments):
-    r = subprocess.run([PROGRAMME, *arguments, "--help"], capture_output=True, timeout=60)
+    env = dict(os.environ, LANGUAGE=LANGUE, LC_ALL="C.UTF-8")
+    r = subprocess.run([PROGRAMME, *arguments, "--help"], capture_output=True, timeout=60, env=env)
     if r.returncode != 0:
         sys.exit(f"{arguments} --help: exit {r.returncode}")
     return r.stdout.decode("utf-8")
@@ -29,7 +38,7 @@ if re.search(r"@[A-Za-z_][A-Za-z0-9_]*@", page):
     sys.exit("an unconfigured @VARIABLE@ is left in the page")
 
 generale = aide()
-commandes = re.findall(r"^  ([a-z]+) {2,}", generale.split("Commandes :")[1].split("Options :")[0], re.M)
+commandes = re.findall(r"^  ([a-z]+) {2,}", generale.split(COMMANDES)[1].split(OPTIONS)[0], re.M)
 if len(commandes) < 3:
     sys.exit(f"commands not found in the help text:\n{generale}")
 textes = {"": generale}
@@ -47,7 +56,7 @@ for commande, texte in textes.items():
 if not any(a.startswith("cherche ") for a in attendus):
     sys.exit(f"actions not found in the lexique help:\n{textes['lexique']}")
 # The encodings' names listed by convertis.
-noms = textes["convertis"].split("Codages (sans distinction de casse) :")[1]
+noms = textes["convertis"].split(CODAGES)[1]
 attendus.update(n.strip(" .\n") for n in noms.split(","))
 attendus.discard("")
 

@@ -1,0 +1,50 @@
+"""No file of the project contradicts its licence.
+
+Debian's licensecheck reads every tracked file and names the licence it finds, if any. The
+project is MIT: the only licences allowed are MIT, and the Unicode data licence in the packages'
+copyright file (the character table comes from Unicode's data). The root LICENSE must be the
+MIT text naming the project's authors, and the copyright file must give each its text.
+
+Usage: licences_test.py <source folder>
+"""
+import re
+import subprocess
+import sys
+
+SOURCE = sys.argv[1]
+PERMISES = {"MIT", "Unicode-DFS-2016"}
+
+fichiers = subprocess.run(["git", "-C", SOURCE, "ls-files"], capture_output=True, check=True,
+                          text=True).stdout.split()
+if not fichiers:
+    sys.exit("no tracked file found")
+# Every file, whatever its name (--check=.); SPDX names; the whole file read (--lines=0).
+r = subprocess.run(["licensecheck", "--machine", "--shortname-scheme=spdx", "--lines=0", "--check=.", *fichiers],
+                   cwd=SOURCE, capture_output=True, text=True, timeout=600)
+if r.returncode != 0:
+    sys.exit(f"licensecheck failed: {r.stderr}")
+
+trouves = dict(ligne.split("\t", 1) for ligne in r.stdout.splitlines())
+fautes = []
+for chemin, licence in sorted(trouves.items()):
+    # One file may hold several: "MIT and/or Unicode-DFS-2016".
+    noms = set(re.split(r" and/or | and | or ", licence)) - {"UNKNOWN"}
+    if noms - PERMISES:
+        fautes.append(f"{chemin}: {licence}")
+
+if trouves.get("LICENSE") != "MIT":
+    fautes.append(f"LICENSE: {trouves.get('LICENSE')}, not the MIT licence")
+with open(f"{SOURCE}/LICENSE", encoding="utf-8") as f:
+    if "Copyright (c) 2026 Les auteurs d'OutilsSocle" not in f.read():
+        fautes.append("LICENSE does not name Les auteurs d'OutilsSocle")
+with open(f"{SOURCE}/cmake/debian/copyright", encoding="utf-8") as f:
+    copyright = f.read()
+for nom in ("MIT", "Unicode-DFS-2016"):
+    if f"\nLicense: {nom}\n" not in copyright:
+        fautes.append(f"cmake/debian/copyright: no stand-alone paragraph for {nom}")
+if "tous droits réservés" in copyright.lower() or "all rights reserved by its authors" in copyright:
+    fautes.append("cmake/debian/copyright still reserves all rights")
+
+if fautes:
+    sys.exit("licences that contradict the project's:\n" + "\n".join(fautes))
+print(f"{len(fichiers)} files: MIT, or no licence named")
