@@ -82,7 +82,7 @@ bench: build
 XGETTEXT_MOTS = --keyword --keyword=N_ --keyword=Traduis:1 --keyword=Tr --keyword=TrPluriel:1,2
 pot:
 	xgettext --from-code=UTF-8 -C $(XGETTEXT_MOTS) --package-name=outils-socle --add-location=file \
-	  --sort-output -o po/outils-socle.pot $$(git ls-files 'src/*.cpp' 'outils/*.cpp')
+	  --sort-output -o po/outils-socle.pot $$(git ls-files 'src/*.cpp' 'src/*.h' 'outils/*.cpp')
 	msgmerge --quiet --update --backup=none --sort-output --add-location=file po/en.po po/outils-socle.pot
 	msgattrib --no-obsolete --sort-output -o po/en.po po/en.po
 	msgfmt --check --statistics -o /dev/null po/en.po

@@ -18,14 +18,15 @@
 #include "automates/MarcheNumeros.h"
 #include "automates/PileLocale.h"
 #include "langues/Marque.h"
+#include "langues/TraductionBibliotheque.h"
 
 namespace sdd {
 
 namespace detail {
 
 void AutomateCorrompu(uint64_t adresse) {
-  throw exceptions::TableNonValide(
-      UniChaine("Automate endommagé : état invalide à l’adresse " + std::to_string(adresse)));
+  throw exceptions::TableNonValide(UniChaine(
+      detail::Formate(N_("Automate endommagé : état invalide à l’adresse %s"), {std::to_string(adresse)})));
 }
 
 }  // namespace detail

@@ -18,6 +18,7 @@
 
 #include "automates/EtatsCompilation.h"
 #include "langues/Marque.h"
+#include "langues/TraductionBibliotheque.h"
 
 namespace sdd {
 
@@ -370,7 +371,8 @@ void CompilateurAutomateAcycliqueMin::Trie(const ListeT<ChaineN>& mots) {
   }
   for (uint64_t i : avecZero) {
     if (i != UINT64_MAX) {
-      throw exceptions::OperationInvalide("Mot contenant le caractère 0 : « " + UniChaine(mots[i]) + " »");
+      throw exceptions::OperationInvalide(detail::Formate(N_("Mot contenant le caractère 0 : « %s »"),
+                                                          {UniChaine(mots[i]).DonneStdString()}));
     }
   }
   bool enOrdre = std::all_of(dejaTries.begin(), dejaTries.end(), [](char t) { return t != 0; });

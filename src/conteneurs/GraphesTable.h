@@ -12,6 +12,7 @@
 #include <outils_socle/texte/Exception.h>
 
 #include "conteneurs/IndexClefs.h"
+#include "langues/Marque.h"
 
 namespace sdd::detail {
 
@@ -37,7 +38,7 @@ class GrapheTableCommun {
   bool RecupereTiret() const { return tiret_; }
   bool TempsEcoulay() const;
   [[noreturn]] static void Corrompu(uint64_t) {
-    throw exceptions::TableNonValide("Table de chaînes : plus de réponses que de clefs");
+    throw exceptions::TableNonValide(N_("Table de chaînes : plus de réponses que de clefs"));
   }
 
  protected:

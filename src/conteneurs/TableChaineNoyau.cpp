@@ -12,6 +12,8 @@
 
 #include "conteneurs/IndexClefs.h"
 #include "conteneurs/PointsDeCode.h"
+#include "langues/Marque.h"
+#include "langues/TraductionBibliotheque.h"
 
 namespace sdd {
 
@@ -388,8 +390,8 @@ TableChaineNoyau::Noeud* TableChaineNoyau::InsereNouveauNoeud(const ChaineN& cle
 
 TableChaineNoyau::Noeud* TableChaineNoyau::TrouveEmplacementEtInsere(const ChaineN& clef, bool* present) {
   if (clef.Longueur() > kLongueurMaxClef) {
-    throw exceptions::OperationInvalide("Clef de plus de " + std::to_string(kLongueurMaxClef) +
-                                        " caractères");
+    throw exceptions::OperationInvalide(
+        detail::Formate(N_("Clef de plus de %s caractères"), {std::to_string(kLongueurMaxClef)}));
   }
   uint64_t longueur = 0;
   Noeud *precedent = nullptr, *noeud = nullptr, *parent = nullptr;

@@ -14,6 +14,7 @@
 #include "conteneurs/IndexClefs.h"
 #include "conteneurs/PointsDeCode.h"
 #include "langues/Marque.h"
+#include "langues/TraductionBibliotheque.h"
 
 namespace sdd {
 
@@ -23,7 +24,7 @@ namespace {
   throw exceptions::TableNonValide(UniChaine(pourquoi.c_str()));
 }
 
-[[noreturn]] void Boucle() { Invalide("Boucle dans la structure de chaines"); }
+[[noreturn]] void Boucle() { Invalide(N_("Boucle dans la structure de chaines")); }
 
 void EcrisPosition(FluxSortie& sortie, uint64_t position, uint16_t version) {
   if (version == TableChaineNoyau::kVersionTableTrie100) {
@@ -99,12 +100,12 @@ uint64_t Serialiseur<TableChaineNoyau>::Ecris(FluxSortie& sortie, const TableCha
 namespace {
 
 uint64_t LisVarElias(FluxEntree& entree) {
-  if (entree.EstALaFin()) Invalide("Table de chaînes tronquée");
+  if (entree.EstALaFin()) Invalide(N_("Table de chaînes tronquée"));
   uint64_t v = 0;
   try {
     SerialiseurVarElias::Lis(entree, &v);
   } catch (const exceptions::IndexHorsBorne&) {
-    Invalide("Table de chaînes tronquée");
+    Invalide(N_("Table de chaînes tronquée"));
   }
   return v;
 }
@@ -115,10 +116,10 @@ void Serialiseur<TableChaineNoyau>::Lis(FluxEntree& entree, TableChaineNoyau* ta
   using Noeud = TableChaineNoyau::Noeud;
   if (table == nullptr) throw exceptions::PointeurInvalide();
   uint8_t entete[detail::kTailleEnteteFixe];
-  if (entree.Donne(sizeof(entete), entete) != sizeof(entete)) Invalide("Table de chaînes tronquée");
+  if (entree.Donne(sizeof(entete), entete) != sizeof(entete)) Invalide(N_("Table de chaînes tronquée"));
   const unsigned version = entete[0] | entete[1] << 8u;
   if (version != TableChaineNoyau::kVersionTableTrie && version != TableChaineNoyau::kVersionTableTrie100) {
-    Invalide("Version non gérée");
+    Invalide(N_("Version non gérée"));
   }
   const bool elias = version == TableChaineNoyau::kVersionTableTrie;
   const uint64_t nombre = entete[2] | entete[3] << 8u | entete[4] << 16u | uint64_t{entete[5]} << 24u;
@@ -126,10 +127,10 @@ void Serialiseur<TableChaineNoyau>::Lis(FluxEntree& entree, TableChaineNoyau* ta
   const uint64_t taille = LisVarElias(entree);
   const uint64_t reste =
       entree.Taille() > entree.DonnePosition() ? entree.Taille() - entree.DonnePosition() : 0;
-  if (taille > reste) Invalide("Table de chaînes tronquée : le bloc des nœuds dépasse les données");
-  if (racine >= taille) Invalide("Table de chaînes : racine hors du bloc");
+  if (taille > reste) Invalide(N_("Table de chaînes tronquée : le bloc des nœuds dépasse les données"));
+  if (racine >= taille) Invalide(N_("Table de chaînes : racine hors du bloc"));
   std::vector<uint8_t> octets(taille);
-  if (entree.Donne(taille, octets.data()) != taille) Invalide("Table de chaînes tronquée");
+  if (entree.Donne(taille, octets.data()) != taille) Invalide(N_("Table de chaînes tronquée"));
   TamponMemoire bloc(reinterpret_cast<char*>(octets.data()), static_cast<int64_t>(taille), false);
 
   // Records from the root down, without recursion. Every position a record names lies before
@@ -157,22 +158,23 @@ void Serialiseur<TableChaineNoyau>::Lis(FluxEntree& entree, TableChaineNoyau* ta
     try {
       n->cars_.Lis(bloc, ChaineN::kCodageUTF8);
     } catch (const exceptions::OperationInvalide&) {
-      Invalide("Table de chaînes : fragment sans fin à la position " + std::to_string(p.position));
+      Invalide(detail::Formate(N_("Table de chaînes : fragment sans fin à la position %s"),
+                               {std::to_string(p.position)}));
     }
     n->Actualise();
     if (n->cars_.Longueur() > TableChaineNoyau::kLongueurMaxClef)
-      Invalide("Table de chaînes : fragment trop long");
+      Invalide(N_("Table de chaînes : fragment trop long"));
     if (p.racine != n->cars_.EstVide())
-      Invalide("Table de chaînes : fragment vide ailleurs qu’à la racine, ou racine non vide");
-    if (!p.racine && n->premier_ <= p.apres) Invalide("Table de chaînes : enfants dans le désordre");
-    if (bloc.EstALaFin()) Invalide("Table de chaînes tronquée");
+      Invalide(N_("Table de chaînes : fragment vide ailleurs qu’à la racine, ou racine non vide"));
+    if (!p.racine && n->premier_ <= p.apres) Invalide(N_("Table de chaînes : enfants dans le désordre"));
+    if (bloc.EstALaFin()) Invalide(N_("Table de chaînes tronquée"));
     const uint8_t drapeaux = bloc.Donne();
-    if ((drapeaux & ~detail::kDrapeauxConnus) != 0) Invalide("Table de chaînes : drapeaux inconnus");
+    if ((drapeaux & ~detail::kDrapeauxConnus) != 0) Invalide(N_("Table de chaînes : drapeaux inconnus"));
     if (p.racine && (drapeaux & detail::kDrapeauSuivant))
-      Invalide("Table de chaînes : la racine a une suivante");
+      Invalide(N_("Table de chaînes : la racine a une suivante"));
     auto position = [&]() -> uint64_t {
       if (elias) return LisVarElias(bloc);
-      if (taille - bloc.DonnePosition() < 8) Invalide("Table de chaînes tronquée");
+      if (taille - bloc.DonnePosition() < 8) Invalide(N_("Table de chaînes tronquée"));
       uint64_t v = 0;
       SerialiseNombreSurNbOctets::Lis(bloc, &v, 8);
       return v;
@@ -182,7 +184,7 @@ void Serialiseur<TableChaineNoyau>::Lis(FluxEntree& entree, TableChaineNoyau* ta
     if (drapeaux & detail::kDrapeauFinDeClef) {
       n->drapeaux_ = Noeud::kFinDeClef;
       n->LisCharge(bloc);
-      if (++clefs > nombre) Invalide("Table de chaînes : plus de clefs que l’en-tête n’en annonce");
+      if (++clefs > nombre) Invalide(N_("Table de chaînes : plus de clefs que l’en-tête n’en annonce"));
     }
     if (drapeaux & detail::kDrapeauSuivant) {
       n->suivant_ = n->Cree(ChaineN());
@@ -193,7 +195,7 @@ void Serialiseur<TableChaineNoyau>::Lis(FluxEntree& entree, TableChaineNoyau* ta
       a.push_back({enfant, n->enfant_, p.position, 0, false});
     }
   }
-  if (clefs != nombre) Invalide("Table de chaînes : moins de clefs que l’en-tête n’en annonce");
+  if (clefs != nombre) Invalide(N_("Table de chaînes : moins de clefs que l’en-tête n’en annonce"));
   nouvelle->ActualiseIndexes();
   // A table read back is usually read from then on: its lookup index, as Compacte lays it out
   // (its nodes, allocated in the order of the records, are in tree order already).

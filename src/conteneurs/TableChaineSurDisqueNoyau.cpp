@@ -14,6 +14,8 @@
 
 #include "conteneurs/FormatTableChaine.h"
 #include "conteneurs/PointsDeCode.h"
+#include "langues/Marque.h"
+#include "langues/TraductionBibliotheque.h"
 
 namespace sdd {
 
@@ -67,12 +69,12 @@ void TableChaineSurDisqueNoyau::Init(FluxEntreeMemoire* flux, uint64_t position)
   if (flux == nullptr) throw exceptions::PointeurInvalide();
   const uint64_t taille = flux->Taille();
   if (position > taille || taille - position < detail::kTailleEnteteFixe)
-    Invalide("Table de chaînes tronquée");
+    Invalide(N_("Table de chaînes tronquée"));
   TamponMemoire t = flux->NouveauTamponEnPretantDonnees();
   const uint8_t* p = t.PreteDonneesBrutes() + position;
   const unsigned version = p[0] | p[1] << 8u;
   if (version != TableChaineNoyau::kVersionTableTrie && version != TableChaineNoyau::kVersionTableTrie100) {
-    Invalide("Version non gérée");
+    Invalide(N_("Version non gérée"));
   }
   const uint32_t nombre = p[2] | p[3] << 8u | p[4] << 16u | static_cast<uint32_t>(p[5]) << 24u;
   const uint8_t* fin = t.PreteDonneesBrutes() + taille;
@@ -81,8 +83,8 @@ void TableChaineSurDisqueNoyau::Init(FluxEntreeMemoire* flux, uint64_t position)
   q = SerialiseurVarElias::LisDepuis(q, fin, &tailleBloc);
   const uint64_t debutBloc = static_cast<uint64_t>(q - t.PreteDonneesBrutes());
   if (tailleBloc > taille - debutBloc)
-    Invalide("Table de chaînes tronquée : le bloc des nœuds dépasse les données");
-  if (racine >= tailleBloc) Invalide("Table de chaînes : racine hors du bloc");
+    Invalide(N_("Table de chaînes tronquée : le bloc des nœuds dépasse les données"));
+  if (racine >= tailleBloc) Invalide(N_("Table de chaînes : racine hors du bloc"));
   flux_ = flux;
   debut_ = position;
   debutBloc_ = debutBloc;
@@ -124,21 +126,23 @@ bool TableChaineSurDisqueNoyau::PlacePourChaine(const ChaineN& clef, uint64_t po
   uint64_t lu = 0;  // bytes of the key matched so far
   uint64_t p = position;
   for (;;) {
-    if (p >= tailleBloc_) Invalide("Table de chaînes : position hors du bloc");
+    if (p >= tailleBloc_) Invalide(N_("Table de chaînes : position hors du bloc"));
     const uint8_t* fragment = bloc + p;
     const void* zero = std::memchr(fragment, 0, static_cast<size_t>(finBloc - fragment));
-    if (zero == nullptr) Invalide("Table de chaînes : fragment sans fin à la position " + std::to_string(p));
+    if (zero == nullptr)
+      Invalide(
+          detail::Formate(N_("Table de chaînes : fragment sans fin à la position %s"), {std::to_string(p)}));
     const uint64_t longueur = static_cast<uint64_t>(static_cast<const uint8_t*>(zero) - fragment);
     const uint8_t* q = fragment + longueur + 1;
-    if (q == finBloc) Invalide("Table de chaînes tronquée");
+    if (q == finBloc) Invalide(N_("Table de chaînes tronquée"));
     const uint8_t drapeaux = *q++;
-    if ((drapeaux & ~detail::kDrapeauxConnus) != 0) Invalide("Table de chaînes : drapeaux inconnus");
+    if ((drapeaux & ~detail::kDrapeauxConnus) != 0) Invalide(N_("Table de chaînes : drapeaux inconnus"));
     auto position = [&](uint64_t* v) {
       if (elias_) {
         q = SerialiseurVarElias::LisDepuis(q, finBloc, v);
         return;
       }
-      if (finBloc - q < 8) Invalide("Table de chaînes tronquée");
+      if (finBloc - q < 8) Invalide(N_("Table de chaînes tronquée"));
       *v = 0;
       for (int i = 7; i >= 0; --i) *v = *v << 8 | q[i];
       q += 8;
@@ -150,7 +154,7 @@ bool TableChaineSurDisqueNoyau::PlacePourChaine(const ChaineN& clef, uint64_t po
     // record.
     if (((drapeaux & detail::kDrapeauEnfant) && enfant >= p) ||
         ((drapeaux & detail::kDrapeauSuivant) && suivant >= p)) {
-      Invalide("Boucle dans la structure de chaines");
+      Invalide(N_("Boucle dans la structure de chaines"));
     }
     const uint64_t reste = n - lu;
     if (reste == longueur && std::memcmp(octets + lu, fragment, longueur) == 0) {

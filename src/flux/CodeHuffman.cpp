@@ -16,6 +16,7 @@
 #include "flux/BitsHuffman.h"
 #include "flux/DonneesHuffman.h"
 #include "langues/Marque.h"
+#include "langues/TraductionBibliotheque.h"
 
 namespace sdd {
 
@@ -70,8 +71,8 @@ std::shared_ptr<const DonneesHuffman> DonneesHuffman::DepuisArbre(std::vector<No
     }
     if (p.longueur == kBitsTable) d->table[p.valeur] = Entree{0, kBitsTable, eSuite, p.noeud};
     if (p.longueur == kLongueurCodeMax) {
-      throw exceptions::OperationInvalide("Code de Huffman : un code dépasserait " +
-                                          std::to_string(kLongueurCodeMax) + " bits");
+      throw exceptions::OperationInvalide(detail::Formate(N_("Code de Huffman : un code dépasserait %s bits"),
+                                                          {std::to_string(kLongueurCodeMax)}));
     }
     if (n.droite >= 0) pile.push_back({n.droite, p.valeur << 1 | 1, p.longueur + 1});
     if (n.gauche >= 0) pile.push_back({n.gauche, p.valeur << 1, p.longueur + 1});
@@ -90,19 +91,19 @@ namespace {
 }
 
 uint8_t OctetOuTronque(FluxEntree& entree) {
-  if (entree.EstALaFin()) CodeInvalide("données tronquées");
+  if (entree.EstALaFin()) CodeInvalide(N_("données tronquées"));
   return entree.Donne();
 }
 
 // A VarElias number; a stream that ends inside it is a truncated code (a memory stream reports
 // the end as a bound fault).
 uint64_t NombreOuTronque(FluxEntree& entree) {
-  if (entree.EstALaFin()) CodeInvalide("données tronquées");
+  if (entree.EstALaFin()) CodeInvalide(N_("données tronquées"));
   uint64_t n = 0;
   try {
     SerialiseurVarElias::Lis(entree, &n);
   } catch (const exceptions::IndexHorsBorne&) {
-    CodeInvalide("données tronquées");
+    CodeInvalide(N_("données tronquées"));
   }
   return n;
 }
@@ -216,7 +217,7 @@ std::shared_ptr<const DonneesHuffman> LisDonnees(FluxEntree& entree) {
     throw exceptions::ErreurDeserialisation(N_("Code de Huffman : version non gérée"));
   }
   const uint64_t nbCaracteres = NombreOuTronque(entree);
-  if (nbCaracteres > 65536) CodeInvalide("plus de 65 536 caractères");
+  if (nbCaracteres > 65536) CodeInvalide(N_("plus de 65 536 caractères"));
   // Pre-order: each internal node waits for its left, then its right child. A full binary tree
   // with k + 1 leaves has 2k + 1 nodes: more is damage.
   const uint64_t nbNoeudsMax = 2 * nbCaracteres + 1;
@@ -229,23 +230,23 @@ std::shared_ptr<const DonneesHuffman> LisDonnees(FluxEntree& entree) {
   std::vector<bool> vus(65536, false);
   uint64_t caracteres = 0, echappements = 0;
   do {
-    if (noeuds.size() == nbNoeudsMax) CodeInvalide("plus de nœuds que de feuilles n’en demandent");
+    if (noeuds.size() == nbNoeudsMax) CodeInvalide(N_("plus de nœuds que de feuilles n’en demandent"));
     const auto indice = static_cast<int32_t>(noeuds.size());
     const uint32_t profondeur = enAttente.empty() ? 0 : enAttente.back().profondeur + 1;
     NoeudHuffman n;
     const uint8_t genre = OctetOuTronque(entree);
     if (genre == kFeuilleCaractere) {
       uint8_t octets[2];
-      if (entree.Donne(2, octets) != 2) CodeInvalide("données tronquées");
+      if (entree.Donne(2, octets) != 2) CodeInvalide(N_("données tronquées"));
       n.car = static_cast<char16_t>(octets[0] | octets[1] << 8);
-      if (vus[n.car]) CodeInvalide("un caractère a deux codes");
+      if (vus[n.car]) CodeInvalide(N_("un caractère a deux codes"));
       vus[n.car] = true;
       ++caracteres;
     } else if (genre == kFeuilleEchappement) {
       n.echappement = true;
       ++echappements;
     } else if (genre != kNoeudInterne) {
-      CodeInvalide("nœud de genre " + std::to_string(genre));
+      CodeInvalide(detail::Formate(N_("nœud de genre %s"), {std::to_string(genre)}));
     }
     noeuds.push_back(n);
     if (!enAttente.empty()) {
@@ -259,12 +260,12 @@ std::shared_ptr<const DonneesHuffman> LisDonnees(FluxEntree& entree) {
     }
     if (genre == kNoeudInterne) {
       // Its children would have codes longer than the longest a code may have.
-      if (profondeur >= kLongueurCodeMax) CodeInvalide("arbre trop profond");
+      if (profondeur >= kLongueurCodeMax) CodeInvalide(N_("arbre trop profond"));
       enAttente.push_back({indice, profondeur});
     }
   } while (!enAttente.empty());
-  if (echappements != 1) CodeInvalide("il faut une seule feuille d’échappement");
-  if (caracteres != nbCaracteres) CodeInvalide("le nombre de caractères ne correspond pas à l’arbre");
+  if (echappements != 1) CodeInvalide(N_("il faut une seule feuille d’échappement"));
+  if (caracteres != nbCaracteres) CodeInvalide(N_("le nombre de caractères ne correspond pas à l’arbre"));
   return DonneesHuffman::DepuisArbre(std::move(noeuds), 0);
 }
 

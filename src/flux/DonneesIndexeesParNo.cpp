@@ -12,6 +12,7 @@
 #include <outils_socle/flux/Serialiseur.h>
 #include <outils_socle/texte/Exception.h>
 #include "langues/Marque.h"
+#include "langues/TraductionBibliotheque.h"
 
 namespace sdd {
 
@@ -47,18 +48,19 @@ void DonneesIndexeesParNo::Ouvre(const UniChemin& chemin, uint64_t debut) {
 void DonneesIndexeesParNo::Ouvre(FluxEntreeMemoire* entree, uint64_t debut) {
   if (entree == nullptr) throw exceptions::PointeurInvalide();
   const uint64_t taille = entree->Taille();
-  if (debut > taille || taille - debut < kDebutIndex) Endommage("en-tête tronqué");
+  if (debut > taille || taille - debut < kDebutIndex) Endommage(N_("en-tête tronqué"));
   entree->Positionne(debut);
   uint8_t entete[kDebutIndex];
   for (uint8_t& o : entete) o = entree->Donne();
   const uint64_t largeur = entete[4];
   const uint64_t nombre = LisLE(entete + 5, 4);
   const uint64_t tailleInfos = LisLE(entete + 9, 4);
-  if (largeur < 1 || largeur > 8) Endommage("largeur d’index " + std::to_string(largeur));
+  if (largeur < 1 || largeur > 8)
+    Endommage(detail::Formate(N_("largeur d’index %s"), {std::to_string(largeur)}));
   const uint64_t index = nombre * largeur;  // at most 2^35: no overflow
   if (taille - debut - kDebutIndex < index || taille - debut - kDebutIndex - index < tailleInfos) {
-    Endommage("la structure (" + std::to_string(kDebutIndex + index + tailleInfos) +
-              " octets) dépasse les données");
+    Endommage(detail::Formate(N_("la structure (%s octets) dépasse les données"),
+                              {std::to_string(kDebutIndex + index + tailleInfos)}));
   }
   entree_ = entree;
   possede_.reset();
@@ -79,7 +81,7 @@ uint64_t DonneesIndexeesParNo::OffsetInfo(int no) const {
   const uint8_t* p = t.PreteDonneesBrutes() + debut_ + debutIndex_ + static_cast<uint64_t>(no) * largeur_;
   const uint64_t offset = LisLE(p, largeur_);
   if (offset >= tailleInfos_)
-    Endommage("l’info " + std::to_string(no) + " commence hors de la zone des infos");
+    Endommage(detail::Formate(N_("l’info %s commence hors de la zone des infos"), {std::to_string(no)}));
   return offset;
 }
 
@@ -89,7 +91,7 @@ const uint8_t* DonneesIndexeesParNo::Info(uint64_t offset, uint64_t* taille, uin
   const uint8_t* fin = zone + tailleInfos_;
   const uint8_t* donnees = SerialiseurVarElias::LisDepuis(zone + offset, fin, taille);
   if (*taille > static_cast<uint64_t>(fin - donnees)) {
-    Endommage("l’info à " + std::to_string(offset) + " dépasse la zone des infos");
+    Endommage(detail::Formate(N_("l’info à %s dépasse la zone des infos"), {std::to_string(offset)}));
   }
   *longueurChamp = static_cast<uint64_t>(donnees - (zone + offset));
   return donnees;
@@ -111,7 +113,7 @@ void DonneesIndexeesParNo::ProchainInfo(TamponMemoire& tampon, unsigned int* tai
   const uint64_t debutZone = debut_ + debutInfos_;
   const uint64_t position = tampon.DonnePosition();
   if (position < debutZone || position >= debutZone + tailleInfos_)
-    Endommage("lecture hors de la zone des infos");
+    Endommage(N_("lecture hors de la zone des infos"));
   uint64_t longueur = 0, champ = 0;
   Info(position - debutZone, &longueur, &champ);
   tampon.Positionne(position + champ);

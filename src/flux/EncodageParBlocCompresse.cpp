@@ -17,6 +17,7 @@
 
 #include "flux/Compression.h"
 #include "langues/Marque.h"
+#include "langues/TraductionBibliotheque.h"
 
 namespace sdd {
 
@@ -27,8 +28,9 @@ namespace {
 }
 
 [[noreturn]] void BlocEndommage(uint64_t position, const std::string& pourquoi) {
-  throw exceptions::ErreurDeserialisation("Bloc compressé endommagé à la position " +
-                                          std::to_string(position) + " : " + pourquoi);
+  throw exceptions::ErreurDeserialisation(
+      detail::Formate(N_("Bloc compressé endommagé à la position %s"), {std::to_string(position)}) + " : " +
+      pourquoi);
 }
 
 }  // namespace
@@ -67,8 +69,9 @@ _typPositionEncodageBloc EncodageParBlocCompresse::EncodeChaine(ChaineN chaine, 
   const uint64_t terminateur = ConvertisseurChaineN::ConvertisseurPourCodage(codage).TailleTerminateur();
   if (octets.size() + terminateur > tailleBloc_) {
     throw exceptions::OperationInvalide(
-        "Entrée plus grande que le bloc : " + std::to_string(octets.size() + terminateur) +
-        " octets pour des blocs de " + std::to_string(tailleBloc_));
+        N_("Entrée plus grande que le bloc") " : " +
+        detail::Formate(N_("%s octets pour des blocs de %s"),
+                        {std::to_string(octets.size() + terminateur), std::to_string(tailleBloc_)}));
   }
   // The room the format has always reckoned: the text up to its first zero byte, plus its length
   // in VarElias.
@@ -117,8 +120,8 @@ DecodageParBlocCompresse::DecodageParBlocCompresse(FluxEntreeMemoire* entree, ui
   SerialiseurVarElias::Lis(*entree, &tailleBloc_);
   // The encoder takes its block size as an unsigned int: anything larger is damage.
   if (tailleBloc_ > std::numeric_limits<unsigned int>::max()) {
-    throw exceptions::ErreurDeserialisation("Blocs compressés : taille de bloc " +
-                                            std::to_string(tailleBloc_));
+    throw exceptions::ErreurDeserialisation(
+        detail::Formate(N_("Blocs compressés : taille de bloc %s"), {std::to_string(tailleBloc_)}));
   }
   if (entree->EstALaFin()) throw exceptions::ErreurDeserialisation(N_("Blocs compressés : en-tête tronqué"));
   type_ = entree->Donne();
@@ -146,13 +149,14 @@ const uint8_t* DecodageParBlocCompresse::Bloc(const _typPositionEncodageBloc& po
   TamponMemoire lu = entree_->NouveauTamponEnPretantDonnees();
   const uint8_t* octets = lu.PreteDonneesBrutes();
   if (position.positionBloc >= octetsEntree || debut_ > octetsEntree - position.positionBloc) {
-    BlocEndommage(position.positionBloc, "hors des données");
+    BlocEndommage(position.positionBloc, N_("hors des données"));
   }
   uint64_t stocke = 0;
   const uint8_t* donnees =
       SerialiseurVarElias::LisDepuis(octets + debut_ + position.positionBloc, octets + octetsEntree, &stocke);
   if (stocke > static_cast<uint64_t>(octets + octetsEntree - donnees)) {
-    BlocEndommage(position.positionBloc, "longueur " + std::to_string(stocke) + " au-delà des données");
+    BlocEndommage(position.positionBloc,
+                  detail::Formate(N_("longueur %s au-delà des données"), {std::to_string(stocke)}));
   }
   if (type_ == SansCompression) {
     *taille = stocke;
@@ -171,7 +175,7 @@ const uint8_t* DecodageParBlocCompresse::Bloc(const _typPositionEncodageBloc& po
   const uint64_t capacite = std::min<uint64_t>(2 * tailleBloc_ + 16, stocke * 1032 + 64);
   if (dernier.decode.size() < capacite) dernier.decode.resize(capacite);
   if (!detail::DecompresseZlib(donnees, stocke, dernier.decode.data(), capacite, &dernier.taille)) {
-    BlocEndommage(position.positionBloc, "flux zlib invalide");
+    BlocEndommage(position.positionBloc, N_("flux zlib invalide"));
   }
   dernier.stocke.assign(donnees, donnees + stocke);
   dernier.valide = true;
@@ -194,8 +198,8 @@ void DecodageParBlocCompresse::DecodeChaine(const _typPositionEncodageBloc& posi
   uint64_t taille = 0;
   const uint8_t* octets = Bloc(position, &taille);
   if (position.positionDansBloc >= taille) {
-    BlocEndommage(position.positionBloc,
-                  "entrée au-delà du bloc (" + std::to_string(position.positionDansBloc) + ")");
+    BlocEndommage(position.positionBloc, detail::Formate(N_("entrée au-delà du bloc (%s)"),
+                                                         {std::to_string(position.positionDansBloc)}));
   }
   // Read in place: a buffer lending the block's bytes.
   TamponMemoire bloc(reinterpret_cast<char*>(const_cast<uint8_t*>(octets)), static_cast<int64_t>(taille),
@@ -204,7 +208,7 @@ void DecodageParBlocCompresse::DecodeChaine(const _typPositionEncodageBloc& posi
   try {
     chaine.Lis(bloc, codage);
   } catch (const exceptions::OperationInvalide&) {
-    BlocEndommage(position.positionBloc, "chaîne sans terminateur");
+    BlocEndommage(position.positionBloc, N_("chaîne sans terminateur"));
   }
 }
 
@@ -213,7 +217,7 @@ void DecodageParBlocCompresse::DecodeOctets(const _typPositionEncodageBloc& posi
   uint64_t taille = 0;
   const uint8_t* octets = Bloc(position, &taille);
   if (position.positionDansBloc > taille || n > taille - position.positionDansBloc) {
-    BlocEndommage(position.positionBloc, "entrée au-delà du bloc");
+    BlocEndommage(position.positionBloc, N_("entrée au-delà du bloc"));
   }
   std::memcpy(const_cast<char*>(destination), octets + position.positionDansBloc, n);
 }

@@ -14,6 +14,7 @@
 #include <outils_socle/texte/ErreurFichier.h>
 #include <outils_socle/texte/Exception.h>
 
+#include "langues/Marque.h"
 #include "langues/TraductionBibliotheque.h"
 #include "plateforme/Plateforme.h"
 #include "texte/RaisonsSysteme.h"
@@ -124,7 +125,8 @@ std::string Langues::LangueUtilisateur(const std::function<const char*(const cha
 void Langues::ChoisisLangue(std::string_view code) {
   const LangueInterface* langue = Trouve(code);
   if (langue == nullptr)
-    throw exceptions::OperationInvalide("Langue d’interface non offerte : « " + std::string(code) + " »");
+    throw exceptions::OperationInvalide(
+        detail::Formate(N_("Langue d’interface non offerte : « %s »"), {std::string(code)}));
   const char* messages = std::setlocale(LC_MESSAGES, nullptr);
   if (messages == nullptr || std::string_view(messages) == "C" || std::string_view(messages) == "POSIX")
     std::setlocale(LC_MESSAGES, "C.UTF-8");
@@ -157,8 +159,8 @@ DomaineTraduction::DomaineTraduction(const std::string& domaine, const std::stri
     : domaine_(domaine) {
   if (bindtextdomain(domaine.c_str(), dossier.c_str()) == nullptr ||
       bind_textdomain_codeset(domaine.c_str(), "UTF-8") == nullptr)
-    throw exceptions::OuvertureEchouee("Domaine de traduction « " + domaine +
-                                       " » : " + detail::RaisonSystemeFrancaise(errno));
+    throw exceptions::OuvertureEchouee(detail::Formate(N_("Domaine de traduction « %s »"), {domaine}) +
+                                       " : " + detail::RaisonSystemeFrancaise(errno));
 }
 
 UniChaine DomaineTraduction::Traduis(const char* texte) const {

@@ -1,4 +1,6 @@
 #include "xml/AnalyseXML.h"
+#include "langues/Marque.h"
+#include "langues/TraductionBibliotheque.h"
 
 #include <libxml/SAX2.h>
 #include <libxml/parser.h>
@@ -77,8 +79,11 @@ void Enregistre(Etat& e, const xmlParserCtxt* ctxt, int ligne, int colonne, cons
     e.erreur.emplace(ligne, colonne, quoi);
     return;
   }
-  std::string ou = "dans le texte de remplacement de l’entité « " + e.entites[niveau - 1] + " »";
-  if (niveau > 1) ou += ", appelée par « " + e.entites[0] + " »";
+  std::string ou =
+      niveau > 1
+          ? detail::Formate(N_("dans le texte de remplacement de l’entité « %s », appelée par « %s »"),
+                            {e.entites[niveau - 1], e.entites[0]})
+          : detail::Formate(N_("dans le texte de remplacement de l’entité « %s »"), {e.entites[niveau - 1]});
   e.erreur.emplace(e.ligneReference, e.colonneReference, ou + " : " + quoi);
 }
 
@@ -124,8 +129,8 @@ bool Consomme(void* ctx, Etat& e, std::size_t n) {
   e.livre += n;
   const uint64_t budget = Budget(e);
   if (e.livre <= budget) return true;
-  Refuse(ctx,
-         "le texte développé dépasse " + std::to_string(budget) + " octets : expansion d’entités excessive");
+  Refuse(ctx, detail::Formate(N_("le texte développé dépasse %s octets"), {std::to_string(budget)}) + " : " +
+                  N_("expansion d’entités excessive"));
   return false;
 }
 
@@ -146,22 +151,23 @@ void DebutElement(void* ctx, const xmlChar* local, const xmlChar* prefixe, const
                   const xmlChar** attributs) {
   Garde(ctx, [&](Etat& e) {
     if (++e.profondeur > e.options.profondeurMax) {
-      return Refuse(ctx,
-                    "imbrication plus profonde que " + std::to_string(e.options.profondeurMax) + " niveaux");
+      return Refuse(ctx, detail::Formate(N_("imbrication plus profonde que %s niveaux"),
+                                         {std::to_string(e.options.profondeurMax)}));
     }
     if (static_cast<std::size_t>(nbAttributs) + static_cast<std::size_t>(nbEspaces) >
         e.options.attributsMax) {
-      return Refuse(ctx, "plus de " + std::to_string(e.options.attributsMax) + " attributs sur une balise");
+      return Refuse(ctx, detail::Formate(N_("plus de %s attributs sur une balise"),
+                                         {std::to_string(e.options.attributsMax)}));
     }
     const std::string_view nom = NomQualifie(e.nom, prefixe, local);
     // Every name and value is held to the same cap: element names, attribute names, namespace
     // prefixes and the values of attributes and namespace declarations.
     const std::size_t cap = e.options.tailleMaxAttribut;
     const auto tropLong = [&](const char* quoi, std::size_t n) {
-      Refuse(ctx,
-             std::string(quoi) + " de " + std::to_string(n) + " octets, plus que " + std::to_string(cap));
+      Refuse(ctx, detail::Formate(N_("%s de %s octets, plus que %s"),
+                                  {quoi, std::to_string(n), std::to_string(cap)}));
     };
-    if (nom.size() > cap) return tropLong("nom de balise", nom.size());
+    if (nom.size() > cap) return tropLong(N_("nom de balise"), nom.size());
     std::size_t taille = nom.size();
     e.attributs.clear();
     // Namespace declarations first: libxml2 reports them apart from the other attributes.
@@ -169,8 +175,8 @@ void DebutElement(void* ctx, const xmlChar* local, const xmlChar* prefixe, const
       const std::string_view p = espaces[2 * i] != nullptr ? Vue(espaces[2 * i]) : std::string_view();
       const std::string_view uri =
           espaces[2 * i + 1] != nullptr ? Vue(espaces[2 * i + 1]) : std::string_view();
-      if (p.size() > cap) return tropLong("préfixe d’espace de noms", p.size());
-      if (uri.size() > cap) return tropLong("espace de noms", uri.size());
+      if (p.size() > cap) return tropLong(N_("préfixe d’espace de noms"), p.size());
+      if (uri.size() > cap) return tropLong(N_("espace de noms"), uri.size());
       std::string nom = p.empty() ? std::string("xmlns") : "xmlns:" + std::string(p);
       taille += nom.size() + uri.size();
       e.attributs.push_back(Balise::Attribut{std::move(nom), std::string(uri)});
@@ -178,14 +184,14 @@ void DebutElement(void* ctx, const xmlChar* local, const xmlChar* prefixe, const
     for (int i = 0; i < nbAttributs; ++i) {
       const xmlChar** a = attributs + 5 * i;  // local, prefix, URI, value, end of value
       const auto n = static_cast<std::size_t>(a[4] - a[3]);
-      if (n > cap) return tropLong("valeur d’attribut", n);
+      if (n > cap) return tropLong(N_("valeur d’attribut"), n);
       Balise::Attribut attribut;
       if (a[1] == nullptr) {
         attribut.nom.assign(Vue(a[0]));
       } else {
         NomQualifie(attribut.nom, a[1], a[0]);
       }
-      if (attribut.nom.size() > cap) return tropLong("nom d’attribut", attribut.nom.size());
+      if (attribut.nom.size() > cap) return tropLong(N_("nom d’attribut"), attribut.nom.size());
       attribut.valeur.assign(reinterpret_cast<const char*>(a[3]), n);
       taille += attribut.nom.size() + n;
       e.attributs.push_back(std::move(attribut));
@@ -234,8 +240,8 @@ void EntiteDeclaree(void* ctx, const xmlChar* nom, int type, const xmlChar* publ
   if (Arrete(EtatDe(ctx))) return;
   if (type != XML_INTERNAL_GENERAL_ENTITY) {
     const bool externe = type != XML_INTERNAL_PARAMETER_ENTITY;
-    return Refuse(ctx, std::string(externe ? "entité externe refusée : " : "entité paramètre refusée : ") +
-                           std::string(Vue(nom)));
+    return Refuse(ctx, std::string(externe ? N_("entité externe refusée") : N_("entité paramètre refusée")) +
+                           " : " + std::string(Vue(nom)));
   }
   xmlSAX2EntityDecl(ctx, nom, type, publicId, systemId, contenu);
 }
@@ -267,22 +273,22 @@ xmlEntityPtr Entite(void* ctx, const xmlChar* nom) {
 }
 
 void EntiteNonAnalysee(void* ctx, const xmlChar* nom, const xmlChar*, const xmlChar*, const xmlChar*) {
-  Refuse(ctx, "entité externe refusée : " + std::string(Vue(nom)));
+  Refuse(ctx, N_("entité externe refusée") " : " + std::string(Vue(nom)));
 }
 
 // The external DTD is never loaded: what it would declare stays undeclared.
 void SousEnsembleExterne(void*, const xmlChar*, const xmlChar*, const xmlChar*) {}
 
 xmlParserInputPtr ResousEntite(void* ctx, const xmlChar* publicId, const xmlChar* systemId) {
-  Refuse(ctx, "ressource externe refusée : " + std::string(systemId != nullptr   ? Vue(systemId)
-                                                           : publicId != nullptr ? Vue(publicId)
-                                                                                 : ""));
+  Refuse(ctx, N_("ressource externe refusée") " : " + std::string(systemId != nullptr   ? Vue(systemId)
+                                                                  : publicId != nullptr ? Vue(publicId)
+                                                                                        : ""));
   return nullptr;
 }
 
 // Called for an entity the parser could not expand (declared nowhere it may look).
 void Reference(void* ctx, const xmlChar* nom) {
-  Refuse(ctx, "entité non déclarée : " + std::string(Vue(nom)));
+  Refuse(ctx, N_("entité non déclarée") " : " + std::string(Vue(nom)));
 }
 
 void ErreurLibxml(void* /*donnees*/, xmlErrorPtr erreur) {
@@ -293,7 +299,7 @@ void ErreurLibxml(void* /*donnees*/, xmlErrorPtr erreur) {
   if (ctxt->_private == nullptr) return;
   Etat& e = *static_cast<Etat*>(ctxt->_private);
   if (Arrete(e)) return;
-  std::string message = erreur->message != nullptr ? erreur->message : "document XML mal formé";
+  std::string message = erreur->message != nullptr ? erreur->message : N_("document XML mal formé");
   while (!message.empty() && (message.back() == '\n' || message.back() == ' ')) message.pop_back();
   Enregistre(e, ctxt, erreur->line, erreur->int2, message);
 }
@@ -372,7 +378,7 @@ void Analyse(SourceOctets& source, const OptionsParseurXML& options, Recepteur& 
   const std::size_t debut = std::min<std::size_t>(4, morceau.size());
   xmlParserCtxtPtr ctxt =
       xmlCreatePushParserCtxt(&sax, nullptr, morceau.data(), static_cast<int>(debut), nullptr);
-  if (ctxt == nullptr) throw exceptions::MemoireInsuffisante("contexte d’analyse XML");
+  if (ctxt == nullptr) throw exceptions::MemoireInsuffisante(N_("contexte d’analyse XML"));
   LibereContexte liberation{ctxt};
   ctxt->_private = &etat;
   etat.contextes.push_back(ctxt);
@@ -402,8 +408,9 @@ void Analyse(SourceOctets& source, const OptionsParseurXML& options, Recepteur& 
   if (etat.exceptionRecepteur != nullptr) std::rethrow_exception(etat.exceptionRecepteur);
   if (etat.erreur) throw *etat.erreur;
   if (!ctxt->wellFormed || etat.profondeur != 0) {
-    throw ErreurXML(xmlSAX2GetLineNumber(ctxt), xmlSAX2GetColumnNumber(ctxt),
-                    messages.Premier().empty() ? std::string("document XML mal formé") : messages.Premier());
+    throw ErreurXML(
+        xmlSAX2GetLineNumber(ctxt), xmlSAX2GetColumnNumber(ctxt),
+        messages.Premier().empty() ? std::string(N_("document XML mal formé")) : messages.Premier());
   }
 }
 

@@ -11,6 +11,8 @@
 #include <unordered_set>
 #include <vector>
 
+#include "langues/Marque.h"
+#include "langues/TraductionBibliotheque.h"
 #include "plateforme/Plateforme.h"
 #include "xml/CaracteresXML.h"
 
@@ -19,7 +21,8 @@ namespace sdd {
 namespace {
 
 [[noreturn]] void Refuse(const Balise& b, const std::string& quoi) {
-  throw exceptions::OperationInvalide(UniChaine("écriture XML, élément « " + b.Nom() + " » : " + quoi));
+  throw exceptions::OperationInvalide(
+      UniChaine(detail::Formate(N_("écriture XML, élément « %s »"), {b.Nom()}) + " : " + quoi));
 }
 
 // ISO-8859-15 is Latin-1 with eight places given to €, Š, š, Ž, ž, Œ, œ and Ÿ.
@@ -82,7 +85,7 @@ class Ecrivain {
     for (const Balise::Attribut& a : b.Attributs()) {
       if (a.nom == "xmlns" || a.nom.starts_with("xmlns:")) {
         if (a.nom.size() > 6 && a.valeur.empty())
-          Refuse(b, "le préfixe " + a.nom.substr(6) + " reçoit un espace de noms vide");
+          Refuse(b, detail::Formate(N_("le préfixe %s reçoit un espace de noms vide"), {a.nom.substr(6)}));
         prefixes_.push_back(a.nom.size() > 6 ? a.nom.substr(6) : std::string());
       }
     }
@@ -94,7 +97,8 @@ class Ecrivain {
       const Balise::Attribut& a = attributs[i];
       VerifieNom(b, a.nom, true);
       for (std::size_t j = 0; j < i; ++j) {
-        if (attributs[j].nom == a.nom) Refuse(b, "attribut « " + a.nom + " » donné deux fois");
+        if (attributs[j].nom == a.nom)
+          Refuse(b, detail::Formate(N_("attribut « %s » donné deux fois"), {a.nom}));
       }
       sortie_ += ' ';
       sortie_ += a.nom;
@@ -140,15 +144,16 @@ class Ecrivain {
   void VerifieNom(const Balise& b, const std::string& nom, bool attribut) {
     if (!nomsVerifies_.contains(nom)) {
       // libxml2's name check reads bytes leniently: the bytes must first be UTF-8 at all.
-      if (PremiereErreurUTF8(nom) != std::string_view::npos) Refuse(b, "un nom n’est pas en UTF-8 valide");
+      if (PremiereErreurUTF8(nom) != std::string_view::npos)
+        Refuse(b, N_("un nom n’est pas en UTF-8 valide"));
       if (nom.empty() || nom.find('\0') != std::string::npos ||
           xmlValidateQName(reinterpret_cast<const xmlChar*>(nom.c_str()), 0) != 0) {
-        Refuse(b, "« " + nom + " » n’est pas un nom XML");
+        Refuse(b, detail::Formate(N_("« %s » n’est pas un nom XML"), {nom}));
       }
       if (options_.codage == eCodageXML::eISO8859_15) {
         for (std::size_t i = 0; i < nom.size();) {
           if (!EstLatin9(DecodeCaractereUTF8(nom, i)))
-            Refuse(b, "le nom « " + nom + " » ne s’écrit pas en ISO-8859-15");
+            Refuse(b, detail::Formate(N_("le nom « %s » ne s’écrit pas en ISO-8859-15"), {nom}));
         }
       }
       nomsVerifies_.insert(nom);
@@ -160,7 +165,7 @@ class Ecrivain {
     for (const std::string& p : prefixes_) {
       if (p == prefixe) return;
     }
-    Refuse(b, "le préfixe « " + prefixe + " » n’est pas déclaré");
+    Refuse(b, detail::Formate(N_("le préfixe « %s » n’est pas déclaré"), {prefixe}));
   }
 
   // Runs of simple bytes are copied at once; everything else goes one character at a time.
@@ -182,8 +187,9 @@ class Ecrivain {
         continue;
       }
       const int32_t cp = DecodeCaractereUTF8(texte, i);
-      if (cp < 0) Refuse(b, "texte en UTF-8 invalide");
-      if (!detail::EstCaractereXML(cp)) Refuse(b, "U+" + Hexa(cp) + " n’est pas un caractère XML");
+      if (cp < 0) Refuse(b, N_("texte en UTF-8 invalide"));
+      if (!detail::EstCaractereXML(cp))
+        Refuse(b, detail::Formate(N_("U+%s n’est pas un caractère XML"), {Hexa(cp)}));
       if (options_.codage == eCodageXML::eISO8859_15 && !EstLatin9(cp)) {
         char reference[16];
         std::snprintf(reference, sizeof reference, "&#x%X;", static_cast<unsigned>(cp));
@@ -206,7 +212,7 @@ class Ecrivain {
       case '\n': return attribut ? "&#10;" : "\n";
       default: break;
     }
-    Refuse(b, "caractère de contrôle " + std::to_string(c) + " dans un texte");
+    Refuse(b, detail::Formate(N_("caractère de contrôle %s dans un texte"), {std::to_string(c)}));
   }
 
   static std::string Hexa(int32_t cp) {

@@ -1,4 +1,6 @@
 #include "xml/NavigationSchema.h"
+#include "langues/Marque.h"
+#include "langues/TraductionBibliotheque.h"
 
 #include <outils_socle/texte/Exception.h>
 
@@ -13,11 +15,11 @@ constexpr int kProfondeurMax = 64;
 constexpr uint64_t kIllimite = DeclarationEnfantXML::kIllimite;
 
 [[noreturn]] void Refuse(const std::string& quoi) {
-  throw exceptions::OperationInvalide(UniChaine("schéma XML : " + quoi));
+  throw exceptions::OperationInvalide(UniChaine(N_("schéma XML") " : " + quoi));
 }
 
 void Plonge(int profondeur) {
-  if (profondeur > kProfondeurMax) Refuse("références circulaires ou imbrication de plus de 64 niveaux");
+  if (profondeur > kProfondeurMax) Refuse(N_("références circulaires ou imbrication de plus de 64 niveaux"));
 }
 
 std::string Local(std::string_view qnom) {
@@ -60,12 +62,12 @@ NavigationSchema::NavigationSchema(Balise racine) : racine_(std::move(racine)) {
       trouve = true;
     }
   }
-  if (!trouve || !Est(racine_, "schema")) Refuse("la racine n’est pas un xs:schema");
+  if (!trouve || !Est(racine_, "schema")) Refuse(N_("la racine n’est pas un xs:schema"));
   for (const Balise& b : racine_.Enfants()) {
     if ((Est(b, "include") || Est(b, "import") || Est(b, "redefine")) &&
         b.PossedeAttribut("schemaLocation")) {
-      Refuse(b.Nom() + " de « " + b.DonneAttribut("schemaLocation") +
-             " » refusé : un schéma se lit d’un seul document, sans autre fichier");
+      Refuse(detail::Formate(N_("%s de « %s » refusé"), {b.Nom(), b.DonneAttribut("schemaLocation")}) +
+             " : " + N_("un schéma se lit d’un seul document, sans autre fichier"));
     }
     const std::string* nom = b.TrouveAttribut("name");
     if (nom == nullptr) continue;
@@ -266,7 +268,7 @@ const Balise* NavigationSchema::Element(std::string_view chemin) const {
 
 const Balise* NavigationSchema::ElementExistant(std::string_view chemin) const {
   const Balise* element = Element(chemin);
-  if (element == nullptr) Refuse("aucun élément « " + std::string(chemin) + " »");
+  if (element == nullptr) Refuse(detail::Formate(N_("aucun élément « %s »"), {std::string(chemin)}));
   return element;
 }
 

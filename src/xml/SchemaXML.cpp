@@ -12,6 +12,8 @@
 #include <limits>
 #include <map>
 
+#include "langues/Marque.h"
+#include "langues/TraductionBibliotheque.h"
 #include "plateforme/Plateforme.h"
 #include "xml/AnalyseXML.h"
 #include "xml/NavigationSchema.h"
@@ -87,7 +89,7 @@ namespace {
 void VerifieTaille(std::string_view texte) {
   if (texte.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
     throw exceptions::OperationInvalide(
-        UniChaine("document XML de plus de 2 Gio : trop grand pour être validé"));
+        UniChaine(N_("document XML de plus de 2 Gio : trop grand pour être validé")));
   }
 }
 
@@ -102,13 +104,13 @@ SchemaXML SchemaXML::LisTexte(std::string_view texte) {
   xml::CaptureMessagesLibxml messages;
   std::string premiere;
   xmlSchemaParserCtxtPtr ctxt = xmlSchemaNewMemParserCtxt(texte.data(), static_cast<int>(texte.size()));
-  if (ctxt == nullptr) throw exceptions::MemoireInsuffisante("contexte de lecture de schéma");
+  if (ctxt == nullptr) throw exceptions::MemoireInsuffisante(N_("contexte de lecture de schéma"));
   xmlSchemaSetParserStructuredErrors(ctxt, PremiereErreur, &premiere);
   rep->schema = xmlSchemaParse(ctxt);
   xmlSchemaFreeParserCtxt(ctxt);
   if (rep->schema == nullptr) {
     throw exceptions::OperationInvalide(
-        UniChaine("schéma XML non valide : " + (premiere.empty() ? std::string("?") : premiere)));
+        UniChaine(N_("schéma XML non valide") " : " + (premiere.empty() ? std::string("?") : premiere)));
   }
   return SchemaXML(std::move(rep));
 }
@@ -149,7 +151,7 @@ std::vector<ErreurValidationXML> SchemaXML::Valide(std::string_view document) co
   xml::InitialiseLibxml();
   xml::CaptureMessagesLibxml messages;
   xmlParserCtxtPtr ctxt = xmlNewParserCtxt();
-  if (ctxt == nullptr) throw exceptions::MemoireInsuffisante("contexte d’analyse XML");
+  if (ctxt == nullptr) throw exceptions::MemoireInsuffisante(N_("contexte d’analyse XML"));
   ctxt->sax->serror = Silence;
   xmlDocPtr doc =
       xmlCtxtReadMemory(ctxt, document.data(), static_cast<int>(document.size()), nullptr, nullptr,
@@ -160,7 +162,7 @@ std::vector<ErreurValidationXML> SchemaXML::Valide(std::string_view document) co
   xmlSchemaValidCtxtPtr validation = xmlSchemaNewValidCtxt(rep_->schema);
   if (validation == nullptr) {
     xmlFreeDoc(doc);
-    throw exceptions::MemoireInsuffisante("contexte de validation XML");
+    throw exceptions::MemoireInsuffisante(N_("contexte de validation XML"));
   }
   xmlSchemaSetValidStructuredErrors(validation, CollecteErreur, &erreurs);
   const int resultat = xmlSchemaValidateDoc(validation, doc);

@@ -140,8 +140,8 @@ TEST(Langues, CatalogueAnglaisComplet) {
       "cd " + racine +
       " && xgettext --from-code=UTF-8 -C --keyword --keyword=N_ --keyword=Traduis:1"
       " --keyword=Tr --keyword=TrPluriel:1,2"
-      " -o /tmp/outils_socle_test.pot $(git ls-files 'src/*.cpp' 'outils/*.cpp' 2>/dev/null ||"
-      " find src outils -name '*.cpp') && msgcmp po/en.po /tmp/outils_socle_test.pot";
+      " -o /tmp/outils_socle_test.pot $(git ls-files 'src/*.cpp' 'src/*.h' 'outils/*.cpp' 2>/dev/null ||"
+      " find src outils -name '*.cpp' -o -path 'src/*.h') && msgcmp po/en.po /tmp/outils_socle_test.pot";
   EXPECT_EQ(std::system(commande.c_str()), 0) << commande;
 }
 
