@@ -101,7 +101,8 @@ set(CPACK_DEBIAN_PROGRAMME_DESCRIPTION
 The outils-socle program puts the OutilsSocle library to work: it converts
 text between seven encodings like iconv, compiles word lists into minimal
 automata and queries them (insensitive and ranked lookups, prefixes, jokers,
-spelling corrections, numbering). Its messages are in French.")
+spelling corrections, numbering). It speaks French or English, following
+the user's language; its manual page is in both.")
 
 set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME ${paquet_python})
 set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
