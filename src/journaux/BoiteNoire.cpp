@@ -18,9 +18,10 @@ namespace sdd {
 // One slot, written as a seqlock: `sequence` is 2n + 1 while entry n is written and 2n + 2 once
 // it is whole. Everything in it is atomic (relaxed) so that a reader racing a writer reads
 // stale or fresh words, never undefined ones, and then throws away what the sequence says is
-// not entry n whole.
+// not entry n whole. A seqlock allows one writer at a time: `ecriture` is that writer's claim.
 struct BoiteNoire::_Case {
   static constexpr size_t kMots = kTailleTexte / 8;
+  std::atomic<bool> ecriture{false};
   std::atomic<uint64_t> sequence{0};
   std::atomic<int64_t> millisecondes{0};
   std::atomic<int64_t> fil{0};
@@ -30,10 +31,6 @@ struct BoiteNoire::_Case {
 static_assert(sizeof(std::atomic<uint64_t>) == 8 && BoiteNoire::kTailleTexte % 8 == 0);
 
 namespace {
-
-// Marks a slot that two writers wrote at once (the ring came round while one was stalled): its
-// text may be a mix, so no reader takes it.
-constexpr uint64_t kSequenceMelangee = 1;
 
 std::atomic<BoiteNoire*> gBoiteInstallee{nullptr};
 
@@ -60,6 +57,11 @@ void BoiteNoire::Ajoute(const EntreeJournal& entree) noexcept {
   }
   const uint64_t n = prochain_.fetch_add(1, std::memory_order_relaxed);
   _Case& c = cases_[n & masque_];
+  // The ring came round while another writer is still in this slot (stalled, or interrupted by
+  // the signal that called us): this entry is dropped. Two writers in one slot would mix their
+  // texts, and a reader could take the mix for whole between the end of one and the end of the
+  // other. Never waiting keeps Ajoute lock-free and safe in a signal handler.
+  if (c.ecriture.exchange(true, std::memory_order_acquire)) return;
   const uint64_t enCours = 2 * n + 1;
   c.sequence.store(enCours, std::memory_order_relaxed);
   std::atomic_thread_fence(std::memory_order_release);
@@ -71,10 +73,8 @@ void BoiteNoire::Ajoute(const EntreeJournal& entree) noexcept {
     std::memcpy(&mot, entree.texte.data() + i * 8, std::min<size_t>(8, longueur - i * 8));
     c.mots[i].store(mot, std::memory_order_relaxed);
   }
-  uint64_t attendu = enCours;
-  if (!c.sequence.compare_exchange_strong(attendu, enCours + 1, std::memory_order_release,
-                                          std::memory_order_relaxed))
-    c.sequence.store(kSequenceMelangee, std::memory_order_relaxed);
+  c.sequence.store(enCours + 1, std::memory_order_release);
+  c.ecriture.store(false, std::memory_order_release);
 }
 
 size_t BoiteNoire::Ecris(int descripteur) const noexcept { return EcrisEntrees(descripteur, nullptr); }

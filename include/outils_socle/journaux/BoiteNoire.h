@@ -6,7 +6,9 @@
 // Entries go into a ring of fixed slots claimed by one atomic increment; a text longer than a
 // slot (kTailleTexte bytes) is cut there, at a character boundary. No lock, no allocation: any
 // thread may add at any moment, a signal handler included. A slot being overwritten while the
-// box is written out is skipped, never printed half old, half new.
+// box is written out is skipped, never printed half old, half new. An entry whose slot is still
+// being written by an older entry's writer (the ring came all the way round while that writer
+// stalled) is dropped rather than mixed with it.
 //
 // InstalleSurSignauxFatals makes the box write itself to a file on SIGSEGV, SIGBUS, SIGFPE,
 // SIGILL and SIGABRT, using only async-signal-safe calls (open, write, close), then lets the
