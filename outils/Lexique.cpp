@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -37,8 +38,76 @@ const char* const kAideLexique =
        "        colonne et N corrections (3 par défaut) ; code de retour 1 s'il y en a\n"
        "  forme LEXIQUE NUMERO...         la forme de chaque numéro\n"
        "  numero LEXIQUE MOT...           le numéro de chaque forme (-1 si absente)\n"
+       "  installe LISTE LANGUE           compile la liste dans le dossier des lexiques de\n"
+       "                                  l'utilisateur, où les correcteurs d'Enchant le trouvent\n"
+       "                                  pour la langue (fr, de, es_ES...)\n"
        "  dot LISTE SORTIE [--svg]        le texte Graphviz de l'automate de la liste\n"
        "                                  (--svg : passe aussi par dot, s'il est installé)\n");
+
+// The user's lexicon folder, where the Enchant provider looks first: $XDG_DATA_HOME, else
+// ~/.local/share, then outils-socle/lexiques.
+std::string DossierLexiquesUtilisateur() {
+  const char* donnees = std::getenv("XDG_DATA_HOME");
+  if (donnees != nullptr && donnees[0] == '/') return std::string(donnees) + "/outils-socle/lexiques";
+  const char* maison = std::getenv("HOME");
+  if (maison != nullptr && maison[0] == '/')
+    return std::string(maison) + "/.local/share/outils-socle/lexiques";
+  return {};
+}
+
+// A language tag as Enchant writes them: a language, then optionally "_" and a region ("fr",
+// "fr_CA", "de_DE"); it names a file, so nothing else is accepted.
+bool EtiquetteDeLangue(const std::string& etiquette) {
+  const auto lettres = [&](size_t debut, size_t fin, bool majuscules) {
+    for (size_t i = debut; i < fin; ++i) {
+      const char c = etiquette[i];
+      if (!(majuscules ? (c >= 'A' && c <= 'Z') : (c >= 'a' && c <= 'z'))) return false;
+    }
+    return true;
+  };
+  const size_t coupure = etiquette.find('_');
+  const size_t langue = std::min(coupure, etiquette.size());
+  if (langue < 2 || langue > 3 || !lettres(0, langue, false)) return false;
+  if (coupure == std::string::npos) return true;
+  return etiquette.size() - coupure - 1 == 2 && lettres(coupure + 1, etiquette.size(), true);
+}
+
+int Installe(const Arguments& a) {
+  if (a.positions.size() != 2) {
+    Erreur(Tr("lexique installe : LISTE et LANGUE attendues"));
+    return 2;
+  }
+  const std::string& langue = a.positions[1];
+  if (!EtiquetteDeLangue(langue)) {
+    Erreur(Texte(N_("lexique installe : « %s » n'est pas une langue (fr, de, es_ES...)"), {langue}));
+    return 2;
+  }
+  const std::string dossier = DossierLexiquesUtilisateur();
+  if (dossier.empty()) {
+    Erreur(Tr("lexique installe : ni XDG_DATA_HOME ni HOME ne donnent de dossier"));
+    return 1;
+  }
+  std::error_code erreur;
+  std::filesystem::create_directories(dossier, erreur);
+  if (erreur) {
+    Erreur(Texte(N_("impossible de créer « %s » : %s"), {dossier, erreur.message()}));
+    return 1;
+  }
+  sdd::ListeT<sdd::ChaineN> mots;
+  if (!LisListe(a.positions[0], mots)) return 1;
+  if (mots.Taille() == 0) {
+    Erreur(Texte(N_("lexique installe : « %s » ne contient aucun mot"), {a.positions[0]}));
+    return 1;
+  }
+  const std::string chemin = dossier + "/" + langue + ".aut";
+  sdd::CompilateurAutomateAcycliqueMin compilateur(mots);
+  sdd::FichierRemplacant sortie(chemin.c_str());  // a dictionary open elsewhere keeps its old file
+  compilateur.FormeCompactay(sortie);
+  sortie.Ferme();
+  std::printf(Tr("%s : %llu formes pour la langue %s\n"), chemin.c_str(),
+              static_cast<unsigned long long>(compilateur.NbFormes()), langue.c_str());
+  return 0;
+}
 
 int Compile(const Arguments& a) {
   if (a.positions.size() != 2) {
@@ -299,6 +368,7 @@ int Lexique(const std::vector<std::string>& arguments) {
     if (action == "compile") return Compile(a);
     if (action == "info") return Info(a);
     if (action == "dot") return Dot(a);
+    if (action == "installe") return Installe(a);
     if (action == "verifie") return VerifieTexte(a);
     if (action == "cherche" || action == "prefixe" || action == "joker" || action == "corrige" ||
         action == "forme" || action == "numero") {

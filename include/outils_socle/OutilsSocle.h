@@ -5,6 +5,7 @@
 #include <outils_socle/automates/AutomateAcycliqueMin.h>
 #include <outils_socle/automates/CompilateurAutomateAcycliqueMin.h>
 #include <outils_socle/automates/ProbabiliteTransformation.h>
+#include <outils_socle/automates/VerificateurOrthographe.h>
 #include <outils_socle/conteneurs/EnsembleTriay.h>
 #include <outils_socle/conteneurs/ListeC.h>
 #include <outils_socle/conteneurs/ListeT.h>

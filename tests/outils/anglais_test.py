@@ -71,6 +71,7 @@ def francais(texte, interface):
 
 
 os.makedirs(DOSSIER, exist_ok=True)
+os.environ["XDG_DATA_HOME"] = os.path.join(DOSSIER, "donnees")  # where lexique installe writes
 interface = noms_de_l_interface()
 
 
@@ -119,6 +120,8 @@ CAS += [
     (["lexique", "info"], 2),
     (["lexique", "info", chemin("text.txt")], 1),
     (["lexique", "dot", chemin("list.txt"), chemin("l.dot")], 0),
+    (["lexique", "installe", chemin("list.txt"), "xx_YY"], 0),
+    (["lexique", "installe", chemin("list.txt"), "../x"], 2),
     (["table", "construis", chemin("list.txt"), table], 0),
     (["table", "info", table], 0),
     (["table", "trouve", table, "beta", "zeta"], 0),
