@@ -26,6 +26,8 @@ paquets=(
   diffutils patch
   # Corrections measured against Hunspell and its French dictionary, what French users have.
   hunspell-fr libhunspell-dev
+  # The Enchant provider: built against Enchant 2, tested through its own clients and pyenchant.
+  libenchant-2-dev enchant-2 python3-enchant
   # Fuzzing (make fuzz): clang with libFuzzer and the sanitizers' runtimes.
   clang-14 libclang-rt-14-dev
   # Debian packages (make deb, make check-deb): dependencies, build flags, checks.

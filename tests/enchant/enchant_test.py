@@ -1,0 +1,180 @@
+"""The Enchant provider through Enchant's own clients: enchant-lsmod-2, enchant-2 -l, the ispell
+pipe of enchant-2 -a (as Emacs's ispell and flyspell speak it), and Python's pyenchant.
+
+Debian's Enchant loads providers from one folder only, its own. The test mounts, in a mount
+namespace of its own (unshare -m: the system is left as it is), a folder over that one holding
+Enchant's providers and ours; the lexicons come from XDG_DATA_DIRS and XDG_DATA_HOME, and the
+ordering that puts ours first for French is the one the package installs, given through
+ENCHANT_CONFIG_DIR. Without the right to make a mount namespace (not root), the test is skipped.
+
+Usage: enchant_test.py <outils-socle> <provider module> <work folder>
+"""
+import os
+import re
+import shutil
+import subprocess
+import sys
+
+SAUTE = 77  # ctest's SKIP_RETURN_CODE
+PROGRAMME, MODULE, DOSSIER = (os.path.abspath(a) for a in sys.argv[1:4])
+ICI = os.path.dirname(os.path.abspath(__file__))
+LISTE = "/usr/share/dict/french"
+
+TEXTE = """Aujourd'hui, l'école du village ouvre ses portes à huit heures.
+Les enfants arrivent avec leurs cartables ; c'est-à-dire qu'ils sont prêts.
+Jusqu'au soir, la maîtresse lit des histoires de chevaux et de châteaux.
+Peut-être viendra-t-il demain à la bibliothèque municipale ?
+Dis-moi ce que tu lis, et je te dirai qui tu es.
+PARIS est loin, mais la mer est proche. Qu'est-ce que c'est ?
+L'œuvre du peintre fut exposée lorsqu'il revint de voyage.
+"""
+# The planted mistakes and the word meant, as the ispell pipe shows them.
+FAUTES = {
+    "l'ecole": "l'école", "vilage": "village", "cartabels": "cartables", "histoirres": "histoires",
+    "chateaux": "châteaux", "Peut-etre": "Peut-être", "bibliotheque": "bibliothèque",
+    "prohce": "proche", "voyaeg": "voyage",
+}
+
+
+def dossier_des_fournisseurs():
+    r = subprocess.run(["pkg-config", "--variable=libdir", "enchant-2"], capture_output=True, text=True)
+    return os.path.join(r.stdout.strip(), "enchant-2")
+
+
+def prepare():
+    """The folders the namespace will use; returns the environment of the clients."""
+    shutil.rmtree(DOSSIER, ignore_errors=True)
+    modules = os.path.join(DOSSIER, "modules")
+    os.makedirs(modules)
+    systeme = dossier_des_fournisseurs()
+    for nom in os.listdir(systeme):
+        # Copies: links back into the folder about to be covered would point at themselves.
+        shutil.copy2(os.path.join(systeme, nom), os.path.join(modules, nom))
+    os.symlink(MODULE, os.path.join(modules, os.path.basename(MODULE)))
+    lexiques = os.path.join(DOSSIER, "share", "outils-socle", "lexiques")
+    os.makedirs(lexiques)
+    subprocess.run([PROGRAMME, "lexique", "compile", LISTE, os.path.join(lexiques, "fr.aut")], check=True,
+                   capture_output=True)
+    configuration = os.path.join(DOSSIER, "configuration")
+    os.makedirs(configuration)
+    shutil.copy(os.path.join(ICI, "..", "..", "enchant", "enchant.ordering"), configuration)
+    maison = os.path.join(DOSSIER, "maison")
+    os.makedirs(maison)
+    with open(os.path.join(DOSSIER, "texte.txt"), "w", encoding="utf-8") as f:
+        f.write(TEXTE)
+    fautes = TEXTE
+    for faute, juste in FAUTES.items():
+        assert fautes.count(juste) == 1, juste
+        fautes = fautes.replace(juste, faute)
+    with open(os.path.join(DOSSIER, "fautes.txt"), "w", encoding="utf-8") as f:
+        f.write(fautes)
+    return dict(os.environ, ENCHANT_CONFIG_DIR=configuration, XDG_DATA_DIRS=os.path.join(DOSSIER, "share"),
+                HOME=maison, XDG_DATA_HOME=os.path.join(maison, ".local", "share"),
+                XDG_CONFIG_HOME=os.path.join(maison, ".config"), LC_ALL="C.UTF-8")
+
+
+def lance(*arguments, entree=None):
+    r = subprocess.run(list(arguments), capture_output=True, text=True, input=entree, timeout=120)
+    if r.returncode != 0:
+        sys.exit(f"{arguments}: exit {r.returncode}\n{r.stderr}")
+    return r.stdout
+
+
+def verifie_dans_l_espace():
+    fautes_vues = []
+
+    def faute(message):
+        fautes_vues.append(message)
+
+    texte, fautes = os.path.join(DOSSIER, "texte.txt"), os.path.join(DOSSIER, "fautes.txt")
+    # The provider and its dictionary are listed.
+    modules = lance("enchant-lsmod-2")
+    if not re.search(r"^outils_socle \(", modules, re.M):
+        faute(f"enchant-lsmod-2 does not list the provider:\n{modules}")
+    dictionnaires = lance("enchant-lsmod-2", "-list-dicts")
+    if "fr (outils_socle)" not in dictionnaires.splitlines():
+        faute(f"enchant-lsmod-2 -list-dicts does not give fr (outils_socle):\n{dictionnaires}")
+    choisi = lance("enchant-lsmod-2", "-lang", "fr").strip()
+    if choisi != "fr (outils_socle)":
+        faute(f"Enchant chooses {choisi!r} for fr, not our provider")
+
+    # enchant-2 -l: the correct text has no unknown word; the other, exactly the planted ones,
+    # and the same as lexique verifie.
+    if lance("enchant-2", "-l", "-d", "fr", texte).strip():
+        faute("enchant-2 -l finds unknown words in the correct text")
+    inconnus = lance("enchant-2", "-l", "-d", "fr", fautes).split()
+    if sorted(inconnus) != sorted(FAUTES):
+        faute(f"enchant-2 -l gives {sorted(inconnus)}, planted {sorted(FAUTES)}")
+    lexique = os.path.join(DOSSIER, "share", "outils-socle", "lexiques", "fr.aut")
+    r = subprocess.run([PROGRAMME, "lexique", "verifie", "--suggestions", "0", lexique, fautes],
+                       capture_output=True, text=True, env=dict(os.environ, LANGUAGE="fr"))
+    verifie = [ligne.split(": ", 1)[1] for ligne in r.stdout.splitlines()]
+    if sorted(verifie) != sorted(inconnus):
+        faute(f"lexique verifie gives {sorted(verifie)}, Enchant {sorted(inconnus)}")
+
+    # The ispell pipe: "*" for each known word, "& word N offset: suggestions" for each mistake,
+    # the word meant first. "^" keeps each line from being read as a command.
+    entree = "".join("^" + ligne + "\n" for ligne in open(fautes, encoding="utf-8").read().splitlines())
+    reponses = lance("enchant-2", "-a", "-d", "fr", entree=entree).splitlines()
+    if not reponses or "Ispell" not in reponses[0]:
+        faute(f"enchant-2 -a gives no ispell banner: {reponses[:1]}")
+    etoiles, esperluettes = 0, {}
+    for reponse in reponses[1:]:
+        if reponse == "*":
+            etoiles += 1
+        elif reponse.startswith("&"):
+            m = re.match(r"^& (\S+) (\d+) (\d+): (.*)$", reponse)
+            if not m:
+                faute(f"malformed ispell answer {reponse!r}")
+                continue
+            suggestions = m.group(4).split(", ")
+            if int(m.group(2)) != len(suggestions):
+                faute(f"{reponse!r}: {m.group(2)} announced, {len(suggestions)} given")
+            esperluettes[m.group(1)] = suggestions
+        elif reponse.startswith("#"):
+            faute(f"no suggestion for {reponse!r}")
+    for mot, juste in FAUTES.items():
+        if mot not in esperluettes:
+            faute(f"enchant-2 -a does not flag {mot}")
+        elif esperluettes[mot][0] != juste:
+            faute(f"enchant-2 -a: {mot} → {esperluettes[mot][:3]}, {juste} first expected")
+    if etoiles != 71 - len(FAUTES):
+        faute(f"enchant-2 -a: {etoiles} known words, {71 - len(FAUTES)} expected")
+
+    # pyenchant, and Enchant's own personal and session words on top of our provider.
+    r = subprocess.run(["/usr/bin/python3", os.path.join(ICI, "pyenchant_client.py")], capture_output=True,
+                       text=True, timeout=300)
+    if r.returncode != 0:
+        faute(f"pyenchant:\n{r.stdout}{r.stderr}")
+
+    # Another language, installed by lexique installe into the user's folder.
+    subprocess.run([PROGRAMME, "lexique", "installe", "/usr/share/dict/american-english", "eo"], check=True,
+                   capture_output=True)
+    if "eo (outils_socle)" not in lance("enchant-lsmod-2", "-list-dicts").splitlines():
+        faute("the lexicon installed for eo is not listed")
+    inconnus = lance("enchant-2", "-l", "-d", "eo", entree="the quikc brown fox\n").split()
+    if inconnus != ["quikc"]:
+        faute(f"eo: enchant-2 -l gives {inconnus}")
+
+    if fautes_vues:
+        sys.exit("\n".join(fautes_vues))
+    print("Enchant, its ispell pipe and pyenchant check and correct with our lexicons")
+
+
+if len(sys.argv) > 4 and sys.argv[4] == "--dans-l-espace":
+    verifie_dans_l_espace()
+    sys.exit(0)
+
+for outil in ("enchant-2", "enchant-lsmod-2", "unshare", "pkg-config"):
+    if shutil.which(outil) is None:
+        print(f"{outil} is missing: skipped")
+        sys.exit(SAUTE)
+environnement = prepare()
+# Can this process make a mount namespace at all?
+if subprocess.run(["unshare", "-m", "true"], capture_output=True).returncode != 0:
+    print("no mount namespace here (not root?): skipped")
+    sys.exit(SAUTE)
+script = (f'mount --bind "{os.path.join(DOSSIER, "modules")}" "{dossier_des_fournisseurs()}" && '
+          f'exec "{sys.executable}" "{os.path.abspath(__file__)}" "$@" --dans-l-espace')
+r = subprocess.run(["unshare", "-m", "sh", "-c", script, "sh", PROGRAMME, MODULE, DOSSIER], env=environnement)
+sys.exit(r.returncode)
