@@ -3,6 +3,9 @@
 #   liboutilssocle-dev  headers, the unversioned link, the CMake package, the pkg-config file
 #   outils-socle        the program and its manual page
 #   python3-outils-socle the Python module, for Debian's python3
+#   libenchant-2-outils-socle  the Enchant provider (named as Debian names Enchant's providers,
+#                        libenchant-2-voikko), with the ordering that puts it first for French
+#   outils-socle-lexique-fr  the French lexicon, compiled from Debian's wfrench list at build time
 # Built with CPack's DEB generator from a build configured for /usr; dpkg-shlibdeps computes
 # the dependencies on other Debian libraries, and the packages of one build depend on each
 # other at exactly that build's version.
@@ -17,9 +20,30 @@ set(paquet_bibliotheque liboutilssocle${PROJECT_VERSION_MAJOR})
 set(paquet_developpement liboutilssocle-dev)
 set(paquet_programme outils-socle)
 set(paquet_python python3-outils-socle)
+set(paquet_enchant libenchant-2-outils-socle)
+set(paquet_lexique_fr outils-socle-lexique-fr)
 set(composants bibliotheque developpement programme)
 if(TARGET outils_socle_python)
   list(APPEND composants python)
+endif()
+if(TARGET outils_socle_enchant)
+  list(APPEND composants enchant)
+endif()
+
+# The French lexicon, compiled by this build's program from Debian's French word list.
+set(liste_francaise /usr/share/dict/french)
+if(TARGET outils-socle AND EXISTS ${liste_francaise})
+  set(lexique_fr ${CMAKE_CURRENT_BINARY_DIR}/lexiques/fr.aut)
+  add_custom_command(OUTPUT ${lexique_fr}
+    COMMAND ${CMAKE_COMMAND} -E make_directory ${CMAKE_CURRENT_BINARY_DIR}/lexiques
+    COMMAND $<TARGET_FILE:outils-socle> lexique compile ${liste_francaise} ${lexique_fr}
+    DEPENDS outils-socle ${liste_francaise}
+    COMMENT "Compiling the French lexicon from ${liste_francaise}" VERBATIM)
+  add_custom_target(lexique_fr ALL DEPENDS ${lexique_fr})
+  install(FILES ${lexique_fr} DESTINATION ${CMAKE_INSTALL_DATADIR}/outils-socle/lexiques COMPONENT lexique_fr)
+  list(APPEND composants lexique_fr)
+else()
+  message(STATUS "${liste_francaise} (wfrench) not found: no French lexicon package")
 endif()
 
 # Every Debian package carries its copyright file and, being native, its changelog, written from
@@ -28,8 +52,15 @@ set(changelog_gz ${CMAKE_CURRENT_BINARY_DIR}/changelog.gz)
 outils_socle_changelog_debian(outils-socle "${OUTILS_SOCLE_MAINTENEUR}" ${CMAKE_CURRENT_BINARY_DIR}/changelog)
 outils_socle_gzip(changelog_debian ${CMAKE_CURRENT_BINARY_DIR}/changelog ${changelog_gz})
 foreach(composant IN LISTS composants)
-  install(FILES ${CMAKE_CURRENT_SOURCE_DIR}/cmake/debian/copyright ${changelog_gz}
-          DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${paquet_${composant}} COMPONENT ${composant})
+  # The French lexicon holds the word list's words, under its licence (GPL-2+).
+  set(copyright ${CMAKE_CURRENT_SOURCE_DIR}/cmake/debian/copyright)
+  if(composant STREQUAL "lexique_fr")
+    set(copyright ${CMAKE_CURRENT_SOURCE_DIR}/cmake/debian/copyright-lexique-fr)
+  endif()
+  install(FILES ${copyright} DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${paquet_${composant}}
+          RENAME copyright COMPONENT ${composant})
+  install(FILES ${changelog_gz} DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${paquet_${composant}}
+          COMPONENT ${composant})
 endforeach()
 # lintian's one deliberate exception, with its reason, in the package it concerns.
 configure_file(cmake/debian/lintian-developpement.in
@@ -121,5 +152,35 @@ ranked lookups, prefixes, jokers and corrections), accent-, case- and
 ligature-insensitive comparison, seven byte encodings, line and character
 comparison with unified diffs, and calendar arithmetic. Its messages and
 docstrings are in French.")
+
+set(CPACK_DEBIAN_ENCHANT_PACKAGE_NAME ${paquet_enchant})
+set(CPACK_DEBIAN_ENCHANT_PACKAGE_SECTION libs)
+set(CPACK_COMPONENT_ENCHANT_DEPENDS bibliotheque)
+set(CPACK_DEBIAN_ENCHANT_PACKAGE_RECOMMENDS ${paquet_lexique_fr})
+# /etc/enchant/enchant.ordering is the administrator's to change: a conffile.
+set(CPACK_DEBIAN_ENCHANT_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_SOURCE_DIR}/cmake/debian/conffiles-enchant)
+set(CPACK_DEBIAN_ENCHANT_DESCRIPTION
+"OutilsSocle lexicons as Enchant spell-checking dictionaries
+This Enchant 2 provider makes every application that spell-checks through
+Enchant (GTK text views, editors, chat clients, pyenchant, and the ispell
+pipe of enchant-2 -a that Emacs uses) check and correct words with
+OutilsSocle's compiled lexicons, as French is written: elisions, hyphenated
+compounds, both apostrophes, capitals. Corrections are ranked by a model of
+French spelling mistakes.
+.
+A lexicon is looked up by language tag in ~/.local/share/outils-socle/lexiques
+and /usr/share/outils-socle/lexiques; outils-socle lexique installe compiles
+any word list there. The package makes the provider Enchant's first choice
+for French in /etc/enchant/enchant.ordering.")
+
+set(CPACK_DEBIAN_LEXIQUE_FR_PACKAGE_NAME ${paquet_lexique_fr})
+set(CPACK_DEBIAN_LEXIQUE_FR_PACKAGE_SECTION text)
+set(CPACK_DEBIAN_LEXIQUE_FR_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_LEXIQUE_FR_PACKAGE_SUGGESTS "${paquet_enchant}, ${paquet_programme}")
+set(CPACK_DEBIAN_LEXIQUE_FR_DESCRIPTION
+"French lexicon for OutilsSocle and its Enchant provider
+Debian's French word list (wfrench) compiled into an OutilsSocle lexicon: a
+minimal automaton read in place from its file, which the Enchant provider
+uses for French and outils-socle lexique verifie can check texts with.")
 
 include(CPack)

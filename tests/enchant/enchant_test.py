@@ -7,7 +7,9 @@ Enchant's providers and ours; the lexicons come from XDG_DATA_DIRS and XDG_DATA_
 ordering that puts ours first for French is the one the package installs, given through
 ENCHANT_CONFIG_DIR. Without the right to make a mount namespace (not root), the test is skipped.
 
-Usage: enchant_test.py <outils-socle> <provider module> <work folder>
+Usage: enchant_test.py <outils-socle> <provider module> <work folder> [<fr lexicon> <ordering>]
+(the French lexicon and the ordering default to ones made from the sources: /usr/share/dict/french
+compiled by the program, and enchant/enchant.ordering; the package check passes the packaged ones)
 """
 import os
 import re
@@ -16,8 +18,14 @@ import subprocess
 import sys
 
 SAUTE = 77  # ctest's SKIP_RETURN_CODE
-PROGRAMME, MODULE, DOSSIER = (os.path.abspath(a) for a in sys.argv[1:4])
+ARGUMENTS = sys.argv[1:]
+DANS_L_ESPACE = ARGUMENTS[-1:] == ["--dans-l-espace"]
+if DANS_L_ESPACE:
+    ARGUMENTS = ARGUMENTS[:-1]
+PROGRAMME, MODULE, DOSSIER = (os.path.abspath(a) for a in ARGUMENTS[:3])
 ICI = os.path.dirname(os.path.abspath(__file__))
+LEXIQUE_FR, ORDRE = (os.path.abspath(a) for a in ARGUMENTS[3:5]) if len(ARGUMENTS) >= 5 else (
+    None, os.path.join(ICI, "..", "..", "enchant", "enchant.ordering"))
 LISTE = "/usr/share/dict/french"
 
 TEXTE = """Aujourd'hui, l'école du village ouvre ses portes à huit heures.
@@ -53,11 +61,14 @@ def prepare():
     os.symlink(MODULE, os.path.join(modules, os.path.basename(MODULE)))
     lexiques = os.path.join(DOSSIER, "share", "outils-socle", "lexiques")
     os.makedirs(lexiques)
-    subprocess.run([PROGRAMME, "lexique", "compile", LISTE, os.path.join(lexiques, "fr.aut")], check=True,
-                   capture_output=True)
+    if LEXIQUE_FR:
+        shutil.copy(LEXIQUE_FR, os.path.join(lexiques, "fr.aut"))
+    else:
+        subprocess.run([PROGRAMME, "lexique", "compile", LISTE, os.path.join(lexiques, "fr.aut")], check=True,
+                       capture_output=True)
     configuration = os.path.join(DOSSIER, "configuration")
     os.makedirs(configuration)
-    shutil.copy(os.path.join(ICI, "..", "..", "enchant", "enchant.ordering"), configuration)
+    shutil.copy(ORDRE, os.path.join(configuration, "enchant.ordering"))
     maison = os.path.join(DOSSIER, "maison")
     os.makedirs(maison)
     with open(os.path.join(DOSSIER, "texte.txt"), "w", encoding="utf-8") as f:
@@ -161,7 +172,7 @@ def verifie_dans_l_espace():
     print("Enchant, its ispell pipe and pyenchant check and correct with our lexicons")
 
 
-if len(sys.argv) > 4 and sys.argv[4] == "--dans-l-espace":
+if DANS_L_ESPACE:
     verifie_dans_l_espace()
     sys.exit(0)
 
@@ -176,5 +187,5 @@ if subprocess.run(["unshare", "-m", "true"], capture_output=True).returncode != 
     sys.exit(SAUTE)
 script = (f'mount --bind "{os.path.join(DOSSIER, "modules")}" "{dossier_des_fournisseurs()}" && '
           f'exec "{sys.executable}" "{os.path.abspath(__file__)}" "$@" --dans-l-espace')
-r = subprocess.run(["unshare", "-m", "sh", "-c", script, "sh", PROGRAMME, MODULE, DOSSIER], env=environnement)
+r = subprocess.run(["unshare", "-m", "sh", "-c", script, "sh", *ARGUMENTS], env=environnement)
 sys.exit(r.returncode)

@@ -35,10 +35,11 @@ endfunction()
 
 file(GLOB debs ${PAQUETS}/*.deb)
 list(LENGTH debs n)
-if(NOT n EQUAL 4)
-  message(FATAL_ERROR "expected four packages in ${PAQUETS}, found: ${debs}")
+if(NOT n EQUAL 6)
+  message(FATAL_ERROR "expected six packages in ${PAQUETS}, found: ${debs}")
 endif()
-foreach(paquet IN ITEMS ${bibliotheque} liboutilssocle-dev outils-socle python3-outils-socle)
+foreach(paquet IN ITEMS ${bibliotheque} liboutilssocle-dev outils-socle python3-outils-socle
+                        libenchant-2-outils-socle outils-socle-lexique-fr)
   file(GLOB deb ${PAQUETS}/${paquet}_*.deb)
   if(NOT deb)
     message(FATAL_ERROR "no package ${paquet} in ${PAQUETS}")
@@ -102,6 +103,21 @@ endforeach()
 exige("${depends_python3-outils-socle}" "${bibliotheque} \\(= ${version}\\)" "Python Depends")
 exige("${depends_python3-outils-socle}" "python3 \\(>= 3\\.[0-9]+\\), python3 \\(<< 3\\.[0-9]+\\)" "Python Depends")
 
+# The Enchant provider: the module where Debian's Enchant loads providers, the ordering as a
+# conffile, the library of the same build.
+set(c "${contenu_libenchant-2-outils-socle}")
+exige("${c}" "usr/lib/${multiarch}/enchant-2/enchant_outils_socle\\.so\n" "Enchant provider")
+exige("${c}" "\\./etc/enchant/enchant\\.ordering\n" "Enchant provider")
+exige("${depends_libenchant-2-outils-socle}" "${bibliotheque} \\(= ${version}\\)" "Enchant provider Depends")
+exige("${depends_libenchant-2-outils-socle}" "libenchant-2-2" "Enchant provider Depends")
+lance(dpkg-deb -I ${deb_libenchant-2-outils-socle} conffiles)
+exige("${SORTIE}" "^/etc/enchant/enchant\\.ordering\n$" "Enchant provider conffiles")
+# The French lexicon: architecture-independent data, under the word list's licence.
+set(c "${contenu_outils-socle-lexique-fr}")
+exige("${c}" "usr/share/outils-socle/lexiques/fr\\.aut\n" "French lexicon")
+champ(${deb_outils-socle-lexique-fr} Architecture arch)
+exige("${arch}" "^all$" "French lexicon Architecture")
+
 # lintian: no error and no warning (the one deliberate exception is overridden in the package,
 # with its reason). Its informational notes are printed for the reader.
 execute_process(COMMAND lintian --fail-on error,warning --display-info ${debs}
@@ -134,6 +150,9 @@ string(STRIP "${SORTIE}" version_paquet)
 if(NOT version_paquet STREQUAL version)
   message(FATAL_ERROR "the packages' changelog says ${version_paquet}, CHANGELOG.md ${version}")
 endif()
+# The unpacked French lexicon answers as the list it was compiled from.
+lance(${racine}/usr/bin/outils-socle lexique numero ${racine}/usr/share/outils-socle/lexiques/fr.aut école)
+exige("${SORTIE}" "^école\t[0-9]+\n$" "French lexicon lookup")
 lance(${racine}/usr/bin/outils-socle --version)
 exige("${SORTIE}" "^outils-socle ${version}\n.*MIT" "outils-socle --version")
 # The unpacked module imported by Debian's python3 and put to work; the library comes from the
@@ -145,6 +164,17 @@ lance(/usr/bin/python3 -c "import outils_socle as o
 c = o.CompilateurAutomateAcycliqueMin(['été', 'tête'])
 print(o.__file__, c.nb_formes, o.egal('ÉTÉ', 'ete', 6))")
 exige("${SORTIE}" "^${racine}/usr/lib/python3/dist-packages/outils_socle[^ ]* 2 True" "Python module unpacked")
-unset(ENV{LD_LIBRARY_PATH})
 unset(ENV{PYTHONPATH})
+# Enchant's own clients over the unpacked provider, lexicon and ordering (the module mounted over
+# Enchant's folder in a mount namespace; skipped where none can be made).
+execute_process(COMMAND /usr/bin/python3 ${SOURCE}/tests/enchant/enchant_test.py
+                        ${racine}/usr/bin/outils-socle
+                        ${racine}/usr/lib/${multiarch}/enchant-2/enchant_outils_socle.so ${TRAVAIL}/enchant
+                        ${racine}/usr/share/outils-socle/lexiques/fr.aut ${racine}/etc/enchant/enchant.ordering
+                RESULT_VARIABLE code OUTPUT_VARIABLE sortie ERROR_VARIABLE sortie)
+message(STATUS "Enchant over the packages: ${sortie}")
+if(NOT code EQUAL 0 AND NOT code EQUAL 77)
+  message(FATAL_ERROR "Enchant's clients fail over the unpacked packages")
+endif()
+unset(ENV{LD_LIBRARY_PATH})
 message(STATUS "packages: ${debs}")
