@@ -76,6 +76,8 @@ bench: build
 	PYTHONPATH=build/python/module /usr/bin/python3 bench/dask_bench.py
 	./build/bench/bench_synchro
 	./build/bench/bench_corrections
+	/usr/bin/python3 bench/enchant_bench.py build/outils/outils-socle build/enchant/module/enchant_outils_socle.so \
+	  build/bench/enchant_plancher.so build/bench/bench_corrections build/bench/enchant
 
 # The keywords are the marks the sources use: N_ and Traduis in the library, Tr and TrPluriel in
 # the program. The catalogue's test (Langues.CatalogueAnglaisComplet) runs the same collection.

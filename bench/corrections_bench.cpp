@@ -220,6 +220,14 @@ void BM_Corrections_Hunspell(benchmark::State& etat) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  // The misspellings and the words meant, one pair a line ("faute<TAB>juste"), for the measures
+  // taken through other clients (bench/enchant_bench.py, through Enchant).
+  if (const char* chemin = std::getenv("OUTILS_SOCLE_FAUTES_TSV")) {
+    const Jeu& j = Donnees();
+    std::ofstream sortie(chemin);
+    for (size_t i = 0; i < j.fautes.size(); ++i) sortie << U8(j.fautes[i]) << '\t' << U8(j.justes[i]) << '\n';
+    return sortie ? 0 : 1;
+  }
   benchmark::Initialize(&argc, argv);
   auto* hunspell = benchmark::RegisterBenchmark("BM_Corrections_Hunspell", BM_Corrections_Hunspell);
   hunspell->Arg(1000)->Iterations(1)->Unit(benchmark::kSecond);

@@ -158,7 +158,7 @@ set(CPACK_DEBIAN_ENCHANT_PACKAGE_SECTION libs)
 set(CPACK_COMPONENT_ENCHANT_DEPENDS bibliotheque)
 set(CPACK_DEBIAN_ENCHANT_PACKAGE_RECOMMENDS ${paquet_lexique_fr})
 # /etc/enchant/enchant.ordering is the administrator's to change: a conffile.
-set(CPACK_DEBIAN_ENCHANT_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_SOURCE_DIR}/cmake/debian/conffiles-enchant)
+set(CPACK_DEBIAN_ENCHANT_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_SOURCE_DIR}/cmake/debian/enchant/conffiles)
 set(CPACK_DEBIAN_ENCHANT_DESCRIPTION
 "OutilsSocle lexicons as Enchant spell-checking dictionaries
 This Enchant 2 provider makes every application that spell-checks through

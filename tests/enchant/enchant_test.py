@@ -1,11 +1,10 @@
 """The Enchant provider through Enchant's own clients: enchant-lsmod-2, enchant-2 -l, the ispell
 pipe of enchant-2 -a (as Emacs's ispell and flyspell speak it), and Python's pyenchant.
 
-Debian's Enchant loads providers from one folder only, its own. The test mounts, in a mount
-namespace of its own (unshare -m: the system is left as it is), a folder over that one holding
-Enchant's providers and ours; the lexicons come from XDG_DATA_DIRS and XDG_DATA_HOME, and the
-ordering that puts ours first for French is the one the package installs, given through
-ENCHANT_CONFIG_DIR. Without the right to make a mount namespace (not root), the test is skipped.
+Enchant loads the provider from its own folder (see espace_enchant.py); the lexicons come from
+XDG_DATA_DIRS and XDG_DATA_HOME, and the ordering that puts ours first for French is the one the
+package installs, given through ENCHANT_CONFIG_DIR. Without the right to make a mount namespace
+(not root), the test is skipped.
 
 Usage: enchant_test.py <outils-socle> <provider module> <work folder> [<fr lexicon> <ordering>]
 (the French lexicon and the ordering default to ones made from the sources: /usr/share/dict/french
@@ -17,11 +16,10 @@ import shutil
 import subprocess
 import sys
 
-SAUTE = 77  # ctest's SKIP_RETURN_CODE
+import espace_enchant
+
+DANS_L_ESPACE = espace_enchant.dans_l_espace()
 ARGUMENTS = sys.argv[1:]
-DANS_L_ESPACE = ARGUMENTS[-1:] == ["--dans-l-espace"]
-if DANS_L_ESPACE:
-    ARGUMENTS = ARGUMENTS[:-1]
 PROGRAMME, MODULE, DOSSIER = (os.path.abspath(a) for a in ARGUMENTS[:3])
 ICI = os.path.dirname(os.path.abspath(__file__))
 LEXIQUE_FR, ORDRE = (os.path.abspath(a) for a in ARGUMENTS[3:5]) if len(ARGUMENTS) >= 5 else (
@@ -44,21 +42,9 @@ FAUTES = {
 }
 
 
-def dossier_des_fournisseurs():
-    r = subprocess.run(["pkg-config", "--variable=libdir", "enchant-2"], capture_output=True, text=True)
-    return os.path.join(r.stdout.strip(), "enchant-2")
-
-
 def prepare():
     """The folders the namespace will use; returns the environment of the clients."""
     shutil.rmtree(DOSSIER, ignore_errors=True)
-    modules = os.path.join(DOSSIER, "modules")
-    os.makedirs(modules)
-    systeme = dossier_des_fournisseurs()
-    for nom in os.listdir(systeme):
-        # Copies: links back into the folder about to be covered would point at themselves.
-        shutil.copy2(os.path.join(systeme, nom), os.path.join(modules, nom))
-    os.symlink(MODULE, os.path.join(modules, os.path.basename(MODULE)))
     lexiques = os.path.join(DOSSIER, "share", "outils-socle", "lexiques")
     os.makedirs(lexiques)
     if LEXIQUE_FR:
@@ -176,16 +162,8 @@ if DANS_L_ESPACE:
     verifie_dans_l_espace()
     sys.exit(0)
 
-for outil in ("enchant-2", "enchant-lsmod-2", "unshare", "pkg-config"):
-    if shutil.which(outil) is None:
-        print(f"{outil} is missing: skipped")
-        sys.exit(SAUTE)
-environnement = prepare()
-# Can this process make a mount namespace at all?
-if subprocess.run(["unshare", "-m", "true"], capture_output=True).returncode != 0:
-    print("no mount namespace here (not root?): skipped")
-    sys.exit(SAUTE)
-script = (f'mount --bind "{os.path.join(DOSSIER, "modules")}" "{dossier_des_fournisseurs()}" && '
-          f'exec "{sys.executable}" "{os.path.abspath(__file__)}" "$@" --dans-l-espace')
-r = subprocess.run(["unshare", "-m", "sh", "-c", script, "sh", *ARGUMENTS], env=environnement)
-sys.exit(r.returncode)
+pourquoi = espace_enchant.manque()
+if pourquoi:
+    print(f"{pourquoi}: skipped")
+    sys.exit(espace_enchant.SAUTE)
+sys.exit(espace_enchant.relance(MODULE, DOSSIER, prepare()))
