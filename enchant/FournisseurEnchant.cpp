@@ -188,8 +188,15 @@ void LibereDictionnaire(EnchantProvider*, EnchantDict* dict) {
   g_free(dict);
 }
 
+// A file that is there but is not a lexicon does not count: Enchant would offer it, then fail.
 int DictionnaireExiste(EnchantProvider*, const char* const etiquette) {
-  return CheminPour(etiquette).empty() ? 0 : 1;
+  const std::string chemin = CheminPour(etiquette);
+  if (chemin.empty()) return 0;
+  try {
+    return Ouverts().Ouvre(chemin) ? 1 : 0;
+  } catch (...) {
+    return 0;
+  }
 }
 
 // The tags of every lexicon found, once each.

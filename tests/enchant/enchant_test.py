@@ -153,6 +153,20 @@ def verifie_dans_l_espace():
     if inconnus != ["quikc"]:
         faute(f"eo: enchant-2 -l gives {inconnus}")
 
+    # A file that is not a lexicon, and tags that would leave the folder: refused, never a crash.
+    utilisateur = os.path.join(os.environ["XDG_DATA_HOME"], "outils-socle", "lexiques")
+    with open(os.path.join(utilisateur, "xx.aut"), "wb") as f:
+        f.write(b"\x00\x01 ceci n'est pas un lexique " * 40)
+    r = subprocess.run(["enchant-2", "-l", "-d", "xx"], input="mot\n", capture_output=True, text=True, timeout=60)
+    if r.returncode < 0 or r.returncode == 0:
+        faute(f"a damaged lexicon: enchant-2 exit {r.returncode}\n{r.stderr}")
+    r = subprocess.run(["/usr/bin/python3", "-c", """import enchant
+b = enchant.Broker()
+print([b.dict_exists(t) for t in ["fr", "../fr", "fr/../fr", "x" * 300, "xx"]])"""],
+                       capture_output=True, text=True, timeout=60)
+    if r.returncode != 0 or r.stdout.strip() != "[True, False, False, False, False]":
+        faute(f"tags: {r.stdout}{r.stderr}")
+
     if fautes_vues:
         sys.exit("\n".join(fautes_vues))
     print("Enchant, its ispell pipe and pyenchant check and correct with our lexicons")
