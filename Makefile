@@ -111,7 +111,7 @@ check-deb: deb
 	  -DTRAVAIL=$(CURDIR)/build-deb/verification -P tests/installation/paquets_test.cmake
 
 format:
-	clang-format --dry-run --Werror $$(git ls-files 'include/*.h' 'src/*.cpp' 'src/*.h' ':!src/texte/TablesUnOctet.cpp' 'tests/*.cpp' 'tests/*.h' 'bench/*.cpp' 'outils/*.cpp' 'outils/*.h' 'fuzz/*.cpp' 'fuzz/*.h' 'python/*.cpp' 'python/*.h')
+	clang-format --dry-run --Werror $$(git ls-files 'include/*.h' 'src/*.cpp' 'src/*.h' ':!src/texte/TablesUnOctet.cpp' 'tests/*.cpp' 'tests/*.h' 'bench/*.cpp' 'outils/*.cpp' 'outils/*.h' 'fuzz/*.cpp' 'fuzz/*.h' 'python/*.cpp' 'python/*.h' 'enchant/*.cpp' 'bench/*.c')
 
 clean:
 	rm -rf build build-asan build-tsan build-deb

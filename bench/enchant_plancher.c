@@ -11,7 +11,9 @@ static int Verifie(EnchantDict* dict, const char* const mot, size_t longueur) {
   return 0;
 }
 
-static int EstFrancais(const char* etiquette) { return !g_strcmp0(etiquette, "fr") || !g_strcmp0(etiquette, "fr_FR"); }
+static int EstFrancais(const char* etiquette) {
+  return !g_strcmp0(etiquette, "fr") || !g_strcmp0(etiquette, "fr_FR");
+}
 
 static EnchantDict* Demande(EnchantProvider* fournisseur, const char* const etiquette) {
   (void)fournisseur;
