@@ -3,6 +3,14 @@
 include(${SOURCE}/tests/installation/Consommateur.cmake)
 file(REMOVE_RECURSE ${TRAVAIL})
 lance(${CMAKE_COMMAND} --install ${BUILD} --prefix ${TRAVAIL}/prefixe)
+# Everything lands inside the prefix given at install time (an absolute destination would
+# write into the machine's own folders).
+file(STRINGS ${BUILD}/install_manifest.txt installes)
+foreach(fichier IN LISTS installes)
+  if(NOT fichier MATCHES "^${TRAVAIL}/prefixe/")
+    message(FATAL_ERROR "installed outside the prefix: ${fichier}")
+  endif()
+endforeach()
 verifie_installation(${TRAVAIL}/prefixe ${TRAVAIL}/verification ${GENERATEUR})
 
 # The Python package, when built: Debian's python3 imports it from the prefix and it finds the
