@@ -32,6 +32,9 @@ const char* const kAideSynchro =
        "  --contexte N      lignes inchangées autour de chaque changement (3 par défaut)\n"
        "  --caracteres      montre aussi les caractères supprimés [-...-] et insérés {+...+} dans les\n"
        "                    lignes changées (en couleurs sur un terminal)\n"
+       "  --minimal         cherche la plus courte différence quel qu'en soit le coût, comme\n"
+       "                    « diff --minimal » (par défaut, comme diff, la recherche est bornée :\n"
+       "                    la différence reste juste, rarement plus longue)\n"
        "  --limite S        cesse de chercher la plus courte différence après S secondes : ce qui\n"
        "                    est affiché reste juste, mais peut être plus long qu'il ne faut\n"
        "  --distance        affiche seulement le nombre de lignes supprimées et insérées (de\n"
@@ -53,6 +56,7 @@ struct Options {
   bool caracteres = false;
   int contexte = 3;
   float limite = 0;
+  bool minimale = false;
   size_t largeur = 80;
 };
 
@@ -372,6 +376,7 @@ int Compare(const Arguments& a) {
   o.caracteres = a.Drapeau("caracteres");
   o.contexte = static_cast<int>(a.Nombre("contexte", 3));
   o.limite = std::strtof(a.Texte("limite", "0").c_str(), nullptr);
+  o.minimale = a.Drapeau("minimal");
   o.largeur =
       static_cast<size_t>(a.Nombre("largeur", o.coteACote ? static_cast<long>(LargeurDuTerminal()) : 80));
   if (a.positions.size() != 2 || o.contexte < 0 || o.contexte > 1000000 || !(o.limite >= 0) ||
@@ -388,7 +393,8 @@ int Compare(const Arguments& a) {
   Fichier ancien, nouveau;
   if (!LisTexte(a.positions[0], ancien) || !LisTexte(a.positions[1], nouveau)) return 2;
   const Echeance echeance{o.limite};
-  const Differences d = CompareLignes(ancien.texte.lignes, nouveau.texte.lignes, {o.limite, nullptr});
+  const Differences d =
+      CompareLignes(ancien.texte.lignes, nouveau.texte.lignes, {o.limite, nullptr, o.minimale});
   if (d.limiteAtteinte)
     Erreur(
         Tr("synchro : limite de temps atteinte, la différence affichée n'est peut-être pas la plus courte"));

@@ -117,7 +117,7 @@ class SynchroPython {
 
 // The unified diff of two texts, as `diff -u` writes it below its two header lines.
 py::str DiffUnifie(ArgTexte ancien, ArgTexte nouveau, ArgEntier contexte, ArgTexte nomAncien,
-                   ArgTexte nomNouveau, ArgReel limite) {
+                   ArgTexte nomNouveau, ArgReel limite, bool minimal) {
   sdd::TexteEnLignes a, b;
   a.octets = Texte(ancien, "ancien").Encode();
   b.octets = Texte(nouveau, "nouveau").Encode();
@@ -131,7 +131,7 @@ py::str DiffUnifie(ArgTexte ancien, ArgTexte nouveau, ArgEntier contexte, ArgTex
     b.Decoupe();
     if (a.lignes.size() > kLongueurMax || b.lignes.size() > kLongueurMax)
       throw py::value_error("ancien, nouveau : trop de lignes");
-    const sdd::Differences d = sdd::CompareLignes(a.lignes, b.lignes, {secondes, &arret});
+    const sdd::Differences d = sdd::CompareLignes(a.lignes, b.lignes, {secondes, &arret, minimal});
     if (d.modifications.empty() || arret) return;
     sortie = "--- " + nomA + "\n+++ " + nomB + "\n";
     sdd::EcrisBlocsUnifies(sortie, a, b, d, n);
@@ -175,10 +175,14 @@ void DeclareSynchro(py::module_& m) {
                       }));
   m.def("diff_unifie", &DiffUnifie, py::arg("ancien"), py::arg("nouveau"), py::arg("contexte") = 3,
         py::arg("nom_ancien") = "ancien", py::arg("nom_nouveau") = "nouveau", py::arg("limite") = 0.0,
+        py::arg("minimal") = false,
         "La différence unifiée de deux textes, comme diff -u (sans dates) ; vide s’ils sont égaux.\n\n"
         "Les lignes absentes de l’autre texte sont mises de côté avant la recherche, comme le fait "
-        "diff ; limite : secondes avant de rendre une différence juste mais pas la plus courte (0 : "
-        "aucune). Le GIL est rendu pendant la comparaison, et Ctrl-C l’interrompt.");
+        "diff. Comme diff, la recherche est bornée : une partie qui demanderait trop de changements "
+        "est coupée là où la recherche est allée le plus loin, et la différence reste juste ; "
+        "minimal=True cherche la plus courte quel qu’en soit le coût (diff --minimal). limite : "
+        "secondes avant de rendre une différence juste mais pas la plus courte (0 : aucune). Le GIL "
+        "est rendu pendant la comparaison, et Ctrl-C l’interrompt.");
 }
 
 }  // namespace outils_python

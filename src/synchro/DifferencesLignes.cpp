@@ -1,6 +1,8 @@
 #include <outils_socle/synchro/DifferencesLignes.h>
 
 #include <algorithm>
+#include <chrono>
+#include <climits>
 #include <cstdint>
 #include <cstring>
 #include <random>
@@ -39,6 +41,157 @@ void GardeCommuns(const std::vector<int>& suite, const std::vector<char>& dansAu
   }
 }
 
+// Myers' search from both ends (the middle snake), bounded as GNU diff bounds its own: a part
+// whose edit cost reaches `tropCher` is cut where one of the two searches got furthest, instead
+// of being searched to its end. Below that cost every part is cut at a middle snake, so a script
+// that needs few edits comes out shortest, as Synchro gives it. The parts wait on a stack, not
+// in recursion: cuts far from the middle would otherwise nest as deep as the input is long.
+class RechercheBornee {
+ public:
+  RechercheBornee(const std::vector<int>& a, const std::vector<int>& b, const LimitesComparaison& limites)
+      : a_(a), b_(b), limites_(limites) {
+    const size_t diagonales = a.size() + b.size() + 3;
+    avant_.resize(diagonales);
+    arriere_.resize(diagonales);
+    decalage_ = static_cast<long>(b.size()) + 1;
+    // About the square root of the size, rounded up to a power of two, and 4096 at least.
+    tropCher_ = 1;
+    for (size_t d = diagonales; d != 0; d >>= 2) tropCher_ <<= 1;
+    tropCher_ = std::max(tropCher_, 4096L);
+    if (limites.limite > 0)
+      echeance_ = std::chrono::steady_clock::now() +
+                  std::chrono::duration_cast<std::chrono::steady_clock::duration>(
+                      std::chrono::duration<double>(static_cast<double>(limites.limite)));
+  }
+
+  // alignes[j]: the element of `a` that b[j] is matched with, or -1.
+  void Aligne(std::vector<int>& alignes) {
+    alignes.assign(b_.size(), -1);
+    std::vector<Partie> pile{{0, static_cast<long>(a_.size()), 0, static_cast<long>(b_.size())}};
+    while (!pile.empty()) {
+      Partie p = pile.back();
+      pile.pop_back();
+      // Equal heads and tails match at once.
+      while (p.x0 < p.x1 && p.y0 < p.y1 && a_[static_cast<size_t>(p.x0)] == b_[static_cast<size_t>(p.y0)])
+        alignes[static_cast<size_t>(p.y0++)] = static_cast<int>(p.x0++);
+      while (p.x0 < p.x1 && p.y0 < p.y1 &&
+             a_[static_cast<size_t>(p.x1 - 1)] == b_[static_cast<size_t>(p.y1 - 1)])
+        alignes[static_cast<size_t>(--p.y1)] = static_cast<int>(--p.x1);
+      if (p.x0 == p.x1 || p.y0 == p.y1) continue;  // only deletions, or only insertions, left
+      if (Arrete()) {  // the rest stays unmatched: a valid script, not a shortest one
+        arrete_ = true;
+        continue;
+      }
+      const Coupure c = Coupe(p);
+      if ((c.x == p.x0 && c.y == p.y0) || (c.x == p.x1 && c.y == p.y1)) {
+        // A cut must leave both parts smaller; should one ever fall on a corner, the part's
+        // first old element is deleted instead, which always shortens it.
+        pile.push_back({p.x0 + 1, p.x1, p.y0, p.y1});
+        continue;
+      }
+      pile.push_back({c.x, p.x1, c.y, p.y1});
+      pile.push_back({p.x0, c.x, p.y0, c.y});
+    }
+  }
+
+  bool Arrete() const {
+    return arrete_ || (limites_.arret != nullptr && limites_.arret->load(std::memory_order_relaxed)) ||
+           (limites_.limite > 0 && std::chrono::steady_clock::now() > echeance_);
+  }
+  bool LimiteAtteinte() const { return arrete_; }
+
+ private:
+  struct Partie {
+    long x0, x1, y0, y1;
+  };
+  struct Coupure {
+    long x, y;
+  };
+
+  long& Av(long k) { return avant_[static_cast<size_t>(k + decalage_)]; }
+  long& Ar(long k) { return arriere_[static_cast<size_t>(k + decalage_)]; }
+  bool Egaux(long x, long y) const { return a_[static_cast<size_t>(x)] == b_[static_cast<size_t>(y)]; }
+
+  // A point through which a script of the part passes, strictly inside it (the part has no
+  // equal head or tail, so both searches move at once). Diagonal k holds the points x - y = k;
+  // the forward search starts on x0 - y0, the reverse one on x1 - y1.
+  Coupure Coupe(const Partie& p) {
+    const long kMin = p.x0 - p.y1, kMax = p.x1 - p.y0;
+    const long kAvant = p.x0 - p.y0, kArriere = p.x1 - p.y1;
+    const bool impair = ((kAvant - kArriere) & 1) != 0;
+    long avMin = kAvant, avMax = kAvant, arMin = kArriere, arMax = kArriere;
+    Av(kAvant) = p.x0;
+    Ar(kArriere) = p.x1;
+    for (long cout = 1;; ++cout) {
+      if ((cout & 255) == 0 && Arrete()) {
+        arrete_ = true;
+        return {p.x0 + (p.x1 - p.x0) / 2, p.y0};  // any inner point: the parts stay unmatched
+      }
+      // One more move forward: the range of diagonals widens by one at each end, within the
+      // part; an unreached neighbour reads as -1 (never the better one).
+      if (avMin > kMin)
+        Av(--avMin - 1) = -1;
+      else
+        ++avMin;
+      if (avMax < kMax)
+        Av(++avMax + 1) = -1;
+      else
+        --avMax;
+      for (long k = avMax; k >= avMin; k -= 2) {
+        const long bas = Av(k - 1), haut = Av(k + 1);
+        long x = bas >= haut ? bas + 1 : haut;
+        long y = x - k;
+        while (x < p.x1 && y < p.y1 && Egaux(x, y)) ++x, ++y;
+        Av(k) = x;
+        if (impair && arMin <= k && k <= arMax && Ar(k) <= x) return {x, y};
+      }
+      // One more move backward, the mirror image; an unreached neighbour reads as past the end.
+      if (arMin > kMin)
+        Ar(--arMin - 1) = LONG_MAX;
+      else
+        ++arMin;
+      if (arMax < kMax)
+        Ar(++arMax + 1) = LONG_MAX;
+      else
+        --arMax;
+      for (long k = arMax; k >= arMin; k -= 2) {
+        const long bas = Ar(k - 1), haut = Ar(k + 1);
+        long x = bas < haut ? bas : haut - 1;
+        long y = x - k;
+        while (x > p.x0 && y > p.y0 && Egaux(x - 1, y - 1)) --x, --y;
+        Ar(k) = x;
+        if (!impair && avMin <= k && k <= avMax && x <= Av(k)) return {x, y};
+      }
+      if (cout < tropCher_) continue;
+      // Too dear: cut where a search got furthest towards the other end, in x + y. The point
+      // is on a path of the search, so the script through it is valid.
+      long meilleurAvant = -1, xAvant = 0, yAvant = 0;
+      for (long k = avMax; k >= avMin; k -= 2) {
+        long x = std::min(Av(k), p.x1), y = x - k;
+        if (y > p.y1) x = p.y1 + k, y = p.y1;
+        if (x + y > meilleurAvant) meilleurAvant = x + y, xAvant = x, yAvant = y;
+      }
+      long meilleurArriere = LONG_MAX, xArriere = 0, yArriere = 0;
+      for (long k = arMax; k >= arMin; k -= 2) {
+        long x = std::max(p.x0, Ar(k)), y = x - k;
+        if (y < p.y0) x = p.y0 + k, y = p.y0;
+        if (x + y < meilleurArriere) meilleurArriere = x + y, xArriere = x, yArriere = y;
+      }
+      if (meilleurAvant - (p.x0 + p.y0) >= (p.x1 + p.y1) - meilleurArriere) return {xAvant, yAvant};
+      return {xArriere, yArriere};
+    }
+  }
+
+  const std::vector<int>& a_;
+  const std::vector<int>& b_;
+  const LimitesComparaison& limites_;
+  std::vector<long> avant_, arriere_;
+  long decalage_ = 0;
+  long tropCher_ = 4096;
+  std::chrono::steady_clock::time_point echeance_{};
+  bool arrete_ = false;
+};
+
 }  // namespace
 
 Differences CompareSuites(const std::vector<int>& ancien, const std::vector<int>& nouveau,
@@ -59,10 +212,18 @@ Differences CompareSuites(const std::vector<int>& ancien, const std::vector<int>
   GardeCommuns(nouveau, dansAncien, b, placesB);
 
   std::vector<int> alignes(b.size() + 1, -1);
-  Synchro synchro(a.data(), static_cast<int>(a.size()), b.data(), static_cast<int>(b.size()),
-                  Synchro::CompareEntiers, limites.limite);
-  synchro.ArreteSur(limites.arret);
-  synchro.Synchronise(alignes.data());
+  bool limiteAtteinte = false;
+  if (limites.minimale) {
+    Synchro synchro(a.data(), static_cast<int>(a.size()), b.data(), static_cast<int>(b.size()),
+                    Synchro::CompareEntiers, limites.limite);
+    synchro.ArreteSur(limites.arret);
+    synchro.Synchronise(alignes.data());
+    limiteAtteinte = synchro.LimiteTempsDepassee();
+  } else {
+    RechercheBornee recherche(a, b, limites);
+    recherche.Aligne(alignes);
+    limiteAtteinte = recherche.LimiteAtteinte();
+  }
 
   // Back to the whole sequences: each new element, its old element or -1.
   std::vector<int> ancienDe(nouveau.size(), -1);
@@ -70,7 +231,7 @@ Differences CompareSuites(const std::vector<int>& ancien, const std::vector<int>
     if (alignes[j] >= 0) ancienDe[static_cast<size_t>(placesB[j])] = placesA[static_cast<size_t>(alignes[j])];
 
   Differences r;
-  r.limiteAtteinte = synchro.LimiteTempsDepassee();
+  r.limiteAtteinte = limiteAtteinte;
   int i = 0;      // next old element
   int debut = 0;  // first new element since the last match
   const int n = static_cast<int>(ancien.size()), m = static_cast<int>(nouveau.size());

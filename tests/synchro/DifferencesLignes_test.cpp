@@ -65,7 +65,7 @@ TEST(DifferencesLignes, ArretLeveParUnAutreFil) {
     arret = true;
   });
   const auto debut = std::chrono::steady_clock::now();
-  const sdd::Differences d = sdd::CompareSuites(a, b, {0, &arret});
+  const sdd::Differences d = sdd::CompareSuites(a, b, {0, &arret, true});
   const auto duree = std::chrono::steady_clock::now() - debut;
   leveur.join();
   EXPECT_TRUE(d.limiteAtteinte);
@@ -77,6 +77,43 @@ TEST(DifferencesLignes, ArretLeveParUnAutreFil) {
   }
   EXPECT_EQ(supprimes, inseres);  // as many matched on each side
   EXPECT_EQ(d.distance, supprimes + inseres);
+}
+
+// The script `d` applied to `a`: what it gives must be `b`.
+std::vector<int> Applique(const std::vector<int>& a, const std::vector<int>& b, const sdd::Differences& d) {
+  std::vector<int> r;
+  int i = 0;
+  for (const sdd::Modification& m : d.modifications) {
+    while (i < m.ancien) r.push_back(a[static_cast<size_t>(i++)]);
+    for (int j = 0; j < m.inseres; ++j) r.push_back(b[static_cast<size_t>(m.nouveau + j)]);
+    i += m.supprimes;
+  }
+  while (i < static_cast<int>(a.size())) r.push_back(a[static_cast<size_t>(i++)]);
+  return r;
+}
+
+TEST(DifferencesLignes, RechercheBorneeJusteSurUnMelange) {
+  // Every element moved: the shortest script costs the square of the size to find. The bounded
+  // search gives a valid script in time linear in the size times its bound, not cut by any
+  // limit; below the bound (a few changes) it is the shortest, as the exact search says.
+  std::vector<int> a(60000), b(60000);
+  for (int i = 0; i < 60000; ++i) a[static_cast<size_t>(i)] = i;
+  for (int i = 0; i < 60000; ++i) b[static_cast<size_t>(i)] = (i * 7919) % 60000;
+  const sdd::Differences d = sdd::CompareSuites(a, b);
+  EXPECT_FALSE(d.limiteAtteinte);
+  EXPECT_EQ(Applique(a, b, d), b);
+  int supprimes = 0;
+  for (const sdd::Modification& m : d.modifications) supprimes += m.supprimes;
+  EXPECT_EQ(d.distance, 2 * supprimes);
+  EXPECT_LT(d.distance, 2 * 60000);  // some of the order kept
+
+  std::vector<int> proche = a;
+  for (int i = 0; i < 60000; i += 997) proche[static_cast<size_t>(i)] = 60000 + i;
+  proche.erase(proche.begin() + 30000, proche.begin() + 30010);
+  const sdd::Differences bornee = sdd::CompareSuites(a, proche);
+  const sdd::Differences exacte = sdd::CompareSuites(a, proche, {0, nullptr, true});
+  EXPECT_EQ(bornee.distance, exacte.distance);
+  EXPECT_EQ(Applique(a, proche, bornee), proche);
 }
 
 TEST(DifferencesLignes, ArretDejaLeve) {

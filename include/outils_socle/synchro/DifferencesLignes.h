@@ -35,12 +35,19 @@ struct Differences {
   bool limiteAtteinte = false;              // the time limit or a stop cut the search: not minimal
 };
 
-// How long a comparison may search: `limite` seconds (0: no limit), and a flag another thread
-// may raise to stop it early (a user's interruption); either way the result stays a valid
-// script, only not a shortest one, and `limiteAtteinte` says so.
+// How a comparison searches. By default, as GNU diff does, the search is bounded: once a part
+// costs more edits than about the square root of the input's size (4096 at least), it stops
+// looking for the shortest script of that part and cuts it where the search got furthest. The
+// script stays valid (patch applies it), is usually as short, and two long texts that differ
+// everywhere (a shuffled file) cost about the input's size times that bound instead of its
+// square. `minimale` asks for the shortest script whatever the cost (Synchro, as diff
+// --minimal). `limite` seconds (0: no limit) and a flag another thread may raise (a user's
+// interruption) stop either search early; the result stays a valid script, and
+// `limiteAtteinte` says so.
 struct LimitesComparaison {
   float limite = 0;
   const std::atomic<bool>* arret = nullptr;
+  bool minimale = false;
 };
 
 // Two sequences of numbers (equal numbers, equal elements; numbers from 0, below the total
