@@ -3,8 +3,9 @@
 // Texts compared line by line, the way diff compares them: the texts cut into lines, equal
 // lines given equal numbers, lines absent from the other text set aside (they can match
 // nothing), a bounded search over what remains (or Synchro's exact one, on request), and the
-// result as a list of changes grouped into the hunks of a unified diff. The program's synchro command and the
-// Python module's diff_unifie both stand on it, so that they print the same hunks.
+// result as a list of changes grouped into the hunks of a unified diff. The program's synchro
+// command and the Python module's diff_unifie both stand on it, so that they print the same
+// hunks.
 
 #include <atomic>
 #include <string>
