@@ -22,6 +22,7 @@
 #include <vector>
 
 #include <outils_socle/automates/AutomateAcycliqueMin.h>
+#include <outils_socle/automates/DossiersLexiques.h>
 #include <outils_socle/automates/VerificateurOrthographe.h>
 #include <outils_socle/texte/ChaineN.h>
 #include <outils_socle/texte/Exception.h>
@@ -32,32 +33,9 @@ using sdd::AutomateAcycliqueMin;
 using sdd::VerificateurOrthographe;
 
 constexpr const char* kNom = "outils_socle";
-constexpr const char* kSousDossier = "/outils-socle/lexiques";
 constexpr const char* kExtension = ".aut";
 // Suggestions given for a word: as many as Enchant's other providers give at most.
 constexpr uint32_t kSuggestions = 10;
-
-// The folders to look in, the user's first.
-std::vector<std::string> Dossiers() {
-  std::vector<std::string> dossiers;
-  const char* donnees = std::getenv("XDG_DATA_HOME");
-  const char* maison = std::getenv("HOME");
-  if (donnees != nullptr && donnees[0] == '/')
-    dossiers.push_back(std::string(donnees) + kSousDossier);
-  else if (maison != nullptr && maison[0] == '/')
-    dossiers.push_back(std::string(maison) + "/.local/share" + kSousDossier);
-  const char* systeme = std::getenv("XDG_DATA_DIRS");
-  const std::string liste =
-      systeme != nullptr && systeme[0] != '\0' ? systeme : "/usr/local/share:/usr/share";
-  for (size_t debut = 0; debut <= liste.size();) {
-    const size_t fin = std::min(liste.find(':', debut), liste.size());
-    std::string dossier = liste.substr(debut, fin - debut);
-    while (dossier.size() > 1 && dossier.back() == '/') dossier.pop_back();
-    if (!dossier.empty() && dossier[0] == '/') dossiers.push_back(dossier + kSousDossier);
-    debut = fin + 1;
-  }
-  return dossiers;
-}
 
 // A tag becomes part of a path: only letters, digits, "_", "-" and "@" are accepted.
 bool EtiquetteSure(const std::string& etiquette) {
@@ -74,7 +52,7 @@ std::string CheminPour(const std::string& etiquette) {
   const size_t coupure = etiquette.find_first_of("_-@");
   if (coupure != std::string::npos) noms.push_back(etiquette.substr(0, coupure));
   for (const std::string& nom : noms) {
-    for (const std::string& dossier : Dossiers()) {
+    for (const std::string& dossier : sdd::DossiersLexiques()) {
       const std::string chemin = dossier + "/" + nom + kExtension;
       if (access(chemin.c_str(), R_OK) == 0) return chemin;
     }
@@ -100,6 +78,15 @@ class LexiquesOuverts {
   std::mutex verrou_;
   std::map<std::string, std::weak_ptr<AutomateAcycliqueMin>> ouverts_;
 };
+
+// A list as Enchant takes it back and frees it (g_strfreev); null when empty.
+char** ListeGlib(const std::vector<std::string>& textes, size_t* nombre) {
+  *nombre = textes.size();
+  if (textes.empty()) return nullptr;
+  char** liste = g_new0(char*, textes.size() + 1);
+  for (size_t i = 0; i < textes.size(); ++i) liste[i] = g_strdup(textes[i].c_str());
+  return liste;
+}
 
 LexiquesOuverts& Ouverts() {
   static LexiquesOuverts* ouverts = new LexiquesOuverts;  // never destroyed: modules unload late
@@ -135,14 +122,10 @@ char** Suggere(EnchantDict* me, const char* const mot, size_t longueur, size_t* 
   try {
     const std::vector<std::u16string> suggestions =
         De(me)->verificateur.Suggestions(Unites(mot, longueur), kSuggestions);
-    if (suggestions.empty()) return nullptr;
-    // Enchant frees the list with g_strfreev.
-    char** liste = g_new0(char*, suggestions.size() + 1);
-    for (const std::u16string& s : suggestions) {
-      const sdd::ChaineN chaine(s.data(), static_cast<uint64_t>(s.size()));
-      liste[(*nombre)++] = g_strdup(chaine.PreteUTF8());
-    }
-    return liste;
+    std::vector<std::string> utf8;
+    for (const std::u16string& s : suggestions)
+      utf8.emplace_back(sdd::ChaineN(s.data(), static_cast<uint64_t>(s.size())).PreteUTF8());
+    return ListeGlib(utf8, nombre);
   } catch (...) {
     *nombre = 0;
     return nullptr;
@@ -202,7 +185,7 @@ int DictionnaireExiste(EnchantProvider*, const char* const etiquette) {
 // The tags of every lexicon found, once each.
 char** ListeDictionnaires(EnchantProvider*, size_t* nombre) {
   std::set<std::string> etiquettes;
-  for (const std::string& dossier : Dossiers()) {
+  for (const std::string& dossier : sdd::DossiersLexiques()) {
     DIR* d = opendir(dossier.c_str());
     if (d == nullptr) continue;
     while (const dirent* entree = readdir(d)) {
@@ -214,12 +197,7 @@ char** ListeDictionnaires(EnchantProvider*, size_t* nombre) {
     }
     closedir(d);
   }
-  *nombre = etiquettes.size();
-  if (etiquettes.empty()) return nullptr;
-  char** liste = g_new0(char*, etiquettes.size() + 1);
-  size_t i = 0;
-  for (const std::string& e : etiquettes) liste[i++] = g_strdup(e.c_str());
-  return liste;
+  return ListeGlib({etiquettes.begin(), etiquettes.end()}, nombre);
 }
 
 const char* Identifie(EnchantProvider*) { return kNom; }

@@ -10,6 +10,7 @@
 
 #include <outils_socle/automates/AutomateAcycliqueMin.h>
 #include <outils_socle/automates/CompilateurAutomateAcycliqueMin.h>
+#include <outils_socle/automates/DossiersLexiques.h>
 #include <outils_socle/flux/Fichier.h>
 #include <outils_socle/texte/Exception.h>
 
@@ -44,17 +45,6 @@ const char* const kAideLexique =
        "  dot LISTE SORTIE [--svg]        le texte Graphviz de l'automate de la liste\n"
        "                                  (--svg : passe aussi par dot, s'il est installé)\n");
 
-// The user's lexicon folder, where the Enchant provider looks first: $XDG_DATA_HOME, else
-// ~/.local/share, then outils-socle/lexiques.
-std::string DossierLexiquesUtilisateur() {
-  const char* donnees = std::getenv("XDG_DATA_HOME");
-  if (donnees != nullptr && donnees[0] == '/') return std::string(donnees) + "/outils-socle/lexiques";
-  const char* maison = std::getenv("HOME");
-  if (maison != nullptr && maison[0] == '/')
-    return std::string(maison) + "/.local/share/outils-socle/lexiques";
-  return {};
-}
-
 // A language tag as Enchant writes them: a language, then optionally "_" and a region ("fr",
 // "fr_CA", "de_DE"); it names a file, so nothing else is accepted.
 bool EtiquetteDeLangue(const std::string& etiquette) {
@@ -82,7 +72,7 @@ int Installe(const Arguments& a) {
     Erreur(Texte(N_("lexique installe : « %s » n'est pas une langue (fr, de, es_ES...)"), {langue}));
     return 2;
   }
-  const std::string dossier = DossierLexiquesUtilisateur();
+  const std::string dossier = sdd::DossierLexiquesUtilisateur();
   if (dossier.empty()) {
     Erreur(Tr("lexique installe : ni XDG_DATA_HOME ni HOME ne donnent de dossier"));
     return 1;

@@ -4,6 +4,7 @@
 #include <outils_socle/Export.h>
 #include <outils_socle/automates/AutomateAcycliqueMin.h>
 #include <outils_socle/automates/CompilateurAutomateAcycliqueMin.h>
+#include <outils_socle/automates/DossiersLexiques.h>
 #include <outils_socle/automates/ProbabiliteTransformation.h>
 #include <outils_socle/automates/VerificateurOrthographe.h>
 #include <outils_socle/conteneurs/EnsembleTriay.h>
