@@ -18,7 +18,9 @@
 
 #include <outils_socle/automates/AutomateAcycliqueMin.h>
 #include <outils_socle/automates/CompilateurAutomateAcycliqueMin.h>
+
 #include <outils_socle/flux/TamponMemoire.h>
+#include "automates/ResumesEtats.h"
 
 namespace {
 
@@ -479,6 +481,21 @@ void BM_Corrections_Nous(benchmark::State& state) {
   });
 }
 BENCHMARK(BM_Corrections_Nous)->Unit(benchmark::kMicrosecond);
+
+// What the first correction search of an opened lexicon computes once, the summaries of what
+// lies below each state: time, and memory per state.
+void BM_Resumes_Nous(benchmark::State& state) {
+  Corpus& c = const_cast<Corpus&>(Donnees());
+  size_t octets = 0, etats = 0;
+  for (auto _ : state) {
+    const auto r = sdd::detail::ResumesEtats::Calcule(sdd::LecteurAutomate<3>(*c.automate));
+    octets = r->Octets();
+    etats = r->NbEtats();
+  }
+  state.counters["etats"] = static_cast<double>(etats);
+  state.counters["octets_par_etat"] = static_cast<double>(octets) / static_cast<double>(etats);
+}
+BENCHMARK(BM_Resumes_Nous)->Unit(benchmark::kMillisecond);
 
 // Opening a lexicon in memory: the header, the form count and the table of the first two
 // levels' transitions by character that the exact lookup uses.

@@ -17,6 +17,7 @@
 #include "automates/MarcheJoker.h"
 #include "automates/MarcheNumeros.h"
 #include "automates/PileLocale.h"
+#include "automates/ResumesEtats.h"
 #include "langues/Marque.h"
 #include "langues/TraductionBibliotheque.h"
 
@@ -133,6 +134,7 @@ void AutomateAcycliqueMin::_LisEntete(FluxEntreeMemoire* flux, uint64_t position
   octetsNoeudSansCar_ = NbOctetsNoeudSansCar(e.largeur);
   base_ = position + e.taille;
   flux->Positionne(base_);
+  resumes_ = std::make_shared<detail::ResumesParesseux>();
   zone_ = static_cast<const uint8_t*>(flux->Ptr());
   if (racine_ == kAdrRacineInexistante) {
     nbFormes_ = 0;

@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "automates/LecteurAutomate.h"
+#include "automates/ResumesEtats.h"
 
 namespace sdd {
 
@@ -45,6 +46,14 @@ class GrapheAutomate {
   bool RecupereExclamation() const { return l_.RecupereExclamation(); }
   bool RecupereTiret() const { return l_.RecupereTiret(); }
   bool TempsEcoulay() const { return l_.TempsEcoulay(); }
+  // The summaries of what lies below each state, computed on the first call for this lexicon
+  // (threads wait for the one computing them); null when the bytes are damaged.
+  const detail::ResumesEtats* Resumes() const {
+    detail::ResumesParesseux* p = l_.Paresseux();
+    if (p == nullptr) return nullptr;
+    std::call_once(p->calcules, [&] { p->resumes = detail::ResumesEtats::Calcule(l_); });
+    return p->resumes.get();
+  }
   [[noreturn]] static void Corrompu(uint64_t e) { detail::AutomateCorrompu(e); }
 
  private:

@@ -22,6 +22,7 @@
 #include <emmintrin.h>
 #endif
 
+#include <outils_socle/Export.h>
 #include <outils_socle/automates/AutomateAcycliqueMin.h>
 #include <outils_socle/texte/Exception.h>
 
@@ -37,7 +38,7 @@ inline uint32_t Lis24(const uint8_t* p) {
 }
 inline uint32_t Lis32(const uint8_t* p) { return Lis24(p) | static_cast<uint32_t>(p[3]) << 24; }
 
-[[noreturn]] void AutomateCorrompu(uint64_t adresse);
+[[noreturn]] OUTILS_SOCLE_EXPORT void AutomateCorrompu(uint64_t adresse);
 
 }  // namespace detail
 
@@ -62,6 +63,7 @@ class LecteurAutomate {
   bool RecupereExclamation() const { return a_.recupereExclamation_; }
   bool RecupereTiret() const { return a_.recupereTiret_; }
   bool TempsEcoulay() const { return a_._TempsEcoulay(); }
+  detail::ResumesParesseux* Paresseux() const { return a_.resumes_.get(); }
 
   // A state whose transitions all lie inside the area and that is final or has a transition,
   // or TableNonValide.

@@ -20,6 +20,7 @@
 #include <outils_socle/texte/RechercheFormes.h>
 
 #include "automates/MarcheInsensible.h"
+#include "automates/ResumesEtats.h"
 
 namespace sdd {
 
@@ -62,7 +63,9 @@ class RechercheCorrections {
     if (coutMax == 0) coutMax = (*modele)->CoutMaximalParDefaut();
     coutMax = std::min(coutMax, kInfini - 1);
     const bool chrono = options.drapeaux & OptionRecherche::kTempsLimite;
-    RechercheCorrections c(g, copie, **modele, chrono, Budget(tailleGraphe, copie.Longueur()));
+    const detail::ResumesEtats* resumes = nullptr;
+    if constexpr (requires { g.Resumes(); }) resumes = g.Resumes();
+    RechercheCorrections c(g, copie, **modele, chrono, Budget(tailleGraphe, copie.Longueur()), resumes);
 
     // Widen the bound in steps; each step's answer is complete for its bound, so when the
     // limit, the clock or the visit budget stops us, the last complete step gives the head of
@@ -96,13 +99,14 @@ class RechercheCorrections {
 
  private:
   RechercheCorrections(const G& g, const ChaineN& mot, const ProbabiliteTransformation& modele, bool chrono,
-                       uint64_t budget)
+                       uint64_t budget, const detail::ResumesEtats* resumes)
       : g_(g),
         q_(mot.DonneUnites(), mot.Longueur()),
         m_(static_cast<uint32_t>(q_.size())),
         modele_(modele),
         chrono_(chrono),
-        budget_(budget) {
+        budget_(budget),
+        resumes_(resumes) {
     suppressions_.resize(m_ + 1, 0);
     transpositions_.resize(m_ + 1, 0);
     for (uint32_t j = 1; j <= m_; ++j) {
@@ -118,6 +122,31 @@ class RechercheCorrections {
       if (q_[j - 1] != q_[j - 2]) Lettre(q_[j - 1]).ponts.push_back(j);
     }
     insertions_.resize(kCache);
+    if (resumes_ != nullptr) PrepareResumes();
+  }
+
+  // What the summaries are compared with: for each typed place, its letter class and what it
+  // costs at least when no form below has that class (deleted, or replaced by a letter of
+  // another class: a swap needs the letter itself below); for each place, the cheapest
+  // deletion from there on; and the cheapest insertion the model can make.
+  void PrepareResumes() {
+    classesMot_.resize(m_);
+    penalites_.resize(m_);
+    std::vector<uint32_t> substitutionMin(m_);
+    for (uint32_t j = 0; j < m_; ++j) {
+      classesMot_[j] = uint64_t{1} << detail::ResumesEtats::Classe(q_[j]);
+      const size_t k = q_.find(q_[j]);  // the model is asked once per distinct letter
+      substitutionMin[j] =
+          k < j ? substitutionMin[k] : Plafonne(resumes_->SubstitutionMinimale(modele_, q_[j]));
+      penalites_[j] = std::min(substitutionMin[j], suppressions_[j + 1]);
+    }
+    classesSuffixe_.assign(m_ + 1, 0);
+    suppressionMin_.assign(m_ + 1, kInfini);
+    for (uint32_t j = m_; j-- > 0;) {
+      classesSuffixe_[j] = classesSuffixe_[j + 1] | classesMot_[j];
+      suppressionMin_[j] = std::min(suppressionMin_[j + 1], suppressions_[j + 1]);
+    }
+    insertionMin_ = Plafonne(resumes_->InsertionMinimale(modele_));
   }
 
   // One pass at `borne`; false when the clock or the budget stopped it.
@@ -186,7 +215,15 @@ class RechercheCorrections {
         reduit_ |= borne < borneDuPassage;
         continue;
       }
-      if (Entre(d + 1, g_.Cible(f.vue, t), f.numero + g_.Compte(t), borne, trouves, retient)) ++d;
+      const Etat cible = g_.Cible(f.vue, t);
+      if (resumes_ != nullptr) {
+        const uint32_t plancher = Plancher(d + 1, g_.Identite(cible), borne);
+        if (plancher > borne) {
+          reduit_ |= plancher <= borneDuPassage;
+          continue;
+        }
+      }
+      if (Entre(d + 1, cible, f.numero + g_.Compte(t), borne, trouves, retient)) ++d;
     }
   }
 
@@ -366,6 +403,7 @@ class RechercheCorrections {
         }
       }
     }
+    pont_ = pont;
     if (minimum > borne && pont > borne) return false;
     Bande& bande = bandes_[d];
     bande = Bande{};
@@ -381,6 +419,39 @@ class RechercheCorrections {
     if (a > 0) ligne[a - 1] = kInfini;
     if (b < m_) ligne[b + 1] = kInfini;
     return true;
+  }
+
+  // A floor under the cost of every form at or below `etat`, which row d's path reaches, from
+  // its summary: the best of the row's cells, each plus what the rest of the word must cost
+  // at least below (the typed letters whose class no form below has; the deletions or
+  // insertions the rests' lengths force). Returns borne + 1 at most ("out of reach"), and
+  // nothing past the bound is decided: a swap that runs through this row (its first letter the
+  // one just taken) is not covered, so such a row is never set aside.
+  uint32_t Plancher(uint32_t d, uint64_t etat, uint32_t borne) const {
+    if (pont_ <= borne) return 0;
+    const detail::ResumesEtats::Resume r = resumes_->Lis(etat);
+    const Bande b = bandes_[d];
+    const uint32_t* ligne = &lignes_[static_cast<size_t>(d) * (m_ + 1)];
+    const uint64_t absentes = ~r.classes & classesSuffixe_[b.lo];
+    uint32_t lettres = 0;  // the floors of the typed letters from place j on that nothing below holds
+    uint32_t j = m_;
+    if (absentes != 0) {
+      for (; j > b.hi; --j) lettres += (classesMot_[j - 1] & absentes) != 0 ? penalites_[j - 1] : 0;
+    }
+    uint64_t meilleur = uint64_t{borne} + 1;
+    for (j = b.hi;; --j) {
+      const uint32_t reste = m_ - j;
+      uint64_t longueurs = 0;
+      if (reste > r.longueurMax && r.longueurMax != detail::ResumesEtats::kLongueurInconnue) {
+        longueurs = uint64_t{reste - r.longueurMax} * suppressionMin_[j];
+      } else if (reste < r.longueurMin) {
+        longueurs = uint64_t{r.longueurMin - reste} * insertionMin_;
+      }
+      meilleur = std::min(meilleur, ligne[j] + std::max<uint64_t>(lettres, longueurs));
+      if (j == b.lo) break;
+      if (absentes != 0 && (classesMot_[j - 1] & absentes) != 0) lettres += penalites_[j - 1];
+    }
+    return static_cast<uint32_t>(meilleur);
   }
 
   static constexpr uint32_t kInconnu = UINT32_MAX;
@@ -405,7 +476,14 @@ class RechercheCorrections {
   std::vector<Cadre> cadres_;
   bool reduit_ = false;
   uint64_t budget_;
-  uint64_t visites_ = 0;  // over every step of one search
+  uint64_t visites_ = 0;                  // over every step of one search
+  const detail::ResumesEtats* resumes_;   // null: the graph has none, or its bytes are damaged
+  std::vector<uint64_t> classesMot_;      // the letter class of each typed place, as a bit
+  std::vector<uint32_t> penalites_;       // what each typed place costs where its class is absent
+  std::vector<uint64_t> classesSuffixe_;  // [j]: the classes of the typed places from j on
+  std::vector<uint32_t> suppressionMin_;  // [j]: the cheapest deletion of a typed place from j on
+  uint32_t insertionMin_ = 0;
+  uint32_t pont_ = 0;  // the last row's best swap through it (see CalculeLigne)
 };
 
 }  // namespace sdd

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <random>
 #include <string>
+#include <thread>
 #include <tuple>
 #include <vector>
 
@@ -175,6 +176,59 @@ TEST(Corrections, AutresModelesEtAutresAlphabets) {
   // A bound past every cost the search can hold: the forms the oracle finds within it.
   Compare(l, u"bete", Couts(l, u"bete", uniforme), UINT32_MAX, 0, &uniforme);
   Compare(l, u"bete", Couts(l, u"bete", ProbabiliteTransformation::Francais()), UINT32_MAX, 3, nullptr);
+}
+
+// Forms longer than the lengths the search's summaries of the states can hold (254 units): the
+// summaries must not set aside a form they cannot measure.
+TEST(Corrections, FormesPlusLonguesQueLesResumes) {
+  std::u16string presque(300, u'a');
+  presque[150] = u'c';
+  const Lexique l = Compile({std::u16string(300, u'a'), std::u16string(299, u'a') + u'b', u"ab", u"b"});
+  const Uniforme uniforme;
+  for (const std::u16string& q :
+       {presque, std::u16string(280, u'a'), std::u16string(301, u'a'), std::u16string(u"a")}) {
+    Compare(l, q, Couts(l, q, ProbabiliteTransformation::Francais()), 30, 0, nullptr);
+    Compare(l, q, Couts(l, q, uniforme), 25, 2, &uniforme);
+  }
+}
+
+// The first search of a lexicon computes what the walks learn about its states; threads that
+// start together share that work and all answer as one thread alone does.
+TEST(Corrections, PremiereRechercheDansPlusieursFils) {
+  auto liste = essais::ListeFrancaise();
+  ASSERT_GT(liste.size(), 300000u) << "needs the wfrench package";
+  liste.resize(20000);
+  const Lexique l = Compile(liste);
+  const std::vector<std::u16string> requetes = {u"maisson", u"abeile", u"éléfant", u"acceuil"};
+  auto cherche = [](AutomateAcycliqueMin& a, const std::u16string& q) {
+    sdd::ListeC<AutomateAcycliqueMin::_FormeProbabiliste> formes;
+    a.FormesProbabilistes(C(q), {}, 10, 0, nullptr, formes);
+    std::vector<std::pair<std::u16string, uint32_t>> r;
+    for (const auto& f : formes) r.emplace_back(U16(f.forme), f.cout);
+    return r;
+  };
+  std::vector<std::vector<std::pair<std::u16string, uint32_t>>> seul;
+  {
+    AutomateAcycliqueMin a(*l.automate);
+    for (const auto& q : requetes) seul.push_back(cherche(a, q));
+  }
+  AutomateAcycliqueMin partage(
+      const_cast<sdd::TamponMemoire*>(&l.octets));  // opened afresh: nothing learnt yet
+  std::vector<std::vector<std::vector<std::pair<std::u16string, uint32_t>>>> trouves(4);
+  std::vector<std::thread> fils;
+  for (size_t f = 0; f < 4; ++f) {
+    fils.emplace_back([&, f] {
+      AutomateAcycliqueMin copie(partage);  // copies share what is learnt
+      for (size_t k = 0; k < requetes.size(); ++k) {
+        trouves[f].push_back(cherche(copie, requetes[(k + f) % requetes.size()]));
+      }
+    });
+  }
+  for (auto& f : fils) f.join();
+  for (size_t f = 0; f < 4; ++f) {
+    for (size_t k = 0; k < requetes.size(); ++k) EXPECT_EQ(trouves[f][k], seul[(k + f) % requetes.size()]);
+  }
+  EXPECT_FALSE(seul[0].empty());
 }
 
 }  // namespace
