@@ -34,6 +34,7 @@ class GrapheAutomate {
     return t != v.transitions + uint64_t{v.nb} * L::kOctetsTransition;
   }
   static Sortie Suivante(Sortie t) { return t + L::kOctetsTransition; }
+  static Sortie Ieme(const Vue& v, uint32_t k) { return v.transitions + uint64_t{k} * L::kOctetsTransition; }
   static char16_t Car(Sortie t) { return L::Car(t); }
   static Etat Cible(const Vue& v, Sortie t) { return L::Cible(v, t); }
   static uint32_t Compte(Sortie t) { return L::Compte(t); }
@@ -46,6 +47,8 @@ class GrapheAutomate {
   bool RecupereExclamation() const { return l_.RecupereExclamation(); }
   bool RecupereTiret() const { return l_.RecupereTiret(); }
   bool TempsEcoulay() const { return l_.TempsEcoulay(); }
+  // The root's and its wide children's transitions by character (null if unreadable).
+  const detail::IndexRacine* Index() const { return l_.Index(); }
   // The summaries of what lies below each state, computed on the first call for this lexicon
   // (threads wait for the one computing them); null when the bytes are damaged.
   const detail::ResumesEtats* Resumes() const {

@@ -26,12 +26,32 @@ struct IndexRacine {
   // For each character of the root, the table of the state it leads to, or -1.
   std::array<int16_t, kCarMax> enfant{};
   std::vector<Rangs> enfants;
+  std::vector<uint64_t> adresses;  // of those states, per table
+  // Whether a table lists every transition of its state (no character from kCarMax on, none
+  // twice): only then may a walk that visits several characters' transitions use the table
+  // instead of the state's whole list.
+  bool racineComplete = false;
+  std::vector<uint8_t> complets;  // per child table
 
-  static void Remplis(const uint8_t* transitions, uint32_t nb, uint32_t octets, Rangs& rangs) {
+  static bool Remplis(const uint8_t* transitions, uint32_t nb, uint32_t octets, Rangs& rangs) {
+    bool complet = true;
     for (uint32_t k = nb; k-- > 0;) {  // backwards, so that the first of duplicates stays
       const char16_t c = static_cast<char16_t>(Lis16(transitions + k * octets));
+      if (c >= kCarMax || rangs[c] != 0) complet = false;
       if (c < kCarMax) rangs[c] = static_cast<uint16_t>(k + 1);
     }
+    return complet;
+  }
+
+  // The table of the state at `adresse`, or null: the root's, or that of the root's child on
+  // the path's only character so far. With `complete`, only a table that lists all of the
+  // state's transitions.
+  const Rangs* TableDe(uint64_t adresse, uint64_t adresseRacine, const char16_t* chemin, uint32_t n,
+                       bool complete) const {
+    if (adresse == adresseRacine) return racineComplete || !complete ? &racine : nullptr;
+    if (n != 1 || chemin[0] >= kCarMax || enfant[chemin[0]] < 0) return nullptr;
+    const auto k = static_cast<size_t>(enfant[chemin[0]]);
+    return adresses[k] == adresse && (complets[k] || !complete) ? &enfants[k] : nullptr;
   }
 
   // Null when the root or a child cannot be read: the searches then meet the damage themselves
@@ -44,16 +64,18 @@ struct IndexRacine {
       index->enfant.fill(-1);
       const typename L::Etat racine = l.LisEtat(l.Racine());
       if (racine.nb > 0xFFFF) return nullptr;
-      Remplis(racine.transitions, racine.nb, L::kOctetsTransition, index->racine);
+      index->racineComplete = Remplis(racine.transitions, racine.nb, L::kOctetsTransition, index->racine);
       for (char16_t c = 0; c < kCarMax; ++c) {
         if (index->racine[c] == 0) continue;
         const uint8_t* t = racine.transitions + (index->racine[c] - 1) * L::kOctetsTransition;
-        const typename L::Etat e = l.LisEtat(L::Cible(racine, t));
+        const uint64_t adresse = L::Cible(racine, t);
+        const typename L::Etat e = l.LisEtat(adresse);
         if (e.nb < 4 || e.nb > 0xFFFF) continue;  // narrow states scan as fast
         index->enfant[c] = static_cast<int16_t>(index->enfants.size());
         index->enfants.emplace_back();
         index->enfants.back().fill(0);
-        Remplis(e.transitions, e.nb, L::kOctetsTransition, index->enfants.back());
+        index->adresses.push_back(adresse);
+        index->complets.push_back(Remplis(e.transitions, e.nb, L::kOctetsTransition, index->enfants.back()));
       }
       return index;
     } catch (const exceptions::Exception&) {

@@ -64,6 +64,7 @@ class LecteurAutomate {
   bool RecupereTiret() const { return a_.recupereTiret_; }
   bool TempsEcoulay() const { return a_._TempsEcoulay(); }
   detail::ResumesParesseux* Paresseux() const { return a_.resumes_.get(); }
+  const detail::IndexRacine* Index() const { return a_.index_.get(); }
 
   // A state whose transitions all lie inside the area and that is final or has a transition,
   // or TableNonValide.

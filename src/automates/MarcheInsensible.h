@@ -26,6 +26,7 @@
 #include <outils_socle/conteneurs/EnsembleTriay.h>
 #include <outils_socle/texte/RechercheFormes.h>
 
+#include "automates/IndexRacine.h"
 #include "automates/MemoMarche.h"
 #include "texte/Malgray.h"
 #include "texte/PlisRecherche.h"
@@ -174,21 +175,105 @@ class MarcheInsensible {
     const Vue e = g_.Lis(etat);
     const char16_t q = m.q[i];
     const char16_t pq = m.plis[i];
+    // The root and its wide children hold dozens of transitions: the table built at opening
+    // gives the typed letter's transition, or its folds' (and the ligatures'), without testing
+    // every transition.
+    const detail::IndexRacine::Rangs* rangs = nullptr;
+    if constexpr (requires { g_.Index(); }) {
+      const detail::IndexRacine* index = g_.Index();
+      if (index != nullptr && q < detail::IndexRacine::kCarMax && pq < detail::IndexRacine::kCarMax) {
+        rangs = index->TableDe(etat, g_.Racine(), m.chemin.u, m.chemin.n, !m.exact);
+      }
+    }
     if (m.exact) {
       // Only the transition on the typed character itself: the graph finds it its fastest way
       // (a vector scan in the lexicon), where the loop below would test every transition.
       Sortie t;
-      if (g_.Trouve(e, q, &t)) Pas(m, e, t, q, i + 1, numero, r1, r2, detail);
+      if constexpr (requires { g_.Index(); }) {
+        if (rangs != nullptr) {
+          if ((*rangs)[q] != 0) Pas(m, e, g_.Ieme(e, (*rangs)[q] - 1u), q, i + 1, numero, r1, r2, detail);
+          return;
+        }
+      }
+      if (g_.Trouve(e, q, &t)) {
+        Pas(m, e, t, q, i + 1, numero, r1, r2, detail);
+      }
       return;
     }
     const bool ligatureTapee = detail::EstLigature(q);
+    if constexpr (requires { g_.Index(); }) {
+      if (rangs != nullptr) {
+        // The typed letter's folds; with ligatures, the four ligatures and, for a typed one,
+        // the folds of its first letter; each character once.
+        char16_t candidats[2 * kVariantesMax + 4];
+        size_t n = Variantes(pq, candidats);
+        if (n != kTrop && (m.masque & ChaineN::kMalgrayLigatures)) {
+          const char16_t premiere = ligatureTapee ? detail::Pli(detail::LettresDeLigature(q)[0]) : pq;
+          if (premiere != pq) {
+            const size_t autres = Variantes(premiere, candidats + n);
+            n = autres == kTrop ? kTrop : n + autres;
+          }
+          for (const char16_t l : {u'\u00C6', u'\u00E6', u'\u0152', u'\u0153'}) {
+            if (n != kTrop && m.table[l] != pq && m.table[l] != premiere) candidats[n++] = l;
+          }
+        }
+        for (size_t k = 0; k < n && n != kTrop; ++k) {
+          const uint16_t rang = (*rangs)[candidats[k]];
+          if (rang == 0) continue;
+          Essaie(m, e, g_.Ieme(e, rang - 1u), i, numero, r1, r2, detail, ligatureTapee);
+        }
+        if (n != kTrop) return;
+      }
+    }
     for (Sortie t = g_.Premiere(e); g_.Existe(e, t); t = g_.Suivante(t)) {
+      Essaie(m, e, t, i, numero, r1, r2, detail, ligatureTapee);
+    }
+  }
+
+  // The characters below the index's limit that fold to `pli`, into `sortie`; their number, or
+  // kTrop for a fold past the limit or with more than kVariantesMax characters (none in
+  // Latin blocks today: "u" has the most, 22), which the caller then finds by testing every
+  // transition.
+  static constexpr size_t kVariantesMax = 40;
+  static constexpr size_t kTrop = SIZE_MAX;
+  static size_t Variantes(char16_t pli, char16_t* sortie) {
+    struct Table {
+      std::array<uint16_t, detail::IndexRacine::kCarMax + 1> debut{};
+      std::array<char16_t, detail::IndexRacine::kCarMax> car{};
+    };
+    static const Table table = [] {
+      Table t;
+      const char16_t* plis = detail::TablePlis();
+      for (char16_t c = 0; c < detail::IndexRacine::kCarMax; ++c) {
+        if (plis[c] < detail::IndexRacine::kCarMax) ++t.debut[plis[c] + 1];
+      }
+      for (size_t f = 0; f < detail::IndexRacine::kCarMax; ++f) t.debut[f + 1] += t.debut[f];
+      auto place = t.debut;
+      for (char16_t c = 0; c < detail::IndexRacine::kCarMax; ++c) {
+        if (plis[c] < detail::IndexRacine::kCarMax) t.car[place[plis[c]]++] = c;
+      }
+      return t;
+    }();
+    if (pli >= detail::IndexRacine::kCarMax) return kTrop;
+    const size_t n = table.debut[pli + 1] - table.debut[pli];
+    if (n > kVariantesMax) return kTrop;
+    std::copy_n(table.car.begin() + table.debut[pli], n, sortie);
+    return n;
+  }
+
+  // One transition of the state at place i: followed if its character may stand for the
+  // typed one.
+  [[gnu::always_inline]] void Essaie(Marche& m, const Vue& e, Sortie t, uint32_t i, uint32_t numero,
+                                     uint8_t r1, uint8_t r2, uint16_t detail, bool ligatureTapee) const {
+    const char16_t q = m.q[i];
+    const char16_t pq = m.plis[i];
+    {
       const char16_t c = g_.Car(t);
       if (c == q) {
         Pas(m, e, t, c, i + 1, numero, r1, r2, detail);
-        continue;
+        return;
       }
-      if (m.exact) continue;
+      if (m.exact) return;
       if (m.table[c] == pq) {
         const uint16_t bits = detail::Difference(c, q);
         if ((bits & ~m.masque) == 0) {
@@ -196,9 +281,9 @@ class MarcheInsensible {
               detail::Plus(r1, bits & (ChaineN::kMalgrayAccents | ChaineN::kMalgrayVariantes)),
               detail::Plus(r2, bits & ChaineN::kMalgrayCasse), detail | bits);
         }
-        continue;
+        return;
       }
-      if (!(m.masque & ChaineN::kMalgrayLigatures)) continue;
+      if (!(m.masque & ChaineN::kMalgrayLigatures)) return;
       if (detail::EstLigature(c) && i + 1 < m.m) {
         // Stored "œ", typed "oe".
         const char16_t* lettres = detail::LettresDeLigature(c);
@@ -213,7 +298,7 @@ class MarcheInsensible {
       } else if (ligatureTapee) {
         // Typed "œ", stored "oe": two steps for one typed character.
         const char16_t* lettres = detail::LettresDeLigature(q);
-        if (detail::Pli(c) != detail::Pli(lettres[0])) continue;
+        if (detail::Pli(c) != detail::Pli(lettres[0])) return;
         const Vue e2 = g_.Lis(g_.Cible(e, t));
         const uint32_t compte = g_.Compte(t);
         for (Sortie t2 = g_.Premiere(e2); g_.Existe(e2, t2); t2 = g_.Suivante(t2)) {

@@ -5,6 +5,7 @@
 #include <outils_socle/automates/ProbabiliteTransformation.h>
 #include <outils_socle/flux/Fichier.h>
 #include <outils_socle/texte/Exception.h>
+#include <outils_socle/texte/UniCaractere.h>
 
 #include <gtest/gtest.h>
 
@@ -292,6 +293,58 @@ TEST(Automate, MotsRefuses) {
   sdd::TamponMemoire t;
   EXPECT_THROW(vide.FormeCompactay(t), sdd::exceptions::IndexHorsBorne);  // NOLINT(bugprone-use-after-move)
   EXPECT_THROW(vide.FichierDot(), sdd::exceptions::IndexHorsBorne);       // NOLINT(bugprone-use-after-move)
+}
+
+// The insensitive lookup against a plain oracle: a form answers a word when both, ligatures
+// written as their two letters and every letter folded (case, accents, variants), are the same.
+// Over enough of the French list that the root and its children are wide, the states the walk
+// reads through the table built at opening, with ligatures and capitals at the start of words.
+TEST(Automate, RechercheInsensibleContreLePli) {
+  auto mots = essais::ListeFrancaise();
+  ASSERT_GT(mots.size(), 300000u) << "needs the wfrench package";
+  std::mt19937 alea(11);
+  std::shuffle(mots.begin(), mots.end(), alea);
+  mots.resize(4000);
+  for (const std::u16string m : {u"œuvre", u"Œdipe", u"oedème", u"æther", u"Æsope", u"cœur", u"ŒUVRE", u"Été"}) {
+    mots.push_back(m);
+  }
+  std::sort(mots.begin(), mots.end());
+  mots.erase(std::unique(mots.begin(), mots.end()), mots.end());
+  auto pli = [](const std::u16string& m) {
+    std::u16string p;
+    for (const char16_t c : m) {
+      if (c == u'æ' || c == u'Æ') {
+        p += u"ae";
+      } else if (c == u'œ' || c == u'Œ') {
+        p += u"oe";
+      } else {
+        p += sdd::UniCaractere::NormaliseVarianteMinusculiseSansAccent(c);
+      }
+    }
+    return p;
+  };
+  TamponSur t(essais::Compile(mots));
+  AutomateAcycliqueMin a(&*t);
+  std::vector<std::u16string> requetes = {u"OEUVRE", u"oeuvre", u"Œuvre", u"oedipe", u"ŒDÈME", u"AETHER",
+                                          u"aesope", u"coeur", u"ETE", u"ete"};
+  for (int k = 0; k < 300; ++k) {
+    std::u16string q = mots[alea() % mots.size()];
+    for (char16_t& c : q) {
+      if (alea() % 3 == 0) c = sdd::UniCaractere::Majuscule(c);
+      if (alea() % 3 == 0) c = sdd::UniCaractere::SansAccent(c);
+    }
+    requetes.push_back(q);
+  }
+  for (const auto& q : requetes) {
+    std::multiset<std::u16string> attendu, trouve;
+    for (const auto& m : mots) {
+      if (pli(m) == pli(q)) attendu.insert(m);
+    }
+    sdd::ListeC<AutomateAcycliqueMin::_Forme> formes;
+    a.FormesPour(C(q), formes);
+    for (const auto& f : formes) trouve.insert(U16(f.forme));
+    EXPECT_EQ(trouve, attendu) << C(q).PreteUTF8();
+  }
 }
 
 TEST(Automate, RechercheInsensible) {
