@@ -618,6 +618,12 @@ uint64_t CompilateurAutomateAcycliqueMin::FormeCompactay(FluxSortie& sortie,
     }
   }
 
+  // A memory buffer gets its whole size at once: grown by steps, it would copy what it holds
+  // a dozen times over on a large lexicon (and touch fresh pages each time).
+  if (auto* memoire = dynamic_cast<TamponMemoire*>(&sortie)) {
+    memoire->Reserve(static_cast<int64_t>(sortie.DonnePosition() + 17 + d.tailleZone));
+  }
+
   // Written through a buffer of a few hundred kilobytes, each state whole: a state is at most
   // 2 + 32,767 × 9 bytes, and as much again for its parents.
   constexpr size_t kTampon = size_t{1} << 20;

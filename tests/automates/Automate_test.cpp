@@ -305,7 +305,8 @@ TEST(Automate, RechercheInsensibleContreLePli) {
   std::mt19937 alea(11);
   std::shuffle(mots.begin(), mots.end(), alea);
   mots.resize(4000);
-  for (const std::u16string m : {u"œuvre", u"Œdipe", u"oedème", u"æther", u"Æsope", u"cœur", u"ŒUVRE", u"Été"}) {
+  for (const std::u16string m :
+       {u"œuvre", u"Œdipe", u"oedème", u"æther", u"Æsope", u"cœur", u"ŒUVRE", u"Été"}) {
     mots.push_back(m);
   }
   std::sort(mots.begin(), mots.end());
@@ -325,8 +326,8 @@ TEST(Automate, RechercheInsensibleContreLePli) {
   };
   TamponSur t(essais::Compile(mots));
   AutomateAcycliqueMin a(&*t);
-  std::vector<std::u16string> requetes = {u"OEUVRE", u"oeuvre", u"Œuvre", u"oedipe", u"ŒDÈME", u"AETHER",
-                                          u"aesope", u"coeur", u"ETE", u"ete"};
+  std::vector<std::u16string> requetes = {u"OEUVRE", u"oeuvre", u"Œuvre", u"oedipe", u"ŒDÈME",
+                                          u"AETHER", u"aesope", u"coeur", u"ETE",    u"ete"};
   for (int k = 0; k < 300; ++k) {
     std::u16string q = mots[alea() % mots.size()];
     for (char16_t& c : q) {
