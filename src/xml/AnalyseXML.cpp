@@ -33,6 +33,7 @@ struct Etat {
   std::exception_ptr exceptionRecepteur;  // what a receiver threw
   std::vector<Balise::Attribut> attributs;
   std::string nom;
+  bool retourEnAttente = false;  // the last piece of an unfinished CDATA section ended with a CR
   // Entity contents are parsed by contexts of their own, whose positions count from the start
   // of the replacement text. Errors found there are placed at the outermost reference in the
   // document, as expat places them, and name the entities involved.
@@ -215,6 +216,44 @@ void Caracteres(void* ctx, const xmlChar* texte, int n) {
   });
 }
 
+// A CDATA section's text with its line ends normalised as everywhere else (CR LF and CR alone
+// become LF): libxml2's push parser hands the document's sections over raw. A long section
+// comes in several pieces, the last one just before "]]>" in the input; a CR that ends a piece
+// and an LF that starts the next one of the same section are one line end. Sections in an
+// entity's text come from libxml2's other parser, already normalised, and any CR left there
+// came from a character reference, which stays.
+void SectionCData(void* ctx, const xmlChar* texte, int n) {
+  Garde(ctx, [&](Etat& e) {
+    if (!Consomme(ctx, e, static_cast<std::size_t>(n))) return;
+    std::string_view v(reinterpret_cast<const char*>(texte), static_cast<std::size_t>(n));
+    if (static_cast<xmlParserCtxtPtr>(ctx) != e.contextes.front()) {
+      e.recepteur.Texte(v);
+      return;
+    }
+    const bool suite = e.retourEnAttente;
+    const xmlChar* fin = texte + n;
+    e.retourEnAttente = false;
+    const bool derniere = fin[0] == ']' && fin[1] == ']' && fin[2] == '>';
+    if (v.find('\r') == std::string_view::npos && !(suite && !v.empty() && v.front() == '\n')) {
+      e.recepteur.Texte(v);
+      return;
+    }
+    std::string normalise;
+    normalise.reserve(v.size());
+    bool retour = suite;
+    for (const char c : v) {
+      if (c == '\n' && retour) {
+        retour = false;
+        continue;
+      }
+      retour = c == '\r';
+      normalise += retour ? '\n' : c;
+    }
+    e.retourEnAttente = retour && !derniere;
+    e.recepteur.Texte(normalise);
+  });
+}
+
 void Commentaire(void* ctx, const xmlChar* texte) {
   Garde(ctx, [&](Etat& e) {
     const std::string_view t = Vue(texte);
@@ -293,6 +332,11 @@ void Reference(void* ctx, const xmlChar* nom) {
 
 void ErreurLibxml(void* /*donnees*/, xmlErrorPtr erreur) {
   if (erreur == nullptr || erreur->ctxt == nullptr) return;
+  // What libxml2 checks of the DTD's own declarations (a default value that does not fit its
+  // type, a token listed twice, an element declared twice, two ID attributes) are validity
+  // constraints: a parser that does not validate must accept a well-formed document that
+  // breaks them, and libxml2 reports them as errors even when it does not validate.
+  if (erreur->domain == XML_FROM_VALID || erreur->domain == XML_FROM_DTD) return;
   const bool grave = erreur->level >= XML_ERR_ERROR || erreur->code == XML_WAR_UNDECLARED_ENTITY;
   if (!grave) return;
   auto* ctxt = static_cast<xmlParserCtxtPtr>(erreur->ctxt);
@@ -314,7 +358,7 @@ xmlSAXHandler Gestionnaire() {
   h.endElementNs = FinElement;
   h.characters = Caracteres;
   h.ignorableWhitespace = Caracteres;
-  h.cdataBlock = Caracteres;
+  h.cdataBlock = SectionCData;
   h.comment = Commentaire;
   h.processingInstruction = Instruction;
   h.getEntity = Entite;

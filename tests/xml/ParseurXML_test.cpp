@@ -147,6 +147,43 @@ TEST(ParseurXML, DocumentsMalFormesRefusesCommeParExpat) {
   }
 }
 
+// Well-formed documents that break validity constraints of their DTD, and CDATA sections with
+// every kind of line end, long enough to come from libxml2 in several pieces: accepted, and
+// read as expat reads them.
+TEST(ParseurXML, NonValidesMaisBienFormesEtFinsDeLigneEnCData) {
+  // Read from a file in chunks of 256 KiB, a section that spans chunks comes in pieces of 300
+  // bytes: with a period of 7, the first piece ends on a CR whose LF starts the next.
+  std::string longue = "<d><![CDATA[";
+  for (int i = 0; i < 50000; ++i) longue += "abcde\r\n";
+  longue += "\r]]></d>";
+  const std::vector<std::string> documents = {
+      "<!DOCTYPE d [<!ATTLIST d a NMTOKEN \"@\">]><d/>",
+      "<!DOCTYPE d [<!ATTLIST d a (x|x) #IMPLIED>]><d a=\"x\"/>",
+      "<!DOCTYPE d [<!ELEMENT d EMPTY><!ELEMENT d ANY>]><d>t</d>",
+      "<!DOCTYPE d [<!ATTLIST d a ID #IMPLIED b ID #IMPLIED>]><d a=\"x\" b=\"y\"/>",
+      "<d><![CDATA[a\r\nb\rc]]></d>",
+      "<d><![CDATA[a\r]]><![CDATA[\nb]]>\r\n<e/><![CDATA[\r]]></d>",
+      longue,
+  };
+  Dossier dossier;
+  std::vector<fs::path> fichiers;
+  for (std::size_t i = 0; i < documents.size(); ++i) {
+    fichiers.push_back(dossier / ("v" + std::to_string(i) + ".xml"));
+    sdd::tests_xml::EcrisOctets(fichiers.back(), documents[i]);
+  }
+  const std::vector<std::string> attendus = sdd::tests_xml::LisAvecExpat(fichiers);
+  ASSERT_EQ(attendus.size(), documents.size());
+  ParseurXML parseur;
+  for (std::size_t i = 0; i < documents.size(); ++i) {
+    SCOPED_TRACE(i);
+    ASSERT_NE(attendus[i], "REFUSE");
+    EXPECT_EQ(Canonique(parseur.LisTexte(documents[i])), attendus[i]);
+    EXPECT_EQ(Canonique(parseur.LisFichier(fichiers[i].string())), attendus[i]);
+  }
+  EXPECT_EQ(parseur.LisTexte(documents[4]).Texte(), "a\nb\nc");
+  EXPECT_EQ(parseur.LisTexte(documents[5]).Texte(), "a\n\nb\n");
+}
+
 TEST(ParseurXML, LErreurDitOu) {
   try {
     ParseurXML().LisTexte("<r>\n  <a>\n    <b/>\n</r>");
