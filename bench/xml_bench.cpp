@@ -1,10 +1,11 @@
 // Reading and writing a large document (about 30 MB, a lexicon export: attributes, escaped text,
 // accents, layout) beside pugixml and libxml2 used directly, in the same run.
 //   - tree: ours (Balise) / pugixml's DOM / libxml2's xmlReadMemory tree;
-//   - streaming: ours with an empty listener / libxml2's SAX2 with empty callbacks (pugixml has
-//     no streaming mode);
+//   - streaming: ours with an empty listener / libxml2's SAX2 with empty callbacks / expat with
+//     empty callbacks, the tokenizer a tree could be built on (pugixml has no streaming mode);
 //   - writing the tree back: ours / pugixml's save.
 #include <benchmark/benchmark.h>
+#include <expat.h>
 #include <libxml/parser.h>
 #include <libxml/tree.h>
 
@@ -101,6 +102,23 @@ void BM_Flux_Libxml2SAX2(benchmark::State& etat) {
   Octets(etat);
 }
 BENCHMARK(BM_Flux_Libxml2SAX2)->Unit(benchmark::kMillisecond);
+
+// Expat with empty callbacks, the document given whole: what its tokenizer costs alone.
+void BM_Flux_Expat(benchmark::State& etat) {
+  const std::string& d = Document();
+  for (auto _ : etat) {
+    XML_Parser p = XML_ParserCreate(nullptr);
+    XML_SetElementHandler(
+        p, [](void*, const XML_Char*, const XML_Char**) {}, [](void*, const XML_Char*) {});
+    XML_SetCharacterDataHandler(p, [](void*, const XML_Char*, int) {});
+    if (XML_Parse(p, d.data(), static_cast<int>(d.size()), XML_TRUE) != XML_STATUS_OK) {
+      etat.SkipWithError(XML_ErrorString(XML_GetErrorCode(p)));
+    }
+    XML_ParserFree(p);
+  }
+  Octets(etat);
+}
+BENCHMARK(BM_Flux_Expat)->Unit(benchmark::kMillisecond);
 
 void BM_Ecriture_OutilsSocle(benchmark::State& etat) {
   const sdd::Balise racine = sdd::ParseurXML().LisTexte(Document());

@@ -12,7 +12,7 @@ paquets=(
   libspdlog-dev gettext iso-codes locales
   # XML: libxml2 parses and validates; pugixml is its speed reference in the benchmarks, and
   # xmllint an independent reader in the tests.
-  libxml2-dev libxml2-utils libpugixml-dev
+  libxml2-dev libxml2-utils libpugixml-dev libexpat1-dev
   # The Python module: pybind11, Python's headers, pytest, and marisa-trie's binding to measure against.
   pybind11-dev python3-pybind11 python3-dev python3-pytest python3-marisa
   # The module's tests: random calls (Hypothesis), its types (mypy, stubtest), a Dask cluster,

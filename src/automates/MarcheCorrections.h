@@ -121,7 +121,7 @@ class RechercheCorrections {
       Lettre(q_[j - 2]).echanges.push_back(j);
       if (q_[j - 1] != q_[j - 2]) Lettre(q_[j - 1]).ponts.push_back(j);
     }
-    insertions_.resize(kCache);
+    insertions_.resize(size_t{1} << kBitsInsertions);
     if (resumes_ != nullptr) PrepareResumes();
   }
 
@@ -297,20 +297,24 @@ class RechercheCorrections {
     return ligne;
   }
 
-  // The model's insertion cost, remembered per pair of Latin letters in a table per preceding
-  // letter, made on first use: a row asks it once, and the children of one state share the
-  // preceding letter.
+  // The model's insertion cost, remembered in a small table of the pairs met, one place per
+  // pair by a hash (a pair that takes another's place is asked again): a row asks it once, the
+  // children of one state share the preceding letter, and 8 KiB stay in the nearest cache where
+  // a table per preceding letter did not.
   uint32_t Insertion(char16_t c, char16_t precedent) {
-    if (c >= kCache || precedent >= kCache) return Plafonne(modele_.CoutInsertion(c, precedent));
-    std::unique_ptr<uint32_t[]>& table = insertions_[precedent];
-    if (!table) {
-      table = std::make_unique<uint32_t[]>(kCache);
-      std::fill(table.get(), table.get() + kCache, kInconnu);
+    const uint32_t cle = uint32_t{precedent} << 16 | c;
+    PaireRetenue& p = insertions_[(cle * 0x9E3779B1u) >> (32 - kBitsInsertions)];
+    if (p.cle != cle || p.cout == kInconnu) {
+      p.cle = cle;
+      p.cout = Plafonne(modele_.CoutInsertion(c, precedent));
     }
-    uint32_t& cout = table[c];
-    if (cout == kInconnu) cout = Plafonne(modele_.CoutInsertion(c, precedent));
-    return cout;
+    return p.cout;
   }
+  struct PaireRetenue {
+    uint32_t cle = 0;
+    uint32_t cout = kInconnu;
+  };
+  static constexpr int kBitsInsertions = 10;
 
   // The places where a character of the word takes part in a swap of neighbours, worked out
   // once per search: `echanges`, the j where it is typed at j − 2 (a stored "…ba" for a typed
@@ -469,7 +473,7 @@ class RechercheCorrections {
   std::vector<Places> lettres_;           // the word's characters, each once
   std::u16string lettresDuMot_;           // the same characters, in the same order
   std::vector<uint16_t> rangLettre_;      // 1 + place in lettres_ of a Latin letter, or 0
-  std::vector<std::unique_ptr<uint32_t[]>> insertions_;  // [preceding letter][letter], or null
+  std::vector<PaireRetenue> insertions_;
   std::vector<uint32_t> lignes_;                         // one row of m_ + 1 cells per depth of the path
   std::vector<Bande> bandes_;                            // and its band
   std::vector<char16_t> chemin_;  // the path's characters, chemin_[d − 1] leading to depth d

@@ -1,6 +1,7 @@
 #include "automates/ResumesEtats.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include <outils_socle/automates/ProbabiliteTransformation.h>
 #include <outils_socle/texte/UniCaractere.h>
@@ -22,10 +23,10 @@ std::unique_ptr<const ResumesEtats> ResumesEtats::Calcule(const LecteurAutomate<
   r->pas_ = A == 3 ? 1 : 0;
   const uint64_t impair = (uint64_t{1} << r->pas_) - 1;
   const uint64_t nbMots = ((l.TailleZone() >> r->pas_) >> 6) + 1;
-  r->debuts_.assign(nbMots, 0);
+  std::vector<uint64_t> debuts(nbMots, 0);
   auto marque = [&](uint64_t adresse) {
     const uint64_t bit = adresse >> r->pas_;
-    uint64_t& mot = r->debuts_[bit >> 6];
+    uint64_t& mot = debuts[bit >> 6];
     const uint64_t masque = uint64_t{1} << (bit & 63);
     const bool nouveau = (mot & masque) == 0;
     mot |= masque;
@@ -50,20 +51,20 @@ std::unique_ptr<const ResumesEtats> ResumesEtats::Calcule(const LecteurAutomate<
     return nullptr;
   }
 
-  r->bases_.resize(nbMots);
+  r->mots_.resize(nbMots);
   uint64_t nbEtats = 0;
   for (uint64_t m = 0; m < nbMots; ++m) {
-    r->bases_[m] = static_cast<uint32_t>(nbEtats);
-    nbEtats += static_cast<uint64_t>(std::popcount(r->debuts_[m]));
+    r->mots_[m] = {static_cast<uint32_t>(nbEtats), static_cast<uint32_t>(debuts[m]),
+                   static_cast<uint32_t>(debuts[m] >> 32)};
+    nbEtats += static_cast<uint64_t>(std::popcount(debuts[m]));
   }
-  r->longueurs_.resize(nbEtats * 2);
-  r->classes_.resize(nbEtats);
+  r->resumes_.resize(nbEtats * kOctetsResume);
 
   // In address order: a state's targets lie before it, so their summaries are ready.
   std::vector<uint64_t> vus(1024, 0);  // the characters met, one bit each
   uint64_t rang = 0;
   for (uint64_t m = 0; m < nbMots; ++m) {
-    for (uint64_t bits = r->debuts_[m]; bits != 0; bits &= bits - 1, ++rang) {
+    for (uint64_t bits = debuts[m]; bits != 0; bits &= bits - 1, ++rang) {
       const uint64_t adresse = (m * 64 + static_cast<uint64_t>(std::countr_zero(bits))) << r->pas_;
       const auto e = l.LisEtat(adresse);  // already read once: cannot throw
       uint32_t court = e.final ? 0 : kLongueurInconnue, long_ = 0;
@@ -80,9 +81,10 @@ std::unique_ptr<const ResumesEtats> ResumesEtats::Calcule(const LecteurAutomate<
         classes |= enfant.classes | uint64_t{1} << Classe(c);
         vus[c >> 6] |= uint64_t{1} << (c & 63);
       }
-      r->longueurs_[rang * 2] = static_cast<uint8_t>(court);
-      r->longueurs_[rang * 2 + 1] = static_cast<uint8_t>(long_);
-      r->classes_[rang] = classes;
+      uint8_t* resume = &r->resumes_[rang * kOctetsResume];
+      std::memcpy(resume, &classes, 8);
+      resume[8] = static_cast<uint8_t>(court);
+      resume[9] = static_cast<uint8_t>(long_);
     }
   }
   for (uint32_t m = 0; m < vus.size(); ++m) {

@@ -17,6 +17,7 @@
 // the searches then run as they do without them and meet the damage themselves.
 
 #include <bit>
+#include <cstring>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -51,13 +52,19 @@ class OUTILS_SOCLE_EXPORT ResumesEtats {
   // class each, every other character shares one of the 38 others.
   static uint32_t Classe(char16_t c);
 
-  // The summary of the state at `adresse`, which the walk that built them met.
+  // The summary of the state at `adresse`, which the walk that built them met: its rank among
+  // the states from the word of bits that holds its start (one line of memory), then its
+  // record (another).
   Resume Lis(uint64_t adresse) const {
     const uint64_t bit = adresse >> pas_;
-    const uint64_t rang =
-        bases_[bit >> 6] +
-        static_cast<uint64_t>(std::popcount(debuts_[bit >> 6] & ((uint64_t{1} << (bit & 63)) - 1)));
-    return {longueurs_[rang * 2], longueurs_[rang * 2 + 1], classes_[rang]};
+    const Mot& m = mots_[bit >> 6];
+    const uint64_t bits = (uint64_t{m.bitsHaut} << 32 | m.bitsBas) & ((uint64_t{1} << (bit & 63)) - 1);
+    const uint8_t* r = &resumes_[(m.base + Population(bits)) * kOctetsResume];
+    Resume resume;
+    std::memcpy(&resume.classes, r, 8);
+    resume.longueurMin = r[8];
+    resume.longueurMax = r[9];
+    return resume;
   }
 
   // Every character on a transition, each once.
@@ -76,19 +83,30 @@ class OUTILS_SOCLE_EXPORT ResumesEtats {
   uint32_t SubstitutionMinimale(const ProbabiliteTransformation& modele, char16_t tape) const;
 
   size_t Octets() const {
-    return debuts_.size() * 8 + bases_.size() * 4 + longueurs_.size() + classes_.size() * 8 +
-           alphabet_.size() * 2;
+    return mots_.size() * sizeof(Mot) + resumes_.size() + alphabet_.size() * 2;
   }
-  size_t NbEtats() const { return classes_.size(); }
+  size_t NbEtats() const { return resumes_.size() / kOctetsResume; }
 
  private:
   ResumesEtats() = default;
 
   int pas_ = 0;                     // log2 of the spacing of possible state starts
-  std::vector<uint64_t> debuts_;    // one bit per possible start: a state starts there
-  std::vector<uint32_t> bases_;     // the states before each word of bits
-  std::vector<uint8_t> longueurs_;  // shortest and longest rest, per state in address order
-  std::vector<uint64_t> classes_;   // letter classes below, per state in address order
+  // One bit per possible state start, 64 to a word, beside the number of states before them.
+  struct Mot {
+    uint32_t base, bitsBas, bitsHaut;
+  };
+  // Per state in address order: the classes (8 bytes), the shortest and the longest rest.
+  static constexpr size_t kOctetsResume = 10;
+  // Bits set in x, without the call the baseline x86-64 target makes for std::popcount.
+  static uint64_t Population(uint64_t x) {
+    x -= (x >> 1) & 0x5555555555555555ull;
+    x = (x & 0x3333333333333333ull) + ((x >> 2) & 0x3333333333333333ull);
+    x = (x + (x >> 4)) & 0x0F0F0F0F0F0F0F0Full;
+    return (x * 0x0101010101010101ull) >> 56;
+  }
+
+  std::vector<Mot> mots_;
+  std::vector<uint8_t> resumes_;
   std::vector<char16_t> alphabet_;
   struct Planchers {
     uint32_t insertion = 0;

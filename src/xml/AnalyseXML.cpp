@@ -271,17 +271,15 @@ void Instruction(void* ctx, const xmlChar* cible, const xmlChar* donnees) {
   });
 }
 
-// Only internal general entities are kept (in the context's document, where libxml2 looks them
-// up). An external one would make the parser read a file or a URL the document names; a
-// parameter entity expands inside the DTD, out of reach of the budget on delivered text.
+// Every declaration is kept (in the context's document, where libxml2 looks entities up):
+// declaring an external entity is legal and harmless while nothing refers to it. A reference
+// to one would have libxml2 read the file or URL it names; the loader below refuses that (see
+// ChargeurRefusant), so the reference is the error, at its place. The replacement text of an
+// internal entity, general or parameter, is charged to the budget when an expansion asks for
+// it (Entite, EntiteParametre).
 void EntiteDeclaree(void* ctx, const xmlChar* nom, int type, const xmlChar* publicId, const xmlChar* systemId,
                     xmlChar* contenu) {
   if (Arrete(EtatDe(ctx))) return;
-  if (type != XML_INTERNAL_GENERAL_ENTITY) {
-    const bool externe = type != XML_INTERNAL_PARAMETER_ENTITY;
-    return Refuse(ctx, std::string(externe ? N_("entité externe refusée") : N_("entité paramètre refusée")) +
-                           " : " + std::string(Vue(nom)));
-  }
   xmlSAX2EntityDecl(ctx, nom, type, publicId, systemId, contenu);
 }
 
@@ -311,8 +309,28 @@ xmlEntityPtr Entite(void* ctx, const xmlChar* nom) {
   return xmlSAX2GetEntity(ctx, nom);
 }
 
-void EntiteNonAnalysee(void* ctx, const xmlChar* nom, const xmlChar*, const xmlChar*, const xmlChar*) {
-  Refuse(ctx, N_("entité externe refusée") " : " + std::string(Vue(nom)));
+// A parameter entity expands inside the DTD, where nothing is delivered: each expansion is
+// charged its reference and its replacement text, so nested expansions are bounded like
+// general ones.
+xmlEntityPtr EntiteParametre(void* ctx, const xmlChar* nom) {
+  Etat& e = EtatDe(ctx);
+  if (Arrete(e)) {
+    Halte(ctx);
+    return nullptr;
+  }
+  xmlEntityPtr entite = xmlSAX2GetParameterEntity(ctx, nom);
+  const std::size_t contenu =
+      entite != nullptr && entite->content != nullptr ? static_cast<std::size_t>(entite->length) : 0;
+  if (!Consomme(ctx, e, kCoutReference + contenu)) return nullptr;
+  return entite;
+}
+
+// An unparsed entity (NDATA) names outside data that only the application may fetch: its
+// declaration is kept and never read.
+void EntiteNonAnalysee(void* ctx, const xmlChar* nom, const xmlChar* publicId, const xmlChar* systemId,
+                       const xmlChar* notation) {
+  if (Arrete(EtatDe(ctx))) return;
+  xmlSAX2UnparsedEntityDecl(ctx, nom, publicId, systemId, notation);
 }
 
 // The external DTD is never loaded: what it would declare stays undeclared.
@@ -362,6 +380,7 @@ xmlSAXHandler Gestionnaire() {
   h.comment = Commentaire;
   h.processingInstruction = Instruction;
   h.getEntity = Entite;
+  h.getParameterEntity = EntiteParametre;
   h.entityDecl = EntiteDeclaree;
   h.unparsedEntityDecl = EntiteNonAnalysee;
   h.externalSubset = SousEnsembleExterne;
@@ -407,13 +426,52 @@ void CaptureMessagesLibxml::Recoit(void* ctx, const char* format, ...) {
   if (fin != std::string::npos) capture->premier_ = capture->courant_.substr(0, fin);
 }
 
+// Whether this thread is inside one of our parses: libxml2 loads external entities through a
+// process-wide loader, not through the parser's callbacks, so the loader asks this.
+thread_local bool tAnalyseEnCours = false;
+xmlExternalEntityLoader gChargeurPrecedent = nullptr;
+
+// Refuses every outside resource our parses would read (an external entity a document refers
+// to, general or parameter), placing the refusal at the reference; anyone else's libxml2
+// parses in the process keep the loader they had.
+xmlParserInputPtr ChargeurRefusant(const char* url, const char* id, xmlParserCtxtPtr ctxt) {
+  if (!tAnalyseEnCours) return gChargeurPrecedent != nullptr ? gChargeurPrecedent(url, id, ctxt) : nullptr;
+  if (ctxt == nullptr || ctxt->_private == nullptr) return nullptr;
+  Etat& e = *static_cast<Etat*>(ctxt->_private);
+  if (!Arrete(e)) {
+    // libxml2 asks from the context it opened for the entity's text; the refusal belongs at
+    // the reference in the document (the parser's own place for a parameter entity).
+    const std::string quoi = N_("ressource externe refusée") " : " + std::string(url != nullptr  ? url
+                                                                                 : id != nullptr ? id
+                                                                                                 : "");
+    if (Niveau(e, ctxt) == 0) {
+      e.erreur.emplace(xmlSAX2GetLineNumber(ctxt), xmlSAX2GetColumnNumber(ctxt), quoi);
+    } else {
+      e.erreur.emplace(e.ligneReference, e.colonneReference, quoi);
+    }
+  }
+  Halte(ctxt);
+  return nullptr;
+}
+
+struct AnalyseEnCours {
+  AnalyseEnCours() : avant(tAnalyseEnCours) { tAnalyseEnCours = true; }
+  ~AnalyseEnCours() { tAnalyseEnCours = avant; }
+  bool avant;
+};
+
 void InitialiseLibxml() {
   static std::once_flag fait;
-  std::call_once(fait, [] { xmlInitParser(); });
+  std::call_once(fait, [] {
+    xmlInitParser();
+    gChargeurPrecedent = xmlGetExternalEntityLoader();
+    xmlSetExternalEntityLoader(ChargeurRefusant);
+  });
 }
 
 void Analyse(SourceOctets& source, const OptionsParseurXML& options, Recepteur& recepteur, bool dejaDecode) {
   InitialiseLibxml();
+  const AnalyseEnCours enCours;
   CaptureMessagesLibxml messages;
   Etat etat(options, recepteur);
 

@@ -41,7 +41,7 @@ sortie = lance("verifie", bon).decode()
 if "bien formé, 11 éléments, 4 attributs" not in sortie:
     sys.exit(f"verifie: {sortie}")
 sortie = lance("verifie", casse, hostile, attendu=1).decode()
-if f"{casse}:3:" not in sortie or f"{hostile}:1:" not in sortie or "entité externe refusée : s" not in sortie:
+if f"{casse}:3:" not in sortie or f"{hostile}:1:" not in sortie or "ressource externe refusée : file:///etc/passwd" not in sortie:
     sys.exit(f"verifie of malformed documents: {sortie}")
 if lance("verifie", "--schema", SCHEMA, bon).decode() != f"{bon} : valide\n":
     sys.exit("the good document is not valid")

@@ -158,11 +158,12 @@ TEST(SchemaXML, SchemasRefuses) {
   EXPECT_THROW(SchemaXML::LisTexte("<racine/>"), sdd::exceptions::OperationInvalide);
   EXPECT_THROW(SchemaXML::LisTexte(entete + R"(<xs:element name="a" type="Inconnu"/></xs:schema>)"),
                sdd::exceptions::OperationInvalide);
-  // Malformed, or with an external entity: the parser's refusals.
+  // Malformed, or referring to an external entity: the parser's refusals.
   EXPECT_THROW(SchemaXML::LisTexte(entete), sdd::ErreurXML);
-  EXPECT_THROW(
-      SchemaXML::LisTexte("<!DOCTYPE s [<!ENTITY e SYSTEM \"/etc/passwd\">]>" + entete + "</xs:schema>"),
-      sdd::ErreurXML);
+  EXPECT_THROW(SchemaXML::LisTexte("<!DOCTYPE s [<!ENTITY e SYSTEM \"/etc/passwd\">]>" + entete +
+                                   "<xs:annotation><xs:documentation>&e;</xs:documentation></xs:annotation>"
+                                   "</xs:schema>"),
+               sdd::ErreurXML);
   EXPECT_THROW(SchemaXML::LisFichier("/nulle/part.xsd"), sdd::exceptions::OuvertureEchouee);
 }
 

@@ -4,11 +4,12 @@
 //
 // The parser is libxml2's, driven through its event interface with our own limits, so a
 // document from outside cannot make the reader do more than a bounded amount of work:
-//   - no file or network resource is ever read because a document names it: an external
-//     entity declaration (SYSTEM or PUBLIC) is refused, an external DTD is not loaded, and an
-//     entity the document uses without declaring it is an error, never a silent gap;
-//   - internal entities are expanded, but the expanded text (with 8 bytes counted per entity
-//     reference) may not exceed `facteurExpansionMax` times the bytes read so far, plus 1 MiB:
+//   - no file or network resource is ever read because a document names it: external entities
+//     (SYSTEM or PUBLIC, parsed or NDATA) may be declared, but a reference that would need one
+//     is refused where it stands; an external DTD is not loaded, and an entity the document
+//     uses without declaring it is an error, never a silent gap;
+//   - internal entities, general and parameter, are expanded, but the expanded text (with 8
+//     bytes counted per entity reference) may not exceed `facteurExpansionMax` times the bytes read so far, plus 1 MiB:
 //     "billion laughs" stops early, and the rule holds for pipes of unknown length too;
 //   - nesting deeper than `profondeurMax`, a name (of an element, an attribute or a namespace
 //     prefix) or a value (of an attribute or a namespace declaration) longer than
