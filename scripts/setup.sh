@@ -4,7 +4,7 @@
 set -euo pipefail
 
 paquets=(
-  cmake make g++ pkg-config python3
+  cmake make g++ pkg-config python3 curl ca-certificates
   qtbase5-dev
   libboost-thread-dev libboost-system-dev libboost-dev
   # Journals are built on spdlog; translation catalogues are compiled by gettext's msgfmt, and
@@ -35,6 +35,9 @@ paquets=(
   # No source file may name a licence that contradicts the project's (make check runs it).
   licensecheck
 )
+
+# The XML conformance suites, fetched once into a cache outside the tree.
+bash "$(dirname "$0")/suites_xml.sh"
 
 manquants=()
 for p in "${paquets[@]}"; do

@@ -8,6 +8,7 @@
 #include <libxml/xmlerror.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -277,9 +278,32 @@ void Instruction(void* ctx, const xmlChar* cible, const xmlChar* donnees) {
 // ChargeurRefusant), so the reference is the error, at its place. The replacement text of an
 // internal entity, general or parameter, is charged to the budget when an expansion asks for
 // it (Entite, EntiteParametre).
+//
+// A CR in an internal entity's replacement text came from a character reference (&#13;): the
+// literal ones were made line feeds when the declaration was read. XML keeps it a CR, but
+// libxml2 reads the text again as input, which makes it a line feed; written back as a
+// reference it survives. Only in text without markup, where a reference means the same as the
+// character (inside a tag a CR is a space, which a reference cannot stand for).
 void EntiteDeclaree(void* ctx, const xmlChar* nom, int type, const xmlChar* publicId, const xmlChar* systemId,
                     xmlChar* contenu) {
   if (Arrete(EtatDe(ctx))) return;
+  if (type == XML_INTERNAL_GENERAL_ENTITY && contenu != nullptr) {
+    const std::string_view texte = Vue(contenu);
+    if (texte.find('\r') != std::string_view::npos && texte.find('<') == std::string_view::npos) {
+      std::string reecrit;
+      for (const char c : texte) {
+        if (c == '\r') {
+          reecrit += "&#13;";
+        } else {
+          reecrit += c;
+        }
+      }
+      std::vector<xmlChar> copie(reecrit.begin(), reecrit.end());
+      copie.push_back(0);
+      xmlSAX2EntityDecl(ctx, nom, type, publicId, systemId, copie.data());
+      return;
+    }
+  }
   xmlSAX2EntityDecl(ctx, nom, type, publicId, systemId, contenu);
 }
 
@@ -327,10 +351,21 @@ xmlEntityPtr EntiteParametre(void* ctx, const xmlChar* nom) {
 
 // An unparsed entity (NDATA) names outside data that only the application may fetch: its
 // declaration is kept and never read.
+std::string_view VueOuVide(const xmlChar* s) { return s != nullptr ? Vue(s) : std::string_view(); }
+
 void EntiteNonAnalysee(void* ctx, const xmlChar* nom, const xmlChar* publicId, const xmlChar* systemId,
                        const xmlChar* notation) {
-  if (Arrete(EtatDe(ctx))) return;
-  xmlSAX2UnparsedEntityDecl(ctx, nom, publicId, systemId, notation);
+  Garde(ctx, [&](Etat& e) {
+    xmlSAX2UnparsedEntityDecl(ctx, nom, publicId, systemId, notation);
+    e.recepteur.EntiteNonAnalysee(Vue(nom), VueOuVide(publicId), VueOuVide(systemId), VueOuVide(notation));
+  });
+}
+
+void NotationDeclaree(void* ctx, const xmlChar* nom, const xmlChar* publicId, const xmlChar* systemId) {
+  Garde(ctx, [&](Etat& e) {
+    xmlSAX2NotationDecl(ctx, nom, publicId, systemId);
+    e.recepteur.Notation(Vue(nom), VueOuVide(publicId), VueOuVide(systemId));
+  });
 }
 
 // The external DTD is never loaded: what it would declare stays undeclared.
@@ -355,6 +390,10 @@ void ErreurLibxml(void* /*donnees*/, xmlErrorPtr erreur) {
   // constraints: a parser that does not validate must accept a well-formed document that
   // breaks them, and libxml2 reports them as errors even when it does not validate.
   if (erreur->domain == XML_FROM_VALID || erreur->domain == XML_FROM_DTD) return;
+  // A system identifier is a URI reference only by convention: XML takes any string
+  // ("d:\\images\\x.gif"), and libxml2's complaint about one it cannot parse as a URI is
+  // not a well-formedness error.
+  if (erreur->code == XML_ERR_INVALID_URI) return;
   const bool grave = erreur->level >= XML_ERR_ERROR || erreur->code == XML_WAR_UNDECLARED_ENTITY;
   if (!grave) return;
   auto* ctxt = static_cast<xmlParserCtxtPtr>(erreur->ctxt);
@@ -383,6 +422,7 @@ xmlSAXHandler Gestionnaire() {
   h.getParameterEntity = EntiteParametre;
   h.entityDecl = EntiteDeclaree;
   h.unparsedEntityDecl = EntiteNonAnalysee;
+  h.notationDecl = NotationDeclaree;
   h.externalSubset = SousEnsembleExterne;
   h.resolveEntity = ResousEntite;
   h.reference = Reference;
@@ -469,6 +509,59 @@ void InitialiseLibxml() {
   });
 }
 
+namespace {
+
+// The encoding the XML declaration names, read from the first bytes in the byte-order mark's
+// encoding (the declaration itself is ASCII); empty without a declaration or a name.
+std::string CodageDeclare(std::string_view debut, int octetsParUnite, bool grandBoutiste) {
+  std::string ascii;
+  for (std::size_t i = 0; i + octetsParUnite <= debut.size() && ascii.size() < 512; i += octetsParUnite) {
+    unsigned c = static_cast<unsigned char>(debut[i]);
+    if (octetsParUnite == 2) {
+      const auto a = static_cast<unsigned char>(debut[i]), b = static_cast<unsigned char>(debut[i + 1]);
+      c = grandBoutiste ? (a << 8 | b) : (b << 8 | a);
+    }
+    if (c >= 0x80) break;
+    ascii += static_cast<char>(c);
+    if (ascii.size() >= 2 && ascii.compare(ascii.size() - 2, 2, "?>") == 0) break;
+  }
+  if (ascii.rfind("<?xml", 0) != 0) return {};
+  const std::size_t fin = ascii.find("?>");
+  const std::size_t cle = ascii.find("encoding", 0);
+  if (cle == std::string::npos || (fin != std::string::npos && cle > fin)) return {};
+  std::size_t i = ascii.find_first_of("'\"", cle);
+  if (i == std::string::npos) return {};
+  const std::size_t j = ascii.find(ascii[i], i + 1);
+  if (j == std::string::npos) return {};
+  std::string nom = ascii.substr(i + 1, j - i - 1);
+  for (char& c : nom) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  return nom;
+}
+
+// A byte-order mark says the encoding; a declaration that names another one is an error (XML
+// 1.0, 4.3.3), which libxml2 lets pass: the mark wins there, silently.
+void VerifieMarqueEtDeclaration(std::string_view debut) {
+  std::string declare;
+  const char* marque = nullptr;
+  bool accorde = true;
+  if (debut.substr(0, 3) == "\xEF\xBB\xBF") {
+    marque = "UTF-8";
+    declare = CodageDeclare(debut.substr(3), 1, false);
+    accorde = declare.empty() || declare == "utf-8";
+  } else if (debut.substr(0, 2) == "\xFE\xFF" || debut.substr(0, 2) == "\xFF\xFE") {
+    marque = "UTF-16";
+    declare = CodageDeclare(debut.substr(2), 2, debut[0] == '\xFE');
+    accorde = declare.empty() || declare.rfind("utf-16", 0) == 0 || declare == "iso-10646-ucs-2";
+  }
+  if (!accorde) {
+    throw ErreurXML(1, 1,
+                    detail::Formate(N_("la marque d’ordre des octets dit %s, la déclaration dit « %s »"),
+                                    {marque, declare}));
+  }
+}
+
+}  // namespace
+
 void Analyse(SourceOctets& source, const OptionsParseurXML& options, Recepteur& recepteur, bool dejaDecode) {
   InitialiseLibxml();
   const AnalyseEnCours enCours;
@@ -477,6 +570,7 @@ void Analyse(SourceOctets& source, const OptionsParseurXML& options, Recepteur& 
 
   xmlSAXHandler sax = Gestionnaire();
   std::string_view morceau = source.Suivant();
+  if (!dejaDecode) VerifieMarqueEtDeclaration(morceau);
   const std::size_t debut = std::min<std::size_t>(4, morceau.size());
   xmlParserCtxtPtr ctxt =
       xmlCreatePushParserCtxt(&sax, nullptr, morceau.data(), static_cast<int>(debut), nullptr);

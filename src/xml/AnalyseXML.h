@@ -23,6 +23,8 @@ class Recepteur {
   virtual void Fin(std::string_view nom) = 0;
   virtual void Commentaire(std::string_view) {}
   virtual void Instruction(std::string_view, std::string_view) {}
+  virtual void Notation(std::string_view, std::string_view, std::string_view) {}
+  virtual void EntiteNonAnalysee(std::string_view, std::string_view, std::string_view, std::string_view) {}
 };
 
 // Where the bytes come from, read in chunks.

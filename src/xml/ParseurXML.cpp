@@ -26,6 +26,8 @@ void EcouteurXML::Texte(std::string_view) {}
 void EcouteurXML::Fin(std::string_view) {}
 void EcouteurXML::Commentaire(std::string_view) {}
 void EcouteurXML::Instruction(std::string_view, std::string_view) {}
+void EcouteurXML::Notation(std::string_view, std::string_view, std::string_view) {}
+void EcouteurXML::EntiteNonAnalysee(std::string_view, std::string_view, std::string_view, std::string_view) {}
 
 namespace {
 
@@ -129,6 +131,13 @@ class Relais final : public xml::Recepteur {
   void Commentaire(std::string_view texte) override { ecouteur_.Commentaire(texte); }
   void Instruction(std::string_view cible, std::string_view donnees) override {
     ecouteur_.Instruction(cible, donnees);
+  }
+  void Notation(std::string_view nom, std::string_view public_, std::string_view systeme) override {
+    ecouteur_.Notation(nom, public_, systeme);
+  }
+  void EntiteNonAnalysee(std::string_view nom, std::string_view public_, std::string_view systeme,
+                         std::string_view notation) override {
+    ecouteur_.EntiteNonAnalysee(nom, public_, systeme, notation);
   }
 
  private:

@@ -186,6 +186,29 @@ TEST(ParseurXML, NonValidesMaisBienFormesEtFinsDeLigneEnCData) {
   EXPECT_EQ(parseur.LisTexte(documents[5]).Texte(), "a\n\nb\n");
 }
 
+// The declarations that name outside data reach the listener, in document order; nothing they
+// name is read.
+TEST(ParseurXML, NotationsEtEntitesNonAnalyseesEnEvenements) {
+  struct Ecoute : sdd::EcouteurXML {
+    std::vector<std::string> vus;
+    void Notation(std::string_view nom, std::string_view public_, std::string_view systeme) override {
+      vus.push_back("notation " + std::string(nom) + "|" + std::string(public_) + "|" + std::string(systeme));
+    }
+    void EntiteNonAnalysee(std::string_view nom, std::string_view public_, std::string_view systeme,
+                           std::string_view notation) override {
+      vus.push_back("entite " + std::string(nom) + "|" + std::string(public_) + "|" + std::string(systeme) +
+                    "|" + std::string(notation));
+    }
+  } ecoute;
+  const std::string document =
+      "<!DOCTYPE r [<!NOTATION gif PUBLIC \"-//x//gif\"><!NOTATION png SYSTEM \"image/png\">"
+      "<!ENTITY logo SYSTEM \"d:\\images\\logo.gif\" NDATA gif><!ATTLIST r i ENTITY #IMPLIED>]><r "
+      "i=\"logo\"/>";
+  ParseurXML().AnalyseMemoire(document.data(), document.size(), ecoute);
+  EXPECT_EQ(ecoute.vus, (std::vector<std::string>{"notation gif|-//x//gif|", "notation png||image/png",
+                                                  "entite logo||d:\\images\\logo.gif|gif"}));
+}
+
 TEST(ParseurXML, LErreurDitOu) {
   try {
     ParseurXML().LisTexte("<r>\n  <a>\n    <b/>\n</r>");

@@ -9,8 +9,8 @@
 //     is refused where it stands; an external DTD is not loaded, and an entity the document
 //     uses without declaring it is an error, never a silent gap;
 //   - internal entities, general and parameter, are expanded, but the expanded text (with 8
-//     bytes counted per entity reference) may not exceed `facteurExpansionMax` times the bytes read so far, plus 1 MiB:
-//     "billion laughs" stops early, and the rule holds for pipes of unknown length too;
+//     bytes counted per entity reference) may not exceed `facteurExpansionMax` times the bytes read so far,
+//     plus 1 MiB: "billion laughs" stops early, and the rule holds for pipes of unknown length too;
 //   - nesting deeper than `profondeurMax`, a name (of an element, an attribute or a namespace
 //     prefix) or a value (of an attribute or a namespace declaration) longer than
 //     `tailleMaxAttribut`, or more than `attributsMax` attributes on one tag is refused.
@@ -86,6 +86,12 @@ class OUTILS_SOCLE_EXPORT EcouteurXML {
   virtual void Fin(std::string_view nom);
   virtual void Commentaire(std::string_view texte);
   virtual void Instruction(std::string_view cible, std::string_view donnees);
+  // Declarations of the internal DTD subset that name outside data: a notation, and an unparsed
+  // entity (NDATA) with its notation. Identifiers absent from the declaration are empty. The
+  // parser never reads what they name; the application may.
+  virtual void Notation(std::string_view nom, std::string_view public_, std::string_view systeme);
+  virtual void EntiteNonAnalysee(std::string_view nom, std::string_view public_, std::string_view systeme,
+                                 std::string_view notation);
 };
 
 class OUTILS_SOCLE_EXPORT ParseurXML {
