@@ -474,8 +474,8 @@ class RechercheCorrections {
   std::u16string lettresDuMot_;           // the same characters, in the same order
   std::vector<uint16_t> rangLettre_;      // 1 + place in lettres_ of a Latin letter, or 0
   std::vector<PaireRetenue> insertions_;
-  std::vector<uint32_t> lignes_;                         // one row of m_ + 1 cells per depth of the path
-  std::vector<Bande> bandes_;                            // and its band
+  std::vector<uint32_t> lignes_;  // one row of m_ + 1 cells per depth of the path
+  std::vector<Bande> bandes_;     // and its band
   std::vector<char16_t> chemin_;  // the path's characters, chemin_[d − 1] leading to depth d
   std::vector<Cadre> cadres_;
   bool reduit_ = false;

@@ -17,8 +17,8 @@
 // the searches then run as they do without them and meet the damage themselves.
 
 #include <bit>
-#include <cstring>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <mutex>
 #include <vector>
@@ -82,15 +82,13 @@ class OUTILS_SOCLE_EXPORT ResumesEtats {
   // letter class: what a typed letter costs where no form below has its class.
   uint32_t SubstitutionMinimale(const ProbabiliteTransformation& modele, char16_t tape) const;
 
-  size_t Octets() const {
-    return mots_.size() * sizeof(Mot) + resumes_.size() + alphabet_.size() * 2;
-  }
+  size_t Octets() const { return mots_.size() * sizeof(Mot) + resumes_.size() + alphabet_.size() * 2; }
   size_t NbEtats() const { return resumes_.size() / kOctetsResume; }
 
  private:
   ResumesEtats() = default;
 
-  int pas_ = 0;                     // log2 of the spacing of possible state starts
+  int pas_ = 0;  // log2 of the spacing of possible state starts
   // One bit per possible state start, 64 to a word, beside the number of states before them.
   struct Mot {
     uint32_t base, bitsBas, bitsHaut;
