@@ -13,6 +13,8 @@
 #include <string>
 #include <vector>
 
+#include <unistd.h>
+
 namespace sdd::tests_xml {
 
 // arbre_expat.py writes no byte as nothing, where the other reference scripts write "-".
@@ -41,5 +43,21 @@ inline std::vector<std::string> LisAvecExpat(const std::vector<std::filesystem::
   for (const auto& f : fichiers) commande += " '" + f.string() + "'";
   return essais::LignesDeCommande(commande);
 }
+
+// A fresh folder under the system's temporary one, removed with everything in it.
+class Dossier {
+ public:
+  Dossier()
+      : chemin_(std::filesystem::temp_directory_path() /
+                ("xml_" + std::to_string(::getpid()) + "_" + std::to_string(n_++))) {
+    std::filesystem::create_directories(chemin_);
+  }
+  ~Dossier() { std::filesystem::remove_all(chemin_); }
+  std::filesystem::path operator/(const std::string& nom) const { return chemin_ / nom; }
+
+ private:
+  static inline int n_ = 0;
+  std::filesystem::path chemin_;
+};
 
 }  // namespace sdd::tests_xml
