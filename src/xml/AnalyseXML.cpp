@@ -36,6 +36,10 @@ struct Etat {
   std::vector<Balise::Attribut> attributs;
   std::string nom;
   bool retourEnAttente = false;  // the last piece of an unfinished CDATA section ended with a CR
+  // Whether "xmlns:xml" appears in the bytes fed so far or in an entity's text (see
+  // DeclareEspaceXml), and the last bytes fed, for a name split between two pieces.
+  bool espaceXmlPossible = false;
+  std::string finPrecedente;
   // Entity contents are parsed by contexts of their own, whose positions count from the start
   // of the replacement text. Errors found there are placed at the outermost reference in the
   // document, as expat places them, and name the entities involved.
@@ -149,6 +153,59 @@ std::string_view NomQualifie(std::string& tampon, const xmlChar* prefixe, const 
   return tampon;
 }
 
+constexpr std::string_view kEspaceXml = "http://www.w3.org/XML/1998/namespace";
+
+// The name, in UTF-8 and in both UTF-16s: the bytes fed are the document's own.
+bool NommeEspaceXml(std::string_view octets) {
+  static const std::string kNoms[] = {std::string("xmlns:xml"),
+                                      std::string("x\0m\0l\0n\0s\0:\0x\0m\0l\0", 18),
+                                      std::string("\0x\0m\0l\0n\0s\0:\0x\0m\0l", 17)};
+  for (const std::string& nom : kNoms) {
+    if (octets.find(nom) != std::string_view::npos) return true;
+  }
+  return false;
+}
+
+// Watches the bytes fed for the name of the xml prefix's declaration, which is rare.
+void Surveille(Etat& e, std::string_view morceau) {
+  if (e.espaceXmlPossible) return;
+  e.finPrecedente.append(morceau.substr(0, 32));
+  e.espaceXmlPossible = NommeEspaceXml(e.finPrecedente) || NommeEspaceXml(morceau);
+  e.finPrecedente.assign(morceau.substr(morceau.size() - std::min<std::size_t>(morceau.size(), 32)));
+}
+
+// `xmlns:xml="http://www.w3.org/XML/1998/namespace"` is legal and redundant, and libxml2 drops
+// it before its callbacks. Whether the start tag just read declares it, from the tag's text
+// still in the parser's input: back to its "<" (which no attribute value holds), then its
+// attribute names, skipping quoted values. libxml2 refuses the declaration with any other
+// value, so its value is known.
+bool DeclareEspaceXml(const xmlParserCtxt* ctxt) {
+  const xmlParserInput* entree = ctxt->input;
+  if (entree == nullptr || entree->base == nullptr || entree->cur == nullptr) return false;
+  const char* debut = reinterpret_cast<const char*>(entree->base);
+  const char* fin = reinterpret_cast<const char*>(entree->cur);
+  const char* p = fin;
+  while (p > debut && *p != '<') --p;
+  if (*p != '<') return false;
+  const std::string_view balise(p + 1, static_cast<std::size_t>(fin - p - 1));
+  const auto espace = [](char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; };
+  std::size_t i = 0;
+  while (i < balise.size() && !espace(balise[i])) ++i;  // the element's name
+  while (i < balise.size()) {
+    while (i < balise.size() && espace(balise[i])) ++i;
+    const std::size_t nom = i;
+    while (i < balise.size() && !espace(balise[i]) && balise[i] != '=') ++i;
+    const std::string_view attribut = balise.substr(nom, i - nom);
+    while (i < balise.size() && balise[i] != '"' && balise[i] != '\'') ++i;
+    if (i == balise.size()) return false;
+    const std::size_t fermante = balise.find(balise[i], i + 1);
+    if (fermante == std::string_view::npos) return false;
+    if (attribut == "xmlns:xml") return true;
+    i = fermante + 1;
+  }
+  return false;
+}
+
 void DebutElement(void* ctx, const xmlChar* local, const xmlChar* prefixe, const xmlChar* /*uri*/,
                   int nbEspaces, const xmlChar** espaces, int nbAttributs, int /*nbParDefaut*/,
                   const xmlChar** attributs) {
@@ -183,6 +240,9 @@ void DebutElement(void* ctx, const xmlChar* local, const xmlChar* prefixe, const
       std::string nom = p.empty() ? std::string("xmlns") : "xmlns:" + std::string(p);
       taille += nom.size() + uri.size();
       e.attributs.push_back(Balise::Attribut{std::move(nom), std::string(uri)});
+    }
+    if (e.espaceXmlPossible && DeclareEspaceXml(static_cast<xmlParserCtxtPtr>(ctx))) {
+      e.attributs.push_back(Balise::Attribut{"xmlns:xml", std::string(kEspaceXml)});
     }
     for (int i = 0; i < nbAttributs; ++i) {
       const xmlChar** a = attributs + 5 * i;  // local, prefix, URI, value, end of value
@@ -283,22 +343,64 @@ void Instruction(void* ctx, const xmlChar* cible, const xmlChar* donnees) {
 // A CR in an internal entity's replacement text came from a character reference (&#13;): the
 // literal ones were made line feeds when the declaration was read. XML keeps it a CR, but
 // libxml2 reads the text again as input, which makes it a line feed; written back as a
-// reference it survives. Only in text without markup, where a reference means the same as the
-// character (inside a tag a CR is a space, which a reference cannot stand for).
+// reference it survives. Only in character data: inside a tag a CR is a space, which a
+// reference cannot stand for (and an attribute makes it a space anyway); comments, processing
+// instructions and CDATA sections hold no references, so theirs still become line feeds.
+std::string ReecritRetours(std::string_view texte) {
+  std::string sortie;
+  sortie.reserve(texte.size() + 16);
+  std::size_t i = 0;
+  while (i < texte.size()) {
+    if (texte[i] == '\r') {
+      sortie += "&#13;";
+      ++i;
+      continue;
+    }
+    if (texte[i] != '<') {
+      sortie += texte[i++];
+      continue;
+    }
+    std::size_t fin = texte.size();
+    std::string_view fermeture;
+    if (texte.substr(i, 4) == "<!--") {
+      fermeture = "-->";
+    } else if (texte.substr(i, 9) == "<![CDATA[") {
+      fermeture = "]]>";
+    } else if (texte.substr(i, 2) == "<?") {
+      fermeture = "?>";
+    }
+    if (!fermeture.empty()) {
+      const std::size_t k = texte.find(fermeture, i + 2);
+      if (k != std::string_view::npos) fin = k + fermeture.size();
+    } else {  // a tag: up to its ">", outside quoted values
+      char guillemet = 0;
+      for (std::size_t j = i + 1; j < texte.size(); ++j) {
+        const char c = texte[j];
+        if (guillemet != 0) {
+          if (c == guillemet) guillemet = 0;
+        } else if (c == '"' || c == '\'') {
+          guillemet = c;
+        } else if (c == '>') {
+          fin = j + 1;
+          break;
+        }
+      }
+    }
+    sortie.append(texte.substr(i, fin - i));
+    i = fin;
+  }
+  return sortie;
+}
+
 void EntiteDeclaree(void* ctx, const xmlChar* nom, int type, const xmlChar* publicId, const xmlChar* systemId,
                     xmlChar* contenu) {
   if (Arrete(EtatDe(ctx))) return;
   if (type == XML_INTERNAL_GENERAL_ENTITY && contenu != nullptr) {
     const std::string_view texte = Vue(contenu);
-    if (texte.find('\r') != std::string_view::npos && texte.find('<') == std::string_view::npos) {
-      std::string reecrit;
-      for (const char c : texte) {
-        if (c == '\r') {
-          reecrit += "&#13;";
-        } else {
-          reecrit += c;
-        }
-      }
+    // A character reference may have spelt the name in the declaration.
+    EtatDe(ctx).espaceXmlPossible |= texte.find("xmlns:xml") != std::string_view::npos;
+    if (texte.find('\r') != std::string_view::npos) {
+      const std::string reecrit = ReecritRetours(texte);
       std::vector<xmlChar> copie(reecrit.begin(), reecrit.end());
       copie.push_back(0);
       xmlSAX2EntityDecl(ctx, nom, type, publicId, systemId, copie.data());
@@ -531,6 +633,7 @@ void Analyse(SourceOctets& source, const OptionsParseurXML& options, Recepteur& 
   xmlCtxtUseOptions(ctxt, XML_PARSE_NOENT | XML_PARSE_NONET | (large ? XML_PARSE_HUGE : 0) |
                               (dejaDecode ? XML_PARSE_IGNORE_ENC : 0));
   etat.fourni = debut;
+  Surveille(etat, morceau.substr(0, debut));
   morceau.remove_prefix(debut);
 
   // Chunks of at most 1 MiB, so that a stop is noticed soon and int sizes never overflow.
@@ -539,6 +642,7 @@ void Analyse(SourceOctets& source, const OptionsParseurXML& options, Recepteur& 
     while (!morceau.empty() && !Arrete(etat)) {
       const std::size_t n = std::min(kMorceau, morceau.size());
       etat.fourni += n;
+      Surveille(etat, morceau.substr(0, n));
       xmlParseChunk(ctxt, morceau.data(), static_cast<int>(n), 0);
       morceau.remove_prefix(n);
     }

@@ -153,6 +153,12 @@ TEST(ParseurXML, NonValidesMaisBienFormesEtFinsDeLigneEnCData) {
       "<d><![CDATA[a\r\nb\rc]]></d>",
       "<d><![CDATA[a\r]]><![CDATA[\nb]]>\r\n<e/><![CDATA[\r]]></d>",
       longue,
+      // A CR written as a reference in an entity stays a CR in text, a space in a value.
+      "<!DOCTYPE d [<!ENTITY e \"<a b='x&#13;y'>p&#13;q<!--c&#13;-->r</a>&#13;\">]><d>&e;</d>",
+      // The xml prefix's own declaration, legal and redundant, which libxml2 drops; the same
+      // name inside a value declares nothing.
+      "<x xmlns:xml=\"http://www.w3.org/XML/1998/namespace\" a=\"xmlns:xml=\"><y xml:lang=\"fr\"/></x>",
+      "<x a=\"xmlns:xml=''\"/>",
   };
   Dossier dossier;
   std::vector<fs::path> fichiers;
