@@ -63,6 +63,7 @@ def cas():
                 rassemble(t, ici)
             elif t.tag == "TEST":
                 liste.append(dict(id=t.get("ID"), type=t.get("TYPE"), version=t.get("VERSION", ""),
+                                  espaces=t.get("NAMESPACE", "yes"),
                                   edition=t.get("EDITION", ""), rec=t.get("RECOMMENDATION", "XML1.0"),
                                   doc=ici / t.get("URI"), sortie=ici / t.get("OUTPUT") if t.get("OUTPUT") else None,
                                   premiere=False))
@@ -71,6 +72,7 @@ def cas():
     for f in sorted((XMLTEST / "valid/sa").glob("*.xml")):
         if (XMLTEST / "valid/sa/out" / f.name).exists():
             liste.append(dict(id="xmltest-valid-sa-" + f.stem, type="valid", version="", edition="", rec="XML1.0",
+                              espaces="yes",
                               doc=f, sortie=XMLTEST / "valid/sa/out" / f.name, premiere=True))
     return liste
 
@@ -79,6 +81,8 @@ def applicable(c, exclus):
     if c["version"] == "1.1" or c["rec"] in ("XML1.1", "NS1.1"):
         return False
     if c["edition"] and "5" not in c["edition"]:
+        return False
+    if c["espaces"] == "no":
         return False
     return c["id"] not in exclus
 

@@ -197,6 +197,11 @@ std::string RegleNonApplicable(const Cas& c) {
   if (!c.edition.empty() && c.edition.find('5') == std::string::npos) {
     return "éditions 1 à 4 seulement (nous suivons la 5e)";
   }
+  if (c.espaces == "no") {
+    return "noms qui ne respectent pas les espaces de noms (deux-points) : notre analyseur applique les "
+           "espaces de "
+           "noms";
+  }
   return {};
 }
 
@@ -291,7 +296,14 @@ TEST(ConformiteXML, SuiteW3CEtXmltest) {
   for (const Cas& c : cas) {
     vus.insert(c.id);
     std::string raison = RegleNonApplicable(c);
-    if (raison.empty() && nonApplicables.count(c.id)) raison = nonApplicables.at(c.id);
+    if (raison.empty() && nonApplicables.count(c.id)) {
+      raison = nonApplicables.at(c.id);
+      // The catalogue must agree that such a test uses entities: else the list hides a defect.
+      if (raison.find("externe") != std::string::npos) {
+        EXPECT_NE(c.entites, "none") << c.id
+                                     << " is listed as needing an outside resource, but uses no entity";
+      }
+    }
     if (!raison.empty()) {
       ++raisons[raison];
       continue;
