@@ -134,7 +134,6 @@ void AutomateAcycliqueMin::_LisEntete(FluxEntreeMemoire* flux, uint64_t position
   octetsNoeudSansCar_ = NbOctetsNoeudSansCar(e.largeur);
   base_ = position + e.taille;
   flux->Positionne(base_);
-  resumes_ = std::make_shared<detail::ResumesParesseux>();
   zone_ = static_cast<const uint8_t*>(flux->Ptr());
   if (racine_ == kAdrRacineInexistante) {
     nbFormes_ = 0;

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 
+#include "automates/IndexRacine.h"
 #include "automates/LecteurAutomate.h"
 #include "automates/ResumesEtats.h"
 
@@ -52,10 +53,11 @@ class GrapheAutomate {
   // The summaries of what lies below each state, computed on the first call for this lexicon
   // (threads wait for the one computing them); null when the bytes are damaged.
   const detail::ResumesEtats* Resumes() const {
-    detail::ResumesParesseux* p = l_.Paresseux();
-    if (p == nullptr) return nullptr;
-    std::call_once(p->calcules, [&] { p->resumes = detail::ResumesEtats::Calcule(l_); });
-    return p->resumes.get();
+    const detail::IndexRacine* index = l_.Index();
+    if (index == nullptr) return nullptr;  // the root is unreadable: the search will say so
+    detail::ResumesParesseux& p = index->resumes;
+    std::call_once(p.calcules, [&] { p.resumes = detail::ResumesEtats::Calcule(l_); });
+    return p.resumes.get();
   }
   [[noreturn]] static void Corrompu(uint64_t e) { detail::AutomateCorrompu(e); }
 

@@ -14,6 +14,7 @@
 #include <outils_socle/texte/Exception.h>
 
 #include "automates/LecteurAutomate.h"
+#include "automates/ResumesEtats.h"
 
 namespace sdd::detail {
 
@@ -25,13 +26,20 @@ struct IndexRacine {
   Rangs racine{};
   // For each character of the root, the table of the state it leads to, or -1.
   std::array<int16_t, kCarMax> enfant{};
-  std::vector<Rangs> enfants;
-  std::vector<uint64_t> adresses;  // of those states, per table
   // Whether a table lists every transition of its state (no character from kCarMax on, none
   // twice): only then may a walk that visits several characters' transitions use the table
   // instead of the state's whole list.
+  struct TableEnfant {
+    Rangs rangs;
+    uint64_t adresse;  // of the state
+    bool complete;
+  };
+  std::vector<TableEnfant> enfants;
   bool racineComplete = false;
-  std::vector<uint8_t> complets;  // per child table
+  // What the correction searches learn about the states, on the first one that needs it. It
+  // lives here because this table is made at opening and shared by copies of the lexicon,
+  // which read the same bytes: opening allocates nothing more for it.
+  mutable ResumesParesseux resumes;
 
   static bool Remplis(const uint8_t* transitions, uint32_t nb, uint32_t octets, Rangs& rangs) {
     bool complet = true;
@@ -50,8 +58,8 @@ struct IndexRacine {
                        bool complete) const {
     if (adresse == adresseRacine) return racineComplete || !complete ? &racine : nullptr;
     if (n != 1 || chemin[0] >= kCarMax || enfant[chemin[0]] < 0) return nullptr;
-    const auto k = static_cast<size_t>(enfant[chemin[0]]);
-    return adresses[k] == adresse && (complets[k] || !complete) ? &enfants[k] : nullptr;
+    const TableEnfant& t = enfants[static_cast<size_t>(enfant[chemin[0]])];
+    return t.adresse == adresse && (t.complete || !complete) ? &t.rangs : nullptr;
   }
 
   // Null when the root or a child cannot be read: the searches then meet the damage themselves
@@ -72,10 +80,10 @@ struct IndexRacine {
         const typename L::Etat e = l.LisEtat(adresse);
         if (e.nb < 4 || e.nb > 0xFFFF) continue;  // narrow states scan as fast
         index->enfant[c] = static_cast<int16_t>(index->enfants.size());
-        index->enfants.emplace_back();
-        index->enfants.back().fill(0);
-        index->adresses.push_back(adresse);
-        index->complets.push_back(Remplis(e.transitions, e.nb, L::kOctetsTransition, index->enfants.back()));
+        TableEnfant& table = index->enfants.emplace_back();
+        table.rangs.fill(0);
+        table.adresse = adresse;
+        table.complete = Remplis(e.transitions, e.nb, L::kOctetsTransition, table.rangs);
       }
       return index;
     } catch (const exceptions::Exception&) {

@@ -63,7 +63,6 @@ class LecteurAutomate {
   bool RecupereExclamation() const { return a_.recupereExclamation_; }
   bool RecupereTiret() const { return a_.recupereTiret_; }
   bool TempsEcoulay() const { return a_._TempsEcoulay(); }
-  detail::ResumesParesseux* Paresseux() const { return a_.resumes_.get(); }
   const detail::IndexRacine* Index() const { return a_.index_.get(); }
 
   // A state whose transitions all lie inside the area and that is final or has a transition,
@@ -134,7 +133,7 @@ class LecteurAutomate {
       numero += Compte(t);
       adresse = Cible(e, t);
       const int enfant = i == 0 ? index->enfant[mot[0]] : -1;
-      rangs = enfant >= 0 ? &index->enfants[static_cast<size_t>(enfant)] : nullptr;
+      rangs = enfant >= 0 ? &index->enfants[static_cast<size_t>(enfant)].rangs : nullptr;
     }
     for (; i < n; ++i) {
       const Etat e = LisEtat(adresse);

@@ -62,7 +62,6 @@ class OUTILS_SOCLE_EXPORT DelegueInterruptionAutomateAcycliqueMin {
 // except for time-limited prefix searches (option 0x20), whose start time is kept here.
 namespace detail {
 struct IndexRacine;
-struct ResumesParesseux;
 }  // namespace detail
 
 class OUTILS_SOCLE_EXPORT AutomateAcycliqueMin {
@@ -236,9 +235,6 @@ class OUTILS_SOCLE_EXPORT AutomateAcycliqueMin {
   std::shared_ptr<FluxEntreeMemoire> possede_;  // the mapped file when opened from a path
   std::shared_ptr<const detail::IndexRacine>
       index_;  // the root's and its children's transitions by character
-  // What lies below each state, computed by the first correction search that needs it and
-  // shared by copies (which read the same bytes).
-  std::shared_ptr<detail::ResumesParesseux> resumes_;
   FluxEntreeMemoire* flux_ = nullptr;
   const uint8_t* zone_ = nullptr;  // first byte of the state area
   uint8_t version_[4] = {0, 0, 0, 0};
