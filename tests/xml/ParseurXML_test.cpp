@@ -69,12 +69,10 @@ const std::vector<std::string>& DocumentsDeReference() {
   return documents;
 }
 
-}  // namespace
-
-TEST(ParseurXML, ChaqueConstructionCommeExpat) {
+// Each document, from memory and from a file, gives the tree Python's expat gives.
+void LusCommeParExpat(const std::vector<std::string>& documents) {
   Dossier dossier;
   std::vector<fs::path> fichiers;
-  const auto& documents = DocumentsDeReference();
   for (std::size_t i = 0; i < documents.size(); ++i) {
     fichiers.push_back(dossier / ("d" + std::to_string(i) + ".xml"));
     sdd::tests_xml::EcrisOctets(fichiers.back(), documents[i]);
@@ -88,6 +86,14 @@ TEST(ParseurXML, ChaqueConstructionCommeExpat) {
     EXPECT_EQ(Canonique(parseur.LisTexte(documents[i])), attendus[i]);
     EXPECT_EQ(Canonique(parseur.LisFichier(fichiers[i].string())), attendus[i]);
   }
+}
+
+}  // namespace
+
+TEST(ParseurXML, ChaqueConstructionCommeExpat) {
+  const auto& documents = DocumentsDeReference();
+  LusCommeParExpat(documents);
+  ParseurXML parseur;
   // Spot checks that say what the canonical forms mean.
   const Balise r = parseur.LisTexte(documents[0]);
   EXPECT_EQ(r.DonneAttribut("b"), "deux & <trois> \"x\"");
@@ -160,21 +166,8 @@ TEST(ParseurXML, NonValidesMaisBienFormesEtFinsDeLigneEnCData) {
       "<x xmlns:xml=\"http://www.w3.org/XML/1998/namespace\" a=\"xmlns:xml=\"><y xml:lang=\"fr\"/></x>",
       "<x a=\"xmlns:xml=''\"/>",
   };
-  Dossier dossier;
-  std::vector<fs::path> fichiers;
-  for (std::size_t i = 0; i < documents.size(); ++i) {
-    fichiers.push_back(dossier / ("v" + std::to_string(i) + ".xml"));
-    sdd::tests_xml::EcrisOctets(fichiers.back(), documents[i]);
-  }
-  const std::vector<std::string> attendus = sdd::tests_xml::LisAvecExpat(fichiers);
-  ASSERT_EQ(attendus.size(), documents.size());
+  LusCommeParExpat(documents);
   ParseurXML parseur;
-  for (std::size_t i = 0; i < documents.size(); ++i) {
-    SCOPED_TRACE(i);
-    ASSERT_NE(attendus[i], "REFUSE");
-    EXPECT_EQ(Canonique(parseur.LisTexte(documents[i])), attendus[i]);
-    EXPECT_EQ(Canonique(parseur.LisFichier(fichiers[i].string())), attendus[i]);
-  }
   EXPECT_EQ(parseur.LisTexte(documents[4]).Texte(), "a\nb\nc");
   EXPECT_EQ(parseur.LisTexte(documents[5]).Texte(), "a\n\nb\n");
 }
