@@ -57,15 +57,19 @@ uint64_t LongueurUnites(const char16_t* unites) {
 // ---- Buffer management
 
 ChaineN::ChaineN(const ChaineN& autre) noexcept : tampon_(autre.tampon_) {
+  if (EstCourte()) {
+    std::memcpy(court_, autre.court_, sizeof court_);
+    return;
+  }
   if (tampon_ == 0) return;
   uint64_t& compte = EstEmpruntee() ? Emprunte()->compte : Possede()->compte;
   Compte(compte).fetch_add(1, std::memory_order_relaxed);
 }
 
 ChaineN& ChaineN::operator=(const ChaineN& autre) noexcept {
-  if (tampon_ != autre.tampon_) {
+  if (this != &autre && (tampon_ != autre.tampon_ || EstCourte())) {
     ChaineN copie(autre);
-    std::swap(tampon_, copie.tampon_);
+    Echange(copie);
   }
   return *this;
 }
@@ -74,14 +78,26 @@ ChaineN& ChaineN::operator=(ChaineN&& autre) noexcept {
   if (this != &autre) {
     Relache();
     tampon_ = std::exchange(autre.tampon_, 0);
+    if (EstCourte()) std::memcpy(court_, autre.court_, sizeof court_);
   }
   return *this;
+}
+
+void ChaineN::Echange(ChaineN& autre) noexcept {
+  std::swap(tampon_, autre.tampon_);
+  char16_t court[kUnitesCourtes];
+  std::memcpy(court, court_, sizeof court);
+  std::memcpy(court_, autre.court_, sizeof court);
+  std::memcpy(autre.court_, court, sizeof court);
 }
 
 ChaineN::~ChaineN() { Relache(); }
 
 void ChaineN::Relache() noexcept {
-  if (tampon_ == 0) return;
+  if (tampon_ == 0 || EstCourte()) {
+    tampon_ = 0;
+    return;
+  }
   // A count of 1 seen here is ours alone: no other holder exists to raise it, so the buffer
   // goes without the cost of an atomic read-modify-write (most strings are never shared).
   if (EstEmpruntee()) {
@@ -99,6 +115,7 @@ void ChaineN::Relache() noexcept {
 }
 
 uint64_t ChaineN::Capacite() const {
+  if (EstCourte()) return kUnitesCourtes;
   if (tampon_ == 0) return 0;
   return EstEmpruntee() ? Emprunte()->longueur : Possede()->capacite;
 }
@@ -111,18 +128,27 @@ void ChaineN::Assure(uint64_t n) {
   static_assert(sizeof(_TamponPossede) == 24);
   const uint64_t capacite = Capacite();
   if (n == 0 || (tampon_ != 0 && capacite >= n)) return;
+  if (n <= kUnitesCourtes) {
+    // Empty, borrowed, shared or a small block: the units move inline.
+    const uint64_t longueur = Longueur();
+    std::memcpy(court_, DonneUnites(), longueur * 2);
+    Relache();
+    MetsCourte(longueur);
+    return;
+  }
   if (n > kCapaciteMax) throw std::bad_alloc();
   uint64_t c = capacite;
   while (c < n) c = 2 * c + 1;
   const uint64_t stockee = CapaciteArrondie(c);
 
-  if (tampon_ != 0 && !EstEmpruntee() && Compte(Possede()->compte).load(std::memory_order_acquire) == 1) {
+  if (tampon_ != 0 && !EstCourte() && !EstEmpruntee() &&
+      Compte(Possede()->compte).load(std::memory_order_acquire) == 1) {
     auto* t = static_cast<_TamponPossede*>(AlloueBloc(Possede(), stockee));
     t->capacite = stockee;
     tampon_ = reinterpret_cast<uintptr_t>(t);
     return;
   }
-  // No buffer, a shared one or a borrowed one: copy into a fresh owned block.
+  // No buffer, a short string, a shared block or a borrowed one: copy into a fresh owned block.
   auto* t = static_cast<_TamponPossede*>(AlloueBloc(nullptr, stockee));
   const uint64_t longueur = Longueur();
   t->longueur = longueur;
@@ -135,8 +161,9 @@ void ChaineN::Assure(uint64_t n) {
 }
 
 char16_t* ChaineN::Modifiable(uint64_t n) {
-  // The common case first: an owned buffer, held alone, already large enough.
-  if (tampon_ != 0 && !EstEmpruntee()) {
+  // The common cases first: a short string, or an owned buffer held alone, already large enough.
+  if (EstCourte() && n <= kUnitesCourtes) return court_;
+  if (tampon_ != 0 && !EstCourte() && !EstEmpruntee()) {
     _TamponPossede* t = Possede();
     if (t->capacite >= n && t->capacite > t->longueur &&
         Compte(t->compte).load(std::memory_order_acquire) == 1)
@@ -145,6 +172,7 @@ char16_t* ChaineN::Modifiable(uint64_t n) {
   const uint64_t longueur = Longueur();
   if (n < longueur + 1) n = longueur + 1;
   Assure(n);  // leaves a borrowed text owned, since its capacity is its length
+  if (EstCourte()) return court_;
   if (Compte(Possede()->compte).load(std::memory_order_acquire) > 1) {
     // Shared: copy into a buffer of the same capacity.
     const uint64_t capacite = Possede()->capacite;
@@ -160,6 +188,10 @@ char16_t* ChaineN::Modifiable(uint64_t n) {
 }
 
 void ChaineN::MetsLongueur(uint64_t n) {
+  if (EstCourte()) {
+    MetsCourte(n);
+    return;
+  }
   Possede()->longueur = n;
   Possede()->Unites()[n] = 0;
 }
@@ -172,8 +204,13 @@ ChaineN::ChaineN(const char16_t* unites, bool copie)
 ChaineN::ChaineN(const char16_t* unites, uint64_t n, bool copie) : tampon_(0) {
   if (n == 0) return;
   if (copie) {
-    // A copy of known length, the way searches build their answers by the thousand: one
-    // block of the exact size, straight.
+    // A copy of known length, the way searches build their answers by the thousand: inline
+    // when short, else one block of the exact size, straight.
+    if (n < kUnitesCourtes) {
+      std::memcpy(court_, unites, n * 2);
+      MetsCourte(n);
+      return;
+    }
     if (n >= kCapaciteMax) throw std::bad_alloc();
     const uint64_t capacite = CapaciteArrondie(n + 1);
     auto* t = static_cast<_TamponPossede*>(AlloueBloc(nullptr, capacite));
@@ -206,6 +243,10 @@ ChaineN::ChaineN(const std::string& octets, Codage codage) : tampon_(0) {
 
 ChaineN& ChaineN::Vide() {
   if (tampon_ == 0) return *this;
+  if (EstCourte()) {
+    MetsCourte(0);
+    return *this;
+  }
   if (EstEmpruntee() || Compte(Possede()->compte).load(std::memory_order_acquire) > 1)
     Relache();
   else
@@ -219,8 +260,14 @@ ChaineN& ChaineN::Mets(const char16_t* unites, uint64_t n) { return Remplace(0, 
 ChaineN& ChaineN::Mets(char16_t c) { return Remplace(0, Longueur(), &c, 1); }
 ChaineN& ChaineN::Mets(const char* octets, Codage codage) { return Vide().AjouteFin(octets, codage); }
 ChaineN& ChaineN::Mets(const char* octets, Codage codage, uint64_t n) {
-  // Reusing a buffer of our own, the common case in loops, decodes straight into it.
-  if (octets != nullptr && tampon_ != 0 && !EstEmpruntee()) {
+  // Reusing a buffer of our own, the common case in loops, decodes straight into it; n bytes
+  // never decode to more than n units.
+  if (octets != nullptr && EstCourte() && n < kUnitesCourtes) {
+    MetsCourte(
+        ConvertisseurChaineN::ConvertisseurPourCodage(codage).Decode(octets, n, court_, kUnitesCourtes));
+    return *this;
+  }
+  if (octets != nullptr && tampon_ != 0 && !EstCourte() && !EstEmpruntee()) {
     _TamponPossede* t = Possede();
     if (t->capacite > n && Compte(t->compte).load(std::memory_order_acquire) == 1) {
       const uint64_t ecrites =
@@ -243,8 +290,12 @@ ChaineN& ChaineN::Remplace(uint64_t position, uint64_t n, const char16_t* unites
   if (n == 0 && m == 0) return *this;
   // Keep the source alive and in place should the buffer move while we write.
   ChaineN garde;
+  // A short string's copy has units of its own: read from there.
   const char16_t* actuelles = DonneUnites();
-  if (m > 0 && unites >= actuelles && unites < actuelles + Capacite()) garde = *this;
+  if (m > 0 && unites >= actuelles && unites < actuelles + Capacite()) {
+    garde = *this;
+    unites = garde.DonneUnites() + (unites - actuelles);
+  }
 
   const uint64_t nouvelle = longueur - n + m;
   char16_t* u = Modifiable(nouvelle + 1);
@@ -271,7 +322,7 @@ ChaineN& ChaineN::InsereOctets(uint64_t position, const char* octets, Codage cod
   uint64_t besoin = n;
   if (n > 4096 && Capacite() < longueur + n + 1) besoin = convertisseur.CompteUnites(octets, n);
   char16_t* u = Modifiable(longueur + besoin + 1);
-  const uint64_t capacite = Possede()->capacite;
+  const uint64_t capacite = Capacite();
   const uint64_t ecrites = convertisseur.Decode(octets, n, u + longueur, capacite - longueur);
   // A converter that wrote past its room has corrupted memory: stop here rather than go on.
   if (longueur + ecrites >= capacite) LanceIndexHorsBorne(longueur + ecrites, 0, capacite);
@@ -490,7 +541,7 @@ ChaineN& ChaineN::Inverse() {
 // ---- Comparison
 
 bool ChaineN::Egal(const ChaineN& autre, Malgray m) const {
-  if (tampon_ == autre.tampon_ && tampon_ != 0) return true;
+  if (PartageTampon(autre)) return true;
   return Egal(autre.DonneUnites(), autre.Longueur(), m);
 }
 

@@ -16,21 +16,86 @@ namespace {
 using C = ChaineN;
 
 TEST(ChaineN, LaCopiePartageEtLaModificationDetache) {
-  ChaineN a("abc");
+  ChaineN a("une chaîne assez longue pour un bloc");
   ChaineN b = a;
   EXPECT_TRUE(b.PartageTampon(a));
   EXPECT_EQ(b.DonneUnites(), a.DonneUnites());
   b.AjouteFin(u'd');
   EXPECT_FALSE(b.PartageTampon(a));
-  EXPECT_EQ(Utf8(a), "abc");
-  EXPECT_EQ(Utf8(b), "abcd");
+  EXPECT_EQ(Utf8(a), "une chaîne assez longue pour un bloc");
+  EXPECT_EQ(Utf8(b), "une chaîne assez longue pour un blocd");
   ChaineN c = a;
-  c.MetsCarAIndex(0, u'X');
-  EXPECT_EQ(Utf8(a), "abc");
-  EXPECT_EQ(Utf8(c), "Xbc");
+  c.MetsCarAIndex(0, u'U');
+  EXPECT_EQ(Utf8(a), "une chaîne assez longue pour un bloc");
+  EXPECT_EQ(Utf8(c), "Une chaîne assez longue pour un bloc");
+  const char16_t* unites = c.DonneUnites();
   ChaineN d = std::move(c);
-  EXPECT_TRUE(c.EstVide());  // NOLINT(bugprone-use-after-move): moved-from is specified empty
-  EXPECT_EQ(Utf8(d), "Xbc");
+  EXPECT_TRUE(c.EstVide());            // NOLINT(bugprone-use-after-move): moved-from is specified empty
+  EXPECT_EQ(d.DonneUnites(), unites);  // the block moves with the string
+  EXPECT_EQ(Utf8(d), "Une chaîne assez longue pour un bloc");
+}
+
+// Up to 15 units a string holds its units itself: copies are independent from the start, and
+// crossing the limit either way keeps every unit.
+TEST(ChaineN, LesChainesCourtesTiennentDansLObjet) {
+  ChaineN a("abc");
+  ChaineN b = a;
+  EXPECT_FALSE(b.PartageTampon(a));
+  EXPECT_NE(b.DonneUnites(), a.DonneUnites());
+  EXPECT_EQ(a.Capacite(), ChaineN::kUnitesCourtes);
+  b.MetsCarAIndex(0, u'X');
+  EXPECT_EQ(Utf8(a), "abc");
+  EXPECT_EQ(Utf8(b), "Xbc");
+  EXPECT_EQ(a.DonneUnites()[3], u'\0');
+  EXPECT_EQ(std::u16string(a.PreteUniCString()), u"abc");
+  EXPECT_FALSE(a.Egal(ChaineN("abd")));  // same length, so the same tagged word: units decide
+  EXPECT_TRUE(a.Egal(ChaineN("abc")));
+
+  ChaineN c = std::move(b);
+  EXPECT_TRUE(b.EstVide());  // NOLINT(bugprone-use-after-move): moved-from is specified empty
+  EXPECT_EQ(Utf8(c), "Xbc");
+  c = a;
+  EXPECT_EQ(Utf8(c), "abc");
+  c = c;  // NOLINT(misc-redundant-expression): self-assignment keeps the units
+  EXPECT_EQ(Utf8(c), "abc");
+  b = std::move(c);
+  EXPECT_EQ(Utf8(b), "abc");
+
+  // 15 units stay inline, the 16th moves them to a block, and removal never loses one.
+  ChaineN s;
+  std::u16string attendu;
+  for (char16_t u = u'a'; u < u'a' + 15; ++u) {
+    s.AjouteFin(u);
+    attendu += u;
+  }
+  EXPECT_EQ(s.Capacite(), ChaineN::kUnitesCourtes);
+  s.AjouteFin(u'!');
+  attendu += u'!';
+  EXPECT_GT(s.Capacite(), ChaineN::kUnitesCourtes);
+  EXPECT_EQ(std::u16string(s.begin(), s.end()), attendu);
+  s.EnleveDebut(10);
+  EXPECT_EQ(std::u16string(s.begin(), s.end()), attendu.substr(10));
+
+  // A short string spliced from its own units, inline and across the limit.
+  ChaineN t("abcdef");
+  t.AjouteDebut(t.DonneUnites() + 2, 3);
+  EXPECT_EQ(Utf8(t), "cdeabcdef");
+  t.AjouteFin(t.DonneUnites(), 8);
+  EXPECT_EQ(Utf8(t), "cdeabcdefcdeabcde");
+  ChaineN u("xyz");
+  u.AjouteFin(u);
+  EXPECT_EQ(Utf8(u), "xyzxyz");
+
+  // Bytes decoded into a string reused in a loop, and a borrowed short text made owned.
+  ChaineN ligne("x");
+  ligne.Mets("ligne\xC3\xA9", C::kCodageUTF8, 7);
+  EXPECT_EQ(Utf8(ligne), "ligneé");
+  char16_t tableau[] = u"court";
+  ChaineN empruntee(tableau, false);
+  empruntee.AjouteFin(u'!');
+  EXPECT_FALSE(empruntee.EstEmpruntee());
+  EXPECT_EQ(Utf8(empruntee), "court!");
+  EXPECT_EQ(std::u16string(tableau), u"court");
 }
 
 TEST(ChaineN, LEmpruntNeCopiePasEtNEcritJamaisLeTableauDuClient) {
@@ -82,12 +147,12 @@ TEST(ChaineN, AjouterAElleMemeDouble) {
 TEST(ChaineN, CroissanceGeometriqueEtArrondiDuBloc) {
   ChaineN s;
   EXPECT_EQ(s.Capacite(), 0u);
-  s.AjouteFin(u'a');  // asks 2: 0 → 1 → 3, and 24 + 6 bytes round up to 32: 4 units
-  EXPECT_EQ(s.Capacite(), 4u);
-  s.AjouteFin(u"bc");  // 4 units fit
-  EXPECT_EQ(s.Capacite(), 4u);
-  s.AjouteFin(u'd');  // asks 5: 4 → 9, rounded to 10
-  EXPECT_EQ(s.Capacite(), 10u);
+  s.AjouteFin(u'a');  // asks 2: held inline
+  EXPECT_EQ(s.Capacite(), 16u);
+  s.AjouteFin(u"bcdefghijklmno");  // 15 units fit
+  EXPECT_EQ(s.Capacite(), 16u);
+  s.AjouteFin(u'p');  // asks 17: 16 → 33, and 24 + 66 bytes round up to 92: 34 units
+  EXPECT_EQ(s.Capacite(), 34u);
   // Amortised: a million appends go through a few dozen capacities.
   std::vector<uint64_t> capacites;
   ChaineN longue;
