@@ -31,7 +31,8 @@ class FluxSortie;
 // block share it (O(1)) and every change first unshares it, so a copy never sees another's
 // changes; a borrowed text is copied before the first change and the caller's array is never
 // written. Capacity grows c → 2c + 1, so repeated appends are amortised. A pointer from
-// DonneUnites() follows the string it came from: moving a short string moves its units.
+// DonneUnites() into a short string holds only while that object stays in place: moving the
+// string moves its units.
 //
 // Threads: copies that share one buffer may live on different threads (the count is atomic);
 // one object is for one thread at a time, notably because of its lending buffer.
