@@ -20,6 +20,7 @@
 #include <outils_socle/automates/CompilateurAutomateAcycliqueMin.h>
 
 #include <outils_socle/flux/TamponMemoire.h>
+#include "automates/IndexNumeros.h"
 #include "automates/ResumesEtats.h"
 
 namespace {
@@ -496,6 +497,21 @@ void BM_Resumes_Nous(benchmark::State& state) {
   state.counters["octets_par_etat"] = static_cast<double>(octets) / static_cast<double>(etats);
 }
 BENCHMARK(BM_Resumes_Nous)->Unit(benchmark::kMillisecond);
+
+// What the first number → form lookup of an opened lexicon builds once, the table of the
+// intervals of numbers below the first levels: time, intervals and memory.
+void BM_IndexNumeros_Nous(benchmark::State& state) {
+  Corpus& c = const_cast<Corpus&>(Donnees());
+  size_t octets = 0, intervalles = 0;
+  for (auto _ : state) {
+    const auto index = sdd::detail::IndexNumeros::Construis(sdd::LecteurAutomate<3>(*c.automate));
+    octets = index->Octets();
+    intervalles = index->Taille();
+  }
+  state.counters["intervalles"] = static_cast<double>(intervalles);
+  state.counters["octets"] = static_cast<double>(octets);
+}
+BENCHMARK(BM_IndexNumeros_Nous)->Unit(benchmark::kMicrosecond);
 
 // Opening a lexicon in memory: the header, the form count and the table of the first two
 // levels' transitions by character that the exact lookup uses.

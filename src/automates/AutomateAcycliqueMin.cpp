@@ -181,8 +181,14 @@ bool AutomateAcycliqueMin::FormePourNo(uint32_t numero, _Forme& forme) const {
   // The path on the stack, and the caller's string refilled in place: no allocation once it
   // has grown to the longest form.
   PileLocale<char16_t, 512> chemin;
-  const bool trouve = largeurAdresse_ == 3 ? LecteurAutomate<3>(*this).FormePourNo(numero, chemin)
-                                           : LecteurAutomate<4>(*this).FormePourNo(numero, chemin);
+  bool trouve = false;
+  if (largeurAdresse_ == 3) {
+    const LecteurAutomate<3> l(*this);
+    trouve = l.FormePourNo(numero, chemin, index_ != nullptr ? index_->Numeros(l) : nullptr);
+  } else {
+    const LecteurAutomate<4> l(*this);
+    trouve = l.FormePourNo(numero, chemin, index_ != nullptr ? index_->Numeros(l) : nullptr);
+  }
   if (!trouve) return false;
   forme.forme.Mets(chemin.Donnees(), static_cast<uint64_t>(chemin.Taille()));
   forme.numero = numero;

@@ -13,6 +13,7 @@
 
 #include <outils_socle/texte/Exception.h>
 
+#include "automates/IndexNumeros.h"
 #include "automates/LecteurAutomate.h"
 #include "automates/ResumesEtats.h"
 
@@ -40,6 +41,14 @@ struct IndexRacine {
   // lives here because this table is made at opening and shared by copies of the lexicon,
   // which read the same bytes: opening allocates nothing more for it.
   mutable ResumesParesseux resumes;
+  // Where number → form starts, on the first such lookup; shared the same way.
+  mutable IndexNumerosParesseux numeros;
+
+  template <int A>
+  const IndexNumeros* Numeros(const LecteurAutomate<A>& l) const {
+    std::call_once(numeros.construit, [&] { numeros.index = IndexNumeros::Construis(l); });
+    return numeros.index.get();
+  }
 
   static bool Remplis(const uint8_t* transitions, uint32_t nb, uint32_t octets, Rangs& rangs) {
     bool complet = true;

@@ -146,12 +146,20 @@ class LecteurAutomate {
   }
 
   // Straight descent: in each state the wanted number lies below the first stored transition
-  // whose count does not pass it, or is the state's own end of form.
-  template <typename Chemin>  // std::u16string, or anything with clear() and push_back()
-  bool FormePourNo(uint32_t numero, Chemin& chemin) const {
+  // whose count does not pass it, or is the state's own end of form. `index` (may be null)
+  // gives the first two steps at once, for a number below N.
+  template <typename Chemin, typename Index>  // Chemin: anything with clear() and push_back()
+  bool FormePourNo(uint32_t numero, Chemin& chemin, const Index* index) const {
     uint64_t adresse = racine_;
     uint32_t reste = numero;
     chemin.clear();
+    if (index != nullptr) {
+      const auto& intervalle = index->Trouve(numero);
+      for (uint32_t k = 0; k < intervalle.profondeur; ++k) chemin.push_back(intervalle.cars[k]);
+      if (intervalle.forme) return true;
+      adresse = intervalle.adresse;
+      reste = numero - intervalle.debut;
+    }
     for (;;) {
       const Etat e = LisEtat(adresse);
       if (reste == 0 && e.final) return true;
