@@ -7,7 +7,9 @@
 
 #include <random>
 #include <string>
+#include <thread>
 #include <utility>
+#include <vector>
 
 #include "automates/Aides.h"
 #include "automates/IndexNumeros.h"
@@ -98,6 +100,36 @@ TEST(IndexNumeros, LaListeFrancaise) {
     }
     precedent = &i;
   }
+}
+
+// The first lookups of four threads on copies of a lexicon just opened: one of them builds
+// the table, the others wait for it, and every form is the plain descent's.
+TEST(IndexNumeros, QuatreFilsSurUnLexiqueNeuf) {
+  std::vector<std::u16string> mots;
+  for (char16_t a = u'a'; a <= u'z'; ++a) {
+    for (char16_t b = u'a'; b <= u'm'; ++b) mots.push_back({a, b, u'o', b, a});
+  }
+  TamponSur t(essais::Compile(mots));
+  AutomateAcycliqueMin partage(&*t);
+  std::vector<std::u16string> attendus(partage.NombreDeFormes());
+  const LecteurAutomate<3> l(partage);
+  for (uint32_t n = 0; n < partage.NombreDeFormes(); ++n) {
+    ASSERT_TRUE(l.FormePourNo(n, attendus[n], static_cast<const IndexNumeros*>(nullptr)));
+  }
+  std::vector<int> erreurs(4, 0);
+  std::vector<std::thread> fils;
+  for (size_t f = 0; f < 4; ++f) {
+    fils.emplace_back([&, f] {
+      const AutomateAcycliqueMin copie(partage);
+      AutomateAcycliqueMin::_Forme forme;
+      for (uint32_t k = 0; k < copie.NombreDeFormes(); ++k) {
+        const uint32_t n = static_cast<uint32_t>((k + 97 * f) % copie.NombreDeFormes());
+        if (!copie.FormePourNo(n, forme) || essais::U16(forme.forme) != attendus[n]) ++erreurs[f];
+      }
+    });
+  }
+  for (auto& f : fils) f.join();
+  EXPECT_EQ(erreurs, std::vector<int>(4, 0));
 }
 
 // Counts that overlap or leave a gap: no table, and the lexicon's own lookups answer as the
