@@ -147,7 +147,7 @@ class LecteurAutomate {
 
   // Straight descent: in each state the wanted number lies below the first stored transition
   // whose count does not pass it, or is the state's own end of form. `index` (may be null)
-  // gives the first two steps at once, for a number below N.
+  // gives the steps through the first levels at once, for a number below N.
   template <typename Chemin, typename Index>  // Chemin: anything with clear() and push_back()
   bool FormePourNo(uint32_t numero, Chemin& chemin, const Index* index) const {
     uint64_t adresse = racine_;
