@@ -70,9 +70,14 @@ void OrdonnePourStockage(const EtatC* e, std::vector<TransitionC>& tri, std::vec
 // One walk over the reachable states, children before parents, each state's children in
 // storage order: the order in which the states are written.
 struct Disposition {
+  // What the later passes need of a state, copied while the walk has its line at hand: the
+  // states lie scattered over the pools, and each pass that went back to them would pay a
+  // cache miss per state.
   struct Info {
     EtatC* etat;
     uint32_t debut;  // first of its transitions in `transitions`
+    uint32_t nb;
+    bool final;
     uint32_t nbParents = 0;
   };
   std::vector<Info> infos;         // by first visit
@@ -89,13 +94,20 @@ struct Disposition {
     if (lexique.racine == nullptr) return;
     std::lock_guard<std::mutex> verrou(lexique.ecriture);
     const uint32_t epoque = ++lexique.epoque;
+    // The registered states bound the reachable ones: sized once, the arrays are never copied
+    // as they grow (on a large lexicon they hold hundreds of megabytes).
+    const size_t etats = lexique.registre.Taille();
+    infos.reserve(etats);
+    ordre.reserve(etats);
+    transitions.reserve(lexique.transitions);
     std::vector<EtatC*> cibles;
+    cibles.reserve(lexique.transitions);
     std::vector<TransitionC> tri;
     std::vector<uint32_t> comptes;
     auto visite = [&](EtatC* e) {
       e->epoque = epoque;
       e->indice = static_cast<uint32_t>(infos.size());
-      infos.push_back({e, static_cast<uint32_t>(transitions.size())});
+      infos.push_back({e, static_cast<uint32_t>(transitions.size()), e->nb, e->final});
       OrdonnePourStockage(e, tri, comptes);
       for (size_t i = 0; i < tri.size(); ++i) {
         transitions.push_back({tri[i].car, comptes[i], 0});
@@ -114,7 +126,7 @@ struct Disposition {
     while (!pile.empty()) {
       Cadre& c = pile.back();
       const Info& info = infos[c.indice];
-      if (c.suivant < info.etat->nb) {
+      if (c.suivant < info.nb) {
         const uint32_t t = info.debut + c.suivant++;
         EtatC* enfant = cibles[t];
         // The target's index is read with its mark, while its line is at hand.
@@ -146,7 +158,7 @@ struct Disposition {
       const Info& info = infos[i];
       adresses[i] = static_cast<uint32_t>(adresse);
       racine = adresse;
-      adresse += 2 + static_cast<uint64_t>(info.etat->nb) * (a + 5);
+      adresse += 2 + static_cast<uint64_t>(info.nb) * (a + 5);
       if (parents) adresse += 2 + static_cast<uint64_t>(info.nbParents) * (a + 5);
     }
     tailleZone = adresse;
@@ -167,8 +179,8 @@ void FormesParNumero(const Disposition& d, F&& rend) {
   };
   std::vector<Cadre> pile;
   auto entre = [&](uint32_t i) {
-    if (d.infos[i].etat->final) rend(ChaineN(chemin.data(), uint64_t{chemin.size()}));
-    pile.push_back({i, d.infos[i].etat->nb});
+    if (d.infos[i].final) rend(ChaineN(chemin.data(), uint64_t{chemin.size()}));
+    pile.push_back({i, d.infos[i].nb});
   };
   entre(d.Racine());
   while (!pile.empty()) {
@@ -500,6 +512,7 @@ void CompilateurAutomateAcycliqueMin::FusionneParties(uint64_t debut, uint64_t f
     partie.racine = nullptr;
     partie.arenes.clear();
     partie.registre = detail::Registre();
+    partie.transitions = 0;
     StVerrouilleDMutex v(verrou);
     if (progression_ != nullptr) progression_->Avance(++*faits, total);
   }
@@ -589,7 +602,7 @@ uint64_t CompilateurAutomateAcycliqueMin::FormeCompactay(FluxSortie& sortie,
   // A state's header holds twice its transition count plus the final bit in 16 bits, and
   // its parent count in 16 bits.
   for (const auto& info : d.infos) {
-    if (info.etat->nb > 0x7FFF || (parents && info.nbParents > 0xFFFF)) {
+    if (info.nb > 0x7FFF || (parents && info.nbParents > 0xFFFF)) {
       throw exceptions::OperationInvalide(
           N_("Automate : état de plus de 32 767 transitions ou 65 535 parents"));
     }
@@ -609,12 +622,12 @@ uint64_t CompilateurAutomateAcycliqueMin::FormeCompactay(FluxSortie& sortie,
     std::vector<uint32_t> rempli(debutLiens.begin(), debutLiens.end() - 1);
     for (uint32_t i : d.ordre) {
       const auto& info = d.infos[i];
-      for (uint32_t k = 0; k < info.etat->nb; ++k)
+      for (uint32_t k = 0; k < info.nb; ++k)
         liens[rempli[d.transitions[info.debut + k].cible]++] = info.debut + k;
     }
     parentDe.resize(d.transitions.size());
     for (uint32_t i = 0; i < d.infos.size(); ++i) {
-      for (uint32_t k = 0; k < d.infos[i].etat->nb; ++k) parentDe[d.infos[i].debut + k] = i;
+      for (uint32_t k = 0; k < d.infos[i].nb; ++k) parentDe[d.infos[i].debut + k] = i;
     }
   }
 
@@ -645,12 +658,11 @@ uint64_t CompilateurAutomateAcycliqueMin::FormeCompactay(FluxSortie& sortie,
   const size_t octetsTransition = static_cast<size_t>(a) + 5;
   for (uint32_t i : d.ordre) {
     const auto& info = d.infos[i];
-    const EtatC* e = info.etat;
-    const size_t taille = 4 + (e->nb + (parents ? info.nbParents : 0)) * octetsTransition;
+    const size_t taille = 4 + (info.nb + (parents ? info.nbParents : 0)) * octetsTransition;
     if (static_cast<size_t>(tampon.get() + kTampon - p) < taille) vide();
-    Mets16(p, 2 * e->nb + (e->final ? 1 : 0));
+    Mets16(p, 2 * info.nb + (info.final ? 1 : 0));
     const TransitionOrdonnee* t = &d.transitions[info.debut];
-    for (uint32_t k = 0; k < e->nb; ++k, ++t) {
+    for (uint32_t k = 0; k < info.nb; ++k, ++t) {
       Mets16(p, t->car);
       Mets24(p, t->compte);
       MetsAdresse(p, d.adresses[t->cible], a);

@@ -67,6 +67,7 @@ EtatC* LexiqueCompile::Adopte(const EtatC& e) {
       e.nb == 0 ? nullptr : static_cast<TransitionC*>(arene.Alloue(sizeof(TransitionC) * e.nb));
   std::copy(e.transitions, e.transitions + e.nb, etat->transitions);
   registre.Ajoute(etat);
+  transitions += etat->nb;
   return etat;
 }
 

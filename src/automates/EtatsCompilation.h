@@ -133,6 +133,7 @@ struct LexiqueCompile {
   EtatC* racine = nullptr;
   Registre registre;
   std::vector<std::shared_ptr<Arene>> arenes{std::make_shared<Arene>()};
+  uint64_t transitions = 0;  // over the registered states: the layout sizes its arrays by it
   mutable uint32_t epoque = 0;
   mutable std::mutex ecriture;  // the layout passes mark states; copies of a compiler share them
 
