@@ -1,6 +1,7 @@
 // The table that starts number → form a few levels down: intervals worked out by hand on the
-// stored example, the same forms as the plain descent on random lexicons and on the French
-// list, and counts that do not cut their range.
+// stored example, the same forms as the plain descent on random lexicons (the French list's
+// numbering is checked against the compiler in Automate_test), and counts that do not cut
+// their range.
 #include <outils_socle/automates/AutomateAcycliqueMin.h>
 
 #include <gtest/gtest.h>
@@ -77,28 +78,6 @@ TEST(IndexNumeros, LesFormesDeLaDescenteSurDesLexiquesAuHasard) {
     AutomateAcycliqueMin a(&*t);
     SCOPED_TRACE(essai);
     CompareALaDescente(a);
-  }
-}
-
-TEST(IndexNumeros, LaListeFrancaise) {
-  const auto mots = essais::ListeFrancaise();
-  TamponSur t(essais::Compile(mots));
-  AutomateAcycliqueMin a(&*t);
-  CompareALaDescente(a);
-  const auto index = IndexNumeros::Construis(LecteurAutomate<3>(a));
-  // The intervals start at 0 and ascend; each state interval is four characters down.
-  EXPECT_EQ(index->Trouve(0).debut, 0u);
-  const IndexNumeros::Intervalle* precedent = nullptr;
-  for (uint32_t n = 0; n < a.NombreDeFormes(); n += 97) {
-    const IndexNumeros::Intervalle& i = index->Trouve(n);
-    EXPECT_LE(i.debut, n);
-    if (!i.forme) {
-      EXPECT_EQ(i.profondeur, IndexNumeros::kProfondeur);
-    }
-    if (precedent != nullptr) {
-      EXPECT_LE(precedent->debut, i.debut);
-    }
-    precedent = &i;
   }
 }
 
