@@ -112,6 +112,14 @@ const ResumesEtats::Planchers& ResumesEtats::PlanchersFrancais() const {
       for (const char16_t precedent : alphabet_)
         insertion = std::min(insertion, modele.CoutInsertion(c, precedent));
       planchersFrancais_.substitutions.push_back(CalculeSubstitutionMinimale(modele, c));
+      const bool table = alphabet_.size() <= kAlphabetMaxCouts;
+      uint32_t autre = UINT32_MAX;
+      for (const char16_t d : alphabet_) {
+        const uint32_t cout = d != c ? modele.CoutSubstitution(c, d) : 0;
+        if (d != c) autre = std::min(autre, cout);
+        if (table) planchersFrancais_.couts.push_back(cout);
+      }
+      planchersFrancais_.autres.push_back(autre);
     }
     planchersFrancais_.insertion = insertion == UINT32_MAX ? 0 : insertion;
   });
@@ -142,6 +150,27 @@ uint32_t ResumesEtats::SubstitutionMinimale(const ProbabiliteTransformation& mod
     }
   }
   return CalculeSubstitutionMinimale(modele, tape);
+}
+
+const uint32_t* ResumesEtats::CoutsSubstitution(const ProbabiliteTransformation& modele,
+                                                char16_t tape) const {
+  if (&modele != &ProbabiliteTransformation::Francais()) return nullptr;
+  const Planchers& p = PlanchersFrancais();
+  const int k = RangAlphabet(tape);
+  if (p.couts.empty() || k < 0) return nullptr;
+  return &p.couts[static_cast<size_t>(k) * alphabet_.size()];
+}
+
+uint32_t ResumesEtats::SubstitutionMinimaleAutre(const ProbabiliteTransformation& modele,
+                                                 char16_t tape) const {
+  if (&modele != &ProbabiliteTransformation::Francais()) return 0;
+  const Planchers& p = PlanchersFrancais();
+  if (p.autres.empty()) return 0;
+  const int k = RangAlphabet(tape);
+  if (k >= 0) return p.autres[static_cast<size_t>(k)];
+  uint32_t autre = UINT32_MAX;  // a typed character no form holds: every character is another
+  for (const char16_t c : alphabet_) autre = std::min(autre, modele.CoutSubstitution(tape, c));
+  return autre;
 }
 
 }  // namespace sdd::detail

@@ -16,6 +16,7 @@
 // Damaged bytes anywhere the walk reaches make the summaries unavailable rather than throw:
 // the searches then run as they do without them and meet the damage themselves.
 
+#include <algorithm>
 #include <bit>
 #include <cstdint>
 #include <cstring>
@@ -81,6 +82,21 @@ class OUTILS_SOCLE_EXPORT ResumesEtats {
   // The cheapest substitution of the typed `tape` by a character of the alphabet in another
   // letter class: what a typed letter costs where no form below has its class.
   uint32_t SubstitutionMinimale(const ProbabiliteTransformation& modele, char16_t tape) const;
+  // The cheapest substitution of the typed `tape` by any other character of the alphabet:
+  // what a path pays at least for a character other than `tape` in its place. 0, "no floor
+  // known", for another model.
+  uint32_t SubstitutionMinimaleAutre(const ProbabiliteTransformation& modele, char16_t tape) const;
+  // The model's cost of substituting the typed `tape` by each character of the alphabet
+  // (indexed by RangAlphabet; 0 for `tape` itself), which a search would otherwise ask of the
+  // model once per pair it meets. Null for another model, a typed character outside the
+  // alphabet, or an alphabet past kAlphabetMaxCouts characters.
+  static constexpr size_t kAlphabetMaxCouts = 128;
+  const uint32_t* CoutsSubstitution(const ProbabiliteTransformation& modele, char16_t tape) const;
+  // The place of c in Alphabet(), or -1.
+  int RangAlphabet(char16_t c) const {
+    const auto k = std::lower_bound(alphabet_.begin(), alphabet_.end(), c);
+    return k != alphabet_.end() && *k == c ? static_cast<int>(k - alphabet_.begin()) : -1;
+  }
 
   size_t Octets() const { return mots_.size() * sizeof(Mot) + resumes_.size() + alphabet_.size() * 2; }
   size_t NbEtats() const { return resumes_.size() / kOctetsResume; }
@@ -109,6 +125,8 @@ class OUTILS_SOCLE_EXPORT ResumesEtats {
   struct Planchers {
     uint32_t insertion = 0;
     std::vector<uint32_t> substitutions;  // per character of the alphabet
+    std::vector<uint32_t> autres;         // the same, any other character
+    std::vector<uint32_t> couts;          // [tape × A + stocke], for alphabets up to kAlphabetMaxCouts
   };
   const Planchers& PlanchersFrancais() const;
   uint32_t CalculeSubstitutionMinimale(const ProbabiliteTransformation& modele, char16_t tape) const;
