@@ -8,8 +8,8 @@
 #include <vector>
 
 #include <outils_socle/automates/AutomateAcycliqueMin.h>
-#include <outils_socle/conteneurs/EnsembleTriay.h>
 
+#include "automates/EnsemblePositions.h"
 #include "automates/GrapheAutomate.h"
 #include "automates/MarcheInsensible.h"
 #include "automates/PileLocale.h"
@@ -33,21 +33,20 @@ class MarcheFormes {
                   RecuperationForme recuperation) const {
     ChaineN copie;
     if (!detail::PrepareMot(mot, options.drapeaux, copie)) return;
-    EnsembleTriay<_Position> positions;
+    detail::EnsemblePositions positions;
     MarcheInsensible<G>(g_).Cherche(copie, mot, options, false, recuperation, positions);
     auto ajoute = [&](const _Position* p) {
       _Forme& f = formes.Ajoute(_Forme{});
-      f.forme = p->texte;
+      f.forme = std::move(const_cast<_Position*>(p)->texte);  // the places are ours, and done with
       f.numero = p->numero;
       f.rang1 = p->rang1;
       f.rang2 = p->rang2;
       f.detail = p->detail;
       f.valeur = p->valeur;
     };
-    auto premiere = positions.begin();
-    if (premiere == positions.end()) return;
-    if (std::next(premiere) == positions.end()) {
-      ajoute(&*premiere);  // the usual answer: one form, nothing to rank
+    if (positions.Taille() == 0) return;
+    if (positions.Taille() == 1) {
+      ajoute(&positions[0]);  // the usual answer: one form, nothing to rank
       return;
     }
     for (const _Position* p : MarcheInsensible<G>::Classe(positions)) ajoute(p);
@@ -79,7 +78,7 @@ class MarcheFormes {
   // length, number)`, which returns false to stop; false when it or the clock stopped the walk.
   template <typename Recepteur>
   bool Visite(const ListeT<ChaineN>& prefixes, _OptionRecherche options, Recepteur&& recoit) {
-    EnsembleTriay<_Position> positions;
+    detail::EnsemblePositions positions;
     for (const ChaineN& prefixe : prefixes) {
       ChaineN copie;
       if (!detail::PrepareMot(prefixe, options.drapeaux, copie)) continue;

@@ -26,6 +26,7 @@
 #include <outils_socle/conteneurs/EnsembleTriay.h>
 #include <outils_socle/texte/RechercheFormes.h>
 
+#include "automates/EnsemblePositions.h"
 #include "automates/IndexRacine.h"
 #include "automates/MemoMarche.h"
 #include "texte/Malgray.h"
@@ -47,22 +48,13 @@ inline bool PrepareMot(const ChaineN& mot, uint32_t drapeaux, ChaineN& copie) {
   return true;
 }
 
-// Adds a place to the set; of two equal places the better ranked stays (smaller rang1, then
-// smaller rang2), and a provisional one always gives way to a firm one.
+// Adds a place to the set, by the rule of GardeLaMieuxClassee.
 inline void AjoutePosition(EnsembleTriay<AutomateAcycliqueMin::_Position>& positions,
                            const AutomateAcycliqueMin::_Position& position) {
   bool present = false;
   const auto& stockee = positions.Insere(position, &present);
-  if (!present) return;
   // Only the ranking fields change, never the key, so the set's order is untouched.
-  auto& s = const_cast<AutomateAcycliqueMin::_Position&>(stockee);
-  const bool meilleure = position.rang1 < s.rang1 || (position.rang1 == s.rang1 && position.rang2 < s.rang2);
-  if (meilleure || (s.provisoire && !position.provisoire)) {
-    s.provisoire = position.provisoire;
-    s.rang1 = position.rang1;
-    s.rang2 = position.rang2;
-    s.detail = position.detail;
-  }
+  if (present) GardeLaMieuxClassee(const_cast<AutomateAcycliqueMin::_Position&>(stockee), position);
 }
 
 }  // namespace detail
@@ -81,15 +73,15 @@ class MarcheInsensible {
   // The places that `copie` (the word as prepared; `mot` as the caller gave it) reaches: where
   // a form ends, or in prefix mode anywhere; `recuperation` (null in prefix mode) judges each.
   void Cherche(const ChaineN& copie, const ChaineN& mot, const OptionRecherche& options, bool prefixe,
-               RecuperationForme recuperation, EnsembleTriay<_Position>& positions) const {
+               RecuperationForme recuperation, detail::EnsemblePositions& positions) const {
     Marche m(copie, mot, options, prefixe, recuperation, positions, g_.NbFormes());
     Avance(m, g_.Racine(), 0, 0, 0, 0, 0);
   }
 
   // Best first: rank, then number.
-  static std::vector<const _Position*> Classe(const EnsembleTriay<_Position>& positions) {
+  static std::vector<const _Position*> Classe(const detail::EnsemblePositions& positions) {
     std::vector<const _Position*> v;
-    for (const _Position& p : positions) v.push_back(&p);
+    for (size_t i = 0; i < positions.Taille(); ++i) v.push_back(&positions[i]);
     if (v.size() > 1) {
       std::sort(v.begin(), v.end(), [](const _Position* x, const _Position* y) {
         if (x->rang1 != y->rang1) return x->rang1 < y->rang1;
@@ -105,7 +97,7 @@ class MarcheInsensible {
 
   struct Marche {
     Marche(const ChaineN& copie, const ChaineN& original, const OptionRecherche& options, bool enPrefixe,
-           RecuperationForme rec, EnsembleTriay<_Position>& ens, uint32_t nbFormes)
+           RecuperationForme rec, detail::EnsemblePositions& ens, uint32_t nbFormes)
         : q(copie.DonneUnites()),
           m(static_cast<uint32_t>(copie.Longueur())),
           masque(static_cast<uint16_t>(options.valeur == 0 ? 0xF : options.valeur & 0xF)),
@@ -128,7 +120,7 @@ class MarcheInsensible {
     bool prefixe;
     const ChaineN* mot;
     RecuperationForme recuperation;
-    EnsembleTriay<_Position>& positions;
+    detail::EnsemblePositions& positions;
     const char16_t* table;  // the fold of every unit
     // Bounds on damaged bytes. A correct lexicon reaches each form by one path, so the places
     // where the walk ends (forms, or prefix positions, with their "!" and "-" twins) are at
@@ -366,7 +358,7 @@ class MarcheInsensible {
       RecuperationFormeParams params{m.mot, &p.texte, p.numero, p.rang1, p.rang2, p.detail};
       if (!m.recuperation(params)) return;
     }
-    detail::AjoutePosition(m.positions, p);
+    m.positions.Ajoute(p);
   }
 
   const G& g_;

@@ -8,7 +8,6 @@
 #include <vector>
 
 #include <outils_socle/automates/ProbabiliteTransformation.h>
-#include <outils_socle/conteneurs/EnsembleTriay.h>
 #include <outils_socle/conteneurs/TableChaineNoyau.h>
 #include <outils_socle/texte/Exception.h>
 #include <outils_socle/texte/UniCaractere.h>
@@ -52,9 +51,9 @@ TableChaineNoyau::_Forme FormeDe(const MarcheInsensible<GrapheTable>::_Position&
 
 // Best first: rank, then tree order.
 std::vector<const MarcheInsensible<GrapheTable>::_Position*> Classe(
-    const EnsembleTriay<MarcheInsensible<GrapheTable>::_Position>& positions) {
+    const detail::EnsemblePositions& positions) {
   std::vector<const MarcheInsensible<GrapheTable>::_Position*> v;
-  for (const auto& p : positions) v.push_back(&p);
+  for (size_t i = 0; i < positions.Taille(); ++i) v.push_back(&positions[i]);
   std::sort(v.begin(), v.end(), [](const auto* x, const auto* y) {
     if (x->rang1 != y->rang1) return x->rang1 < y->rang1;
     if (x->rang2 != y->rang2) return x->rang2 < y->rang2;
@@ -93,7 +92,7 @@ bool TableChaineNoyau::FormesPour(const ChaineN& mot, _OptionRecherche options, 
   ChaineN copie;
   if (!detail::PrepareMot(mot, options.drapeaux, copie)) return true;
   const GrapheTable g = TableChaineRecherches::Graphe(*this, false);
-  EnsembleTriay<MarcheInsensible<GrapheTable>::_Position> positions;
+  detail::EnsemblePositions positions;
   MarcheInsensible<GrapheTable>(g).Cherche(copie, mot, options, false, recuperation, positions);
   uint64_t n = 0;
   for (const auto* p : Classe(positions)) {
@@ -117,7 +116,7 @@ bool TableChaineNoyau::FormesCommencant(const ListeT<ChaineN>& prefixes, _Option
   if (recuperation == nullptr) recuperation = RecuperationFormeTelQuelAccepte;
   const bool chrono = options.drapeaux & OptionRecherche::kTempsLimite;
   const GrapheTable g = TableChaineRecherches::Graphe(*this, chrono);
-  EnsembleTriay<MarcheInsensible<GrapheTable>::_Position> positions;
+  detail::EnsemblePositions positions;
   for (const ChaineN& prefixe : prefixes) {
     ChaineN copie;
     if (!detail::PrepareMot(prefixe, options.drapeaux, copie)) continue;
