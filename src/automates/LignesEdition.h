@@ -204,6 +204,26 @@ class LignesEdition {
     return tient && s.nb > 0 ? s : Suites{};
   }
 
+  // Whether every form below a path (row `ligne`, band ba; the row above `avant`, band bb,
+  // null at depth 1; last character `dernier`) within the bound is the path followed by a
+  // rest of the typed word as it stands, from a cell of the row within the bound: when no
+  // edit with a cost is affordable from any such cell, nor a swap ending one level down.
+  // The search then follows those rests instead of computing rows.
+  bool QueDesExactes(const uint32_t* ligne, Bande ba, const uint32_t* avant, Bande bb, char16_t dernier,
+                     uint32_t borne) const {
+    if (ecartMin_.empty() || ba.lo > ba.hi) return false;
+    for (uint32_t j = ba.lo; j <= ba.hi; ++j) {
+      if (ligne[j] <= borne && ligne[j] + ecartMin_[j] <= borne) return false;
+    }
+    if (avant != nullptr) {
+      for (uint32_t k = bb.lo; k <= bb.hi && k + 2 <= m_; ++k) {
+        if (q_[k + 1] == dernier && q_[k] != dernier && avant[k] + transpositions_[k + 2] <= borne)
+          return false;
+      }
+    }
+    return true;
+  }
+
   // A floor under the cost of every form below a state (summary r) whose path has the row
   // last computed by Calcule (band b): the best of the row's cells, each plus what the rest of
   // the word must cost at least below (the typed letters whose class no form below has; the
@@ -269,6 +289,15 @@ class LignesEdition {
       for (uint32_t j = 0; j < m_; ++j) {
         const size_t k = q_.find(q_[j]);
         autreMin_[j] = k < j ? autreMin_[k] : Plafonne(resumes.SubstitutionMinimaleAutre(modele_, q_[j]));
+      }
+      // From cell j, the cheapest edit with a cost: an insertion, or a substitution, deletion
+      // or swap of a typed character from place j on. (Under the French costs a doubled
+      // letter's insertion is as cheap as any deletion or swap; other costs need them all.)
+      ecartMin_.assign(m_ + 1, insertionMin_);
+      for (uint32_t j = m_; j-- > 0;) {
+        uint32_t e = std::min({ecartMin_[j + 1], autreMin_[j], suppressions_[j + 1]});
+        if (j + 2 <= m_) e = std::min(e, transpositions_[j + 2]);
+        ecartMin_[j] = e;
       }
     }
   }
@@ -359,6 +388,7 @@ class LignesEdition {
   uint32_t insertionMin_ = 0;
   const ResumesEtats* resumes_ = nullptr;
   std::vector<const uint32_t*> coutsTapes_;  // [j]: the remembered costs of typed place j, or null
+  std::vector<uint32_t> ecartMin_;  // [j]: the cheapest edit with a cost from cell j on (see QueDesExactes)
   std::vector<uint32_t> autreMin_;  // [j]: the cheapest substitution of typed place j by another character
   uint32_t pont_ = kInfini;         // of the row last computed
   uint32_t minimum_ = kInfini;      // of the row last computed

@@ -217,6 +217,13 @@ class RechercheCorrections {
     }
     const Sortie premiere = g_.Premiere(e);
     if (!g_.Existe(e, premiere)) return false;
+    const bool exactes = d >= 1 ? lignes_.QueDesExactes(ligne, bandes_[d], ligne - (m_ + 1), bandes_[d - 1],
+                                                        pile_[d - 1], borne)
+                                : lignes_.QueDesExactes(ligne, bandes_[0], nullptr, Bande{}, 0, borne);
+    if (exactes) {
+      Exactes(d, e, numero, borne, meilleurs, trouves);
+      return false;
+    }
     if (cadres_.size() <= d) cadres_.resize(d + 1);
     Cadre& f = cadres_[d];
     f.vue = e;
@@ -238,6 +245,37 @@ class RechercheCorrections {
       }
     }
     return true;
+  }
+
+  // The forms below a path at depth d that can only go on with a rest of the typed word as it
+  // stands (QueDesExactes): from each cell j of its row within the bound, the typed characters
+  // j … m − 1 followed one transition each, a form at the end costing that cell. Its steps
+  // count as visits; the walk's next step checks the budget.
+  void Exactes(uint32_t d, const Vue& e, uint32_t numero, uint32_t& borne, Meilleurs& meilleurs,
+               std::vector<Candidat>& trouves) {
+    const uint32_t* ligne = &rangees_[static_cast<size_t>(d) * (m_ + 1)];
+    const Bande b = bandes_[d];
+    for (uint32_t j = b.lo; j <= b.hi && j < m_; ++j) {
+      const uint32_t cout = ligne[j];
+      if (cout > borne) continue;
+      Vue v = e;
+      Etat etat{};
+      uint32_t n = numero, k = j;
+      for (; k < m_; ++k) {
+        ++visites_;
+        Sortie t;
+        if (!g_.Trouve(v, lignes_.Tape(k), &t)) break;
+        n += g_.Compte(t);
+        etat = g_.Cible(v, t);
+        v = g_.Lis(etat);
+      }
+      if (k < m_ || !g_.Final(v)) continue;
+      texte_.assign(pile_.begin(), pile_.begin() + d);
+      for (k = j; k < m_; ++k) texte_.push_back(lignes_.Tape(k));
+      trouves.push_back({n, cout, ChaineN(texte_.data(), uint64_t{texte_.size()}), g_.Identite(etat)});
+      if (trouves.size() > g_.NbFormes()) g_.Corrompu(g_.Identite(etat));
+      meilleurs.Retiens(cout, n, borne);
+    }
   }
 
   static constexpr uint32_t kAucun = UINT32_MAX;
@@ -262,6 +300,7 @@ class RechercheCorrections {
   std::vector<uint32_t> rangees_;        // one row of m_ + 1 cells per depth of the path
   std::vector<Bande> bandes_;            // and its band
   std::vector<char16_t> pile_;           // the path's characters, pile_[d − 1] leading to depth d
+  std::vector<char16_t> texte_;          // a form found by Exactes
   std::vector<Cadre> cadres_;
 };
 

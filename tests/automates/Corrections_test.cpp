@@ -178,6 +178,24 @@ TEST(Corrections, AutresModelesEtAutresAlphabets) {
   Compare(l, u"bete", Couts(l, u"bete", ProbabiliteTransformation::Francais()), UINT32_MAX, 3, nullptr);
 }
 
+// Paths whose cost nears the bound: past a point only the typed word's rest as it stands can
+// follow, and the search follows it instead of computing rows. Every bound from 0 to 30 puts
+// that point at each place of these words, where an accent (1), a doubled letter (3), a
+// confusion (5) or a swap (6) is just affordable or just not.
+TEST(Corrections, RestesExactsAuBordDeLaBorne) {
+  const Lexique l =
+      Compile({u"abcde", u"abcdé", u"abccde", u"abde", u"abdce", u"abcdef", u"xbcde", u"tatt", u"tat",
+               u"tata", u"atta", u"théâtre", u"theatre", u"téâtre", u"cœur", u"coeur", u"kbcde", u"abcdee"});
+  for (const std::u16string q : {u"xbcdé", u"xbcde", u"xbccde", u"xbdce", u"ybcd", u"tatt", u"tqtt",
+                                 u"teatre", u"thaetre", u"kbcdé", u"qbcdée", u"coeru"}) {
+    const auto couts = Couts(l, q, ProbabiliteTransformation::Francais());
+    for (uint32_t borne = 1; borne <= 30; ++borne) {
+      Compare(l, q, couts, borne, 0, nullptr);
+      Compare(l, q, couts, borne, 2, nullptr);
+    }
+  }
+}
+
 // Forms longer than the lengths the search's summaries of the states can hold (254 units): the
 // summaries must not set aside a form they cannot measure.
 TEST(Corrections, FormesPlusLonguesQueLesResumes) {
