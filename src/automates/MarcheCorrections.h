@@ -143,6 +143,7 @@ class RechercheCorrections {
   bool Parcours(uint32_t borne, uint32_t limite, std::vector<Candidat>& trouves) {
     const uint32_t largeur = m_ + 1;
     const uint32_t borneDuPassage = borne;
+    borneDuPassage_ = borne;
     reduit_ = false;
     Meilleurs meilleurs(limite);
     rangees_.assign(largeur, 0);
@@ -221,6 +222,8 @@ class RechercheCorrections {
                                                         pile_[d - 1], borne)
                                 : lignes_.QueDesExactes(ligne, bandes_[0], nullptr, Bande{}, 0, borne);
     if (exactes) {
+      // What the bound no longer affords once it has shrunk, the pass's own might have.
+      reduit_ |= borne < borneDuPassage_;
       Exactes(d, e, numero, borne, meilleurs, trouves);
       return false;
     }
@@ -294,6 +297,7 @@ class RechercheCorrections {
   uint32_t m_;
   bool chrono_;
   bool reduit_ = false;
+  uint32_t borneDuPassage_ = 0;  // the bound the pass began with
   uint64_t budget_;
   uint64_t visites_ = 0;                 // over every step of one search
   const detail::ResumesEtats* resumes_;  // null: the graph has none, or its bytes are damaged

@@ -194,6 +194,10 @@ TEST(Corrections, RestesExactsAuBordDeLaBorne) {
       Compare(l, q, couts, borne, 2, nullptr);
     }
   }
+  // The limit met by the word itself: the bound shrinks to 0 and the rest is followed exactly,
+  // yet the longer form within the pass's bound means the answer was cut.
+  const Lexique deux = Compile({u"abcdef", u"abcdefx"});
+  Compare(deux, u"abcdef", Couts(deux, u"abcdef", ProbabiliteTransformation::Francais()), 20, 1, nullptr);
 }
 
 // Forms longer than the lengths the search's summaries of the states can hold (254 units): the
