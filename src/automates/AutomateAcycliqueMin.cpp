@@ -9,6 +9,7 @@
 #include <outils_socle/flux/Flux.h>
 #include <outils_socle/texte/Exception.h>
 
+#include "automates/EnsemblePositions.h"
 #include "automates/GrapheAutomate.h"
 #include "automates/IndexRacine.h"
 #include "automates/LecteurAutomate.h"
@@ -173,7 +174,10 @@ bool AutomateAcycliqueMin::_TempsEcoulay() const {
 
 void AutomateAcycliqueMin::AjoutPositionDansListe(EnsembleTriay<_Position>& positions,
                                                   const _Position& position) {
-  detail::AjoutePosition(positions, position);
+  bool present = false;
+  const auto& stockee = positions.Insere(position, &present);
+  // Only the ranking fields change, never the key, so the set's order is untouched.
+  if (present) detail::GardeLaMieuxClassee(const_cast<_Position&>(stockee), position);
 }
 
 bool AutomateAcycliqueMin::FormePourNo(uint32_t numero, _Forme& forme) const {

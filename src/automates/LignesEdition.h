@@ -196,9 +196,8 @@ class LignesEdition {
       if (k + 2 <= m_ && ligne[k] + transpositions_[k + 2] <= borne) ajoute(q_[k + 1]);
     }
     if (avant != nullptr) {
-      for (uint32_t k = bb.lo; k <= bb.hi && k + 2 <= m_; ++k) {  // "ba" for "ab" ends
-        if (q_[k + 1] == dernier && q_[k] != dernier && avant[k] + transpositions_[k + 2] <= borne)
-          ajoute(q_[k]);
+      for (uint32_t k = bb.lo; k <= bb.hi && k + 2 <= m_; ++k) {
+        if (EchangeFinitEnDessous(k, avant, dernier, borne)) ajoute(q_[k]);
       }
     }
     return tient && s.nb > 0 ? s : Suites{};
@@ -217,8 +216,7 @@ class LignesEdition {
     }
     if (avant != nullptr) {
       for (uint32_t k = bb.lo; k <= bb.hi && k + 2 <= m_; ++k) {
-        if (q_[k + 1] == dernier && q_[k] != dernier && avant[k] + transpositions_[k + 2] <= borne)
-          return false;
+        if (EchangeFinitEnDessous(k, avant, dernier, borne)) return false;
       }
     }
     return true;
@@ -254,6 +252,13 @@ class LignesEdition {
   }
 
  private:
+  // Whether the path's last character `dernier` is the first half of a swap of the typed
+  // places k, k + 1 ("ba" typed "ab") that the row above (`avant`) affords: the next row may
+  // then end it with the typed place k.
+  bool EchangeFinitEnDessous(uint32_t k, const uint32_t* avant, char16_t dernier, uint32_t borne) const {
+    return q_[k + 1] == dernier && q_[k] != dernier && avant[k] + transpositions_[k + 2] <= borne;
+  }
+
   // What the summaries are compared with: for each typed place, its letter class and what it
   // costs at least when no form below has that class (deleted, or replaced by a letter of
   // another class: a swap needs the letter itself below); for each place, the cheapest

@@ -218,10 +218,11 @@ class RechercheCorrections {
     }
     const Sortie premiere = g_.Premiere(e);
     if (!g_.Existe(e, premiere)) return false;
-    const bool exactes = d >= 1 ? lignes_.QueDesExactes(ligne, bandes_[d], ligne - (m_ + 1), bandes_[d - 1],
-                                                        pile_[d - 1], borne)
-                                : lignes_.QueDesExactes(ligne, bandes_[0], nullptr, Bande{}, 0, borne);
-    if (exactes) {
+    // The row above and the path's last character, which the swaps read (none at the root).
+    const uint32_t* avant = d >= 1 ? ligne - (m_ + 1) : nullptr;
+    const Bande bandeAvant = d >= 1 ? bandes_[d - 1] : Bande{};
+    const char16_t dernier = d >= 1 ? pile_[d - 1] : 0;
+    if (lignes_.QueDesExactes(ligne, bandes_[d], avant, bandeAvant, dernier, borne)) {
       // What the bound no longer affords once it has shrunk, the pass's own might have.
       reduit_ |= borne < borneDuPassage_;
       Exactes(d, e, numero, borne, meilleurs, trouves);
@@ -235,9 +236,7 @@ class RechercheCorrections {
     f.rang = 0;
     f.rangAttendu = kAucun;
     f.attendueFaite = false;
-    f.suites = d >= 1 ? lignes_.SuitesPossibles(ligne, bandes_[d], ligne - (m_ + 1), bandes_[d - 1],
-                                                pile_[d - 1], borne)
-                      : lignes_.SuitesPossibles(ligne, bandes_[0], nullptr, Bande{}, 0, borne);
+    f.suites = lignes_.SuitesPossibles(ligne, bandes_[d], avant, bandeAvant, dernier, borne);
     if (d < m_) {
       uint32_t k = 0;
       for (Sortie t = premiere; g_.Existe(e, t); t = g_.Suivante(t), ++k) {

@@ -37,7 +37,7 @@ class MarcheFormes {
     MarcheInsensible<G>(g_).Cherche(copie, mot, options, false, recuperation, positions);
     auto ajoute = [&](const _Position* p) {
       _Forme& f = formes.Ajoute(_Forme{});
-      f.forme = std::move(const_cast<_Position*>(p)->texte);  // the places are ours, and done with
+      f.forme = p->texte;
       f.numero = p->numero;
       f.rang1 = p->rang1;
       f.rang2 = p->rang2;

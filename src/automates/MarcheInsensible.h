@@ -23,7 +23,6 @@
 #include <vector>
 
 #include <outils_socle/automates/AutomateAcycliqueMin.h>
-#include <outils_socle/conteneurs/EnsembleTriay.h>
 #include <outils_socle/texte/RechercheFormes.h>
 
 #include "automates/EnsemblePositions.h"
@@ -46,15 +45,6 @@ inline bool PrepareMot(const ChaineN& mot, uint32_t drapeaux, ChaineN& copie) {
   }
   if (drapeaux & OptionRecherche::kEnleveNonAlpha) copie.EnleveCarNonAlpha();
   return true;
-}
-
-// Adds a place to the set, by the rule of GardeLaMieuxClassee.
-inline void AjoutePosition(EnsembleTriay<AutomateAcycliqueMin::_Position>& positions,
-                           const AutomateAcycliqueMin::_Position& position) {
-  bool present = false;
-  const auto& stockee = positions.Insere(position, &present);
-  // Only the ranking fields change, never the key, so the set's order is untouched.
-  if (present) GardeLaMieuxClassee(const_cast<AutomateAcycliqueMin::_Position&>(stockee), position);
 }
 
 }  // namespace detail

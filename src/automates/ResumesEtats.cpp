@@ -111,14 +111,17 @@ const ResumesEtats::Planchers& ResumesEtats::PlanchersFrancais() const {
       insertion = std::min(insertion, modele.CoutInsertion(c, 0));
       for (const char16_t precedent : alphabet_)
         insertion = std::min(insertion, modele.CoutInsertion(c, precedent));
-      planchersFrancais_.substitutions.push_back(CalculeSubstitutionMinimale(modele, c));
+      // One pass over the pairs gives both floors and the table.
       const bool table = alphabet_.size() <= kAlphabetMaxCouts;
-      uint32_t autre = UINT32_MAX;
+      const uint32_t classe = Classe(c);
+      uint32_t autreClasse = UINT32_MAX, autre = UINT32_MAX;
       for (const char16_t d : alphabet_) {
         const uint32_t cout = d != c ? modele.CoutSubstitution(c, d) : 0;
         if (d != c) autre = std::min(autre, cout);
+        if (Classe(d) != classe) autreClasse = std::min(autreClasse, cout);
         if (table) planchersFrancais_.couts.push_back(cout);
       }
+      planchersFrancais_.substitutions.push_back(autreClasse);
       planchersFrancais_.autres.push_back(autre);
     }
     planchersFrancais_.insertion = insertion == UINT32_MAX ? 0 : insertion;

@@ -49,7 +49,7 @@ TableChaineNoyau::_Forme FormeDe(const MarcheInsensible<GrapheTable>::_Position&
   return f;
 }
 
-// Best first: rank, then tree order.
+// Best first: rank, then text.
 std::vector<const MarcheInsensible<GrapheTable>::_Position*> Classe(
     const detail::EnsemblePositions& positions) {
   std::vector<const MarcheInsensible<GrapheTable>::_Position*> v;
