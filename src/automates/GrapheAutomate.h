@@ -43,6 +43,8 @@ class GrapheAutomate {
     *t = L::Trouve(v, c);
     return *t != nullptr;
   }
+  static constexpr uint32_t kCandidatsMax = 64;
+  static uint64_t Candidats(const Vue& v, char16_t a, char16_t b) { return L::Candidats(v, a, b); }
   static uint64_t Identite(Etat e) { return e; }
   uint32_t NbFormes() const { return l_.NbFormes(); }
   bool RecupereExclamation() const { return l_.RecupereExclamation(); }

@@ -116,6 +116,38 @@ class LecteurAutomate {
     return nullptr;
   }
 
+  // The transitions whose character is `a` or `b` or lies past ASCII, one bit each (bit k for
+  // the k-th stored), for a state of at most 64 transitions: the few that an insensitive step
+  // must look at closely when the typed letter's ASCII variants are `a` and `b` (every other
+  // ASCII character is another letter).
+  static uint64_t Candidats(const Etat& e, char16_t a, char16_t b) {
+    const uint8_t* t = e.transitions;
+    uint32_t i = 0;
+    uint64_t bits = 0;
+#if defined(__SSE2__)
+    if constexpr (A == 3) {
+      const __m128i va = _mm_set1_epi16(static_cast<short>(a));
+      const __m128i vb = _mm_set1_epi16(static_cast<short>(b));
+      const __m128i haut = _mm_set1_epi16(static_cast<short>(0xFF80));
+      const __m128i zero = _mm_setzero_si128();
+      auto deux = [&](const uint8_t* p) {  // bits 0 and 1 for the two records at p
+        const __m128i x = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+        const __m128i ascii = _mm_cmpeq_epi16(_mm_and_si128(x, haut), zero);
+        const __m128i oui = _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi16(x, va), _mm_cmpeq_epi16(x, vb)),
+                                         _mm_andnot_si128(ascii, _mm_cmpeq_epi16(x, x)));
+        const unsigned m = static_cast<unsigned>(_mm_movemask_epi8(oui));
+        return uint64_t{(m & 1u) | (m >> 7 & 2u)};
+      };
+      for (; i + 2 <= e.nb; i += 2, t += 16) bits |= deux(t) << i;
+    }
+#endif
+    for (; i < e.nb; ++i, t += kOctetsTransition) {
+      const char16_t c = Car(t);
+      if (c == a || c == b || c >= 0x80) bits |= uint64_t{1} << i;
+    }
+    return bits;
+  }
+
   // `index` (built at opening, may be null) gives the transitions of the first two levels by
   // character; the same transitions Trouve would find, without the scans.
   template <typename Index>

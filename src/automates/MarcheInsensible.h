@@ -18,6 +18,8 @@
 // shares states (the automaton) needs.
 
 #include <algorithm>
+#include <array>
+#include <bit>
 #include <string>
 #include <utility>
 #include <vector>
@@ -100,11 +102,15 @@ class MarcheInsensible {
           seuilMemo(8 * (uint64_t{m} + 1)),
           arriveesMax(3 * uint64_t{nbFormes} + 3),
           morts(m + 1) {
-      for (uint32_t i = 0; i < m; ++i) plis[i] = table[q[i]];
+      for (uint32_t i = 0; i < m; ++i) {
+        plis[i] = table[q[i]];
+        ascii[i] = VariantesAscii(plis[i]);
+      }
     }
     const char16_t* q;
     uint32_t m;
     char16_t plis[AutomateAcycliqueMin::kLongueurMaxMot];
+    std::array<char16_t, 2> ascii[AutomateAcycliqueMin::kLongueurMaxMot];  // VariantesAscii of each fold
     uint16_t masque;
     bool exact;
     bool prefixe;
@@ -207,6 +213,18 @@ class MarcheInsensible {
         if (n != kTrop) return;
       }
     }
+    // Past ASCII, any character may be a variant or a ligature; below, only the typed letter's
+    // own variants can match. The graph picks the candidates out of the state's records at
+    // once, and only those are looked at closely.
+    if constexpr (requires { g_.Candidats(e, q, q); }) {
+      if (!ligatureTapee && m.ascii[i][0] != kSansFiltre && e.nb <= G::kCandidatsMax) {
+        for (uint64_t bits = g_.Candidats(e, m.ascii[i][0], m.ascii[i][1]); bits != 0; bits &= bits - 1) {
+          Essaie(m, e, g_.Ieme(e, static_cast<uint32_t>(std::countr_zero(bits))), i, numero, r1, r2, detail,
+                 false);
+        }
+        return;
+      }
+    }
     for (Sortie t = g_.Premiere(e); g_.Existe(e, t); t = g_.Suivante(t)) {
       Essaie(m, e, t, i, numero, r1, r2, detail, ligatureTapee);
     }
@@ -241,6 +259,30 @@ class MarcheInsensible {
     if (n > kVariantesMax) return kTrop;
     std::copy_n(table.car.begin() + table.debut[pli], n, sortie);
     return n;
+  }
+
+  // The ASCII characters that fold to `pli`: none, one, or the letter and its capital (padded
+  // with a character past ASCII, which the filter lets through anyway); kSansFiltre first when
+  // there are more, or the fold lies past the index's limit.
+  static constexpr char16_t kSansFiltre = 0xFFFF;
+  static std::array<char16_t, 2> VariantesAscii(char16_t pli) {
+    static const auto table = [] {
+      std::array<std::array<char16_t, 2>, detail::IndexRacine::kCarMax> t;
+      for (char16_t p = 0; p < detail::IndexRacine::kCarMax; ++p) {
+        char16_t v[kVariantesMax];
+        const size_t n = Variantes(p, v);
+        t[p] = {0x80, 0x80};
+        size_t k = 0;
+        for (size_t j = 0; n != kTrop && j < n; ++j) {
+          if (v[j] < 0x80 && k < 2) t[p][k] = v[j];
+          if (v[j] < 0x80) ++k;
+        }
+        if (n == kTrop || k > 2) t[p] = {kSansFiltre, kSansFiltre};
+      }
+      return t;
+    }();
+    return pli < detail::IndexRacine::kCarMax ? table[pli]
+                                              : std::array<char16_t, 2>{kSansFiltre, kSansFiltre};
   }
 
   // One transition of the state at place i: followed if its character may stand for the
