@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <random>
 
 #include "automates/Aides.h"
@@ -143,6 +144,70 @@ TEST(FormeStockee, FinsCommunesPartagees) {
   EXPECT_EQ(etats.size(), 4u);
 }
 
+// The form without parent links as the form with them gives it: the same states in the same
+// order, the links taken out and the addresses moved up (to 3 bytes when the root then fits).
+// The two are written by different walks: the form with links from a layout of the whole
+// automaton, the other in one pass.
+Octets SansLesParents(const Octets& avec) {
+  uint64_t racine = 0;
+  const auto etats = essais::LisEtats(avec, true, &racine);
+  std::map<uint64_t, uint64_t> nouvelle;
+  int largeur = 3;
+  for (;; largeur = 4) {
+    uint64_t adresse = 0;
+    for (const auto& [ancienne, e] : etats) {
+      nouvelle[ancienne] = adresse;
+      adresse += 2 + e.transitions.size() * (largeur + 5);
+    }
+    if (largeur == 4 || etats.empty() || nouvelle.at(racine) < (1u << 24)) {
+      Octets o = {2, static_cast<uint8_t>(largeur == 3 ? 0 : 1), 0, 0};
+      auto mets = [&](uint64_t v, int n) {
+        for (int i = 0; i < n; ++i) o.push_back(static_cast<uint8_t>(v >> (8 * i)));
+      };
+      mets(etats.empty() ? 0xFFFFFFFFu : nouvelle.at(racine), 4);
+      mets(adresse, 4);
+      mets(essais::LisLE(avec, 12, 4), 4);
+      if (largeur == 4) o.push_back(4);
+      for (const auto& [ancienne, e] : etats) {
+        mets(2 * e.transitions.size() + (e.final ? 1 : 0), 2);
+        for (const auto& t : e.transitions) {
+          mets(t.car, 2);
+          mets(t.compte, 3);
+          mets(nouvelle.at(t.cible), largeur);
+        }
+      }
+      return o;
+    }
+  }
+}
+
+TEST(FormeStockee, SansParentsCommeAvecParents) {
+  std::mt19937 alea(11);
+  auto mots = [&](size_t n, size_t longueur, char16_t lettres) {
+    std::vector<std::u16string> v;
+    for (size_t i = 0; i < n; ++i) {
+      std::u16string m;
+      for (size_t k = 1 + alea() % longueur; k > 0; --k)
+        m.push_back(static_cast<char16_t>(u'a' + alea() % lettres));
+      v.push_back(m);
+    }
+    return v;
+  };
+  const uint32_t avec = CompilateurAutomateAcycliqueMin::InclureNoeudsParents;
+  for (const auto& liste : {std::vector<std::u16string>{}, std::vector<std::u16string>{u""}, mots(50, 4, 3),
+                            mots(3000, 12, 26), mots(20000, 30, 5)}) {
+    for (uint64_t partie : {uint64_t{1}, uint64_t{7}, CompilateurAutomateAcycliqueMin::kTaillePartieDefaut}) {
+      EXPECT_EQ(essais::Compile(liste, 0, partie), SansLesParents(essais::Compile(liste, avec, partie)))
+          << liste.size() << " words, parts of " << partie;
+    }
+  }
+  // The French list in parts of 7 words: merges leave enough states unreachable that the
+  // registered ones would not fit in 3 bytes, yet those reached do.
+  const auto francais = essais::ListeFrancaise();
+  ASSERT_GT(francais.size(), 300000u) << "needs the wfrench package";
+  EXPECT_EQ(essais::Compile(francais, 0, 7), SansLesParents(essais::Compile(francais, avec)));
+}
+
 // Lexicons whose state area passes 16 MiB need 4-byte addresses: version 2,1,0,0.
 TEST(FormeStockee, AdressesSurQuatreOctets) {
   std::mt19937 alea(7);
@@ -159,6 +224,7 @@ TEST(FormeStockee, AdressesSurQuatreOctets) {
   ASSERT_EQ((Octets(o.begin(), o.begin() + 4)), (Octets{2, 1, 0, 0}));
   EXPECT_EQ(o.at(16), 4);
   EXPECT_GT(essais::LisLE(o, 8, 4), 16u << 20);
+  EXPECT_EQ(o, SansLesParents(essais::Compile(mots, CompilateurAutomateAcycliqueMin::InclureNoeudsParents)));
   TamponSur lu(o);
   AutomateAcycliqueMin a(&*lu);
   EXPECT_EQ(a.LargeurAdresse(), 4);
