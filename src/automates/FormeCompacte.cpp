@@ -49,6 +49,7 @@ void MetsEntete(uint8_t*& p, int largeur, uint32_t racine, uint32_t tailleZone, 
   if (largeur != 3) *p++ = static_cast<uint8_t>(largeur);
 }
 constexpr size_t kEnteteMax = 17;
+constexpr size_t TailleEntete(int largeur) { return largeur == 3 ? 16 : 17; }
 
 // A state's header holds twice its transition count plus the final bit in 16 bits, and its
 // parent count in 16 bits.
@@ -205,26 +206,38 @@ class EcritureDirecte {
 uint64_t EcritSansParents(const LexiqueCompile& lexique, FluxSortie& sortie) {
   int largeur = EcritureDirecte::ZoneMax(lexique, 3) < (uint64_t{1} << 24) ? 3 : 4;
   const uint64_t zoneMax = EcritureDirecte::ZoneMax(lexique, largeur);
-  // Laid out in memory first, since the header needs the root's address; pages the area does
-  // not reach are never touched.
-  const std::unique_ptr<uint8_t[]> zone = std::make_unique_for_overwrite<uint8_t[]>(zoneMax + 1);
+  // The area is laid out before its header, which needs the root's address: in place in a
+  // memory buffer, after room for the header (its capacity then passes its size by what merges
+  // left unreachable, a few percent), or in an array of our own. Pages the area does not reach
+  // are never touched.
+  auto* memoire = dynamic_cast<TamponMemoire*>(&sortie);
+  std::unique_ptr<uint8_t[]> propre;
+  const uint64_t debut = sortie.DonnePosition();
+  if (memoire != nullptr) {
+    memoire->Reserve(static_cast<int64_t>(debut + kEnteteMax + zoneMax + 1));
+  } else {
+    propre = std::make_unique_for_overwrite<uint8_t[]>(zoneMax + 1);
+  }
+  auto zone = [&](int l) {
+    return memoire != nullptr ? static_cast<uint8_t*>(memoire->Ptr()) + TailleEntete(l) : propre.get();
+  };
   EcritureDirecte e;
-  if (!e.Ecris(lexique, largeur, zone.get())) ZoneTropGrande();
+  if (!e.Ecris(lexique, largeur, zone(largeur))) ZoneTropGrande();
   if (largeur == 4 && e.TientSurTrois()) {
     largeur = 3;
-    e.Ecris(lexique, largeur, zone.get());
+    e.Ecris(lexique, largeur, zone(largeur));
   }
   if (e.TailleZone() > 0xFFFFFFFFull) ZoneTropGrande();
   uint8_t entete[kEnteteMax];
   uint8_t* p = entete;
   MetsEntete(p, largeur, e.Racine(), static_cast<uint32_t>(e.TailleZone()), e.PlusGrandCompte());
-  // A memory buffer gets its whole size at once: grown by steps, it would copy what it holds
-  // a dozen times over on a large lexicon (and touch fresh pages each time).
-  if (auto* memoire = dynamic_cast<TamponMemoire*>(&sortie)) {
-    memoire->Reserve(static_cast<int64_t>(sortie.DonnePosition() + kEnteteMax + e.TailleZone()));
-  }
   const uint64_t ecrits = sortie.Mets(entete, static_cast<uint64_t>(p - entete));
-  return ecrits + sortie.Mets(zone.get(), e.TailleZone());
+  if (memoire == nullptr) return ecrits + sortie.Mets(propre.get(), e.TailleZone());
+  // The header's write ended the size there: the area after it is the buffer's to the end.
+  const uint64_t fin = debut + ecrits + e.TailleZone();
+  memoire->MetsPosition(fin);
+  memoire->MetsTaille(fin);
+  return ecrits + e.TailleZone();
 }
 
 // The form with parent links, from the layout: a state's parents are written with it, and
@@ -343,7 +356,6 @@ void OrdonnePourStockage(const EtatC* e, std::vector<TransitionC>& tri, std::vec
 }
 
 }  // namespace
-
 
 Disposition::Disposition(const LexiqueCompile& lexique, bool parents) {
   if (lexique.racine == nullptr) return;

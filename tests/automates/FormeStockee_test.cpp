@@ -1,6 +1,7 @@
 // The stored form: bytes, headers, versions, address widths, parent links, damaged data.
 #include <outils_socle/automates/AutomateAcycliqueMin.h>
 #include <outils_socle/automates/CompilateurAutomateAcycliqueMin.h>
+#include <outils_socle/flux/Serialiseur.h>
 #include <outils_socle/texte/Exception.h>
 
 #include <gtest/gtest.h>
@@ -107,6 +108,58 @@ TEST(FormeStockee, LexiqueVideEtUneForme) {
   ASSERT_TRUE(b.FormePourNo(0, f));
   EXPECT_EQ(essais::U16(f.forme), u"seul");
   EXPECT_FALSE(b.FormePourNo(1, f));
+}
+
+// Into a buffer that already holds bytes, with a serialiser: those bytes stay, the form follows
+// them, then every form's record in number order, each framed by its VarElias length; a write
+// after it appends.
+TEST(FormeStockee, ApresDesOctetsEtAvecEnregistrements) {
+  struct NumeroEtTexte : CompilateurAutomateAcycliqueMin::SerialiseurAutomate {
+    void Ecris(sdd::TamponMemoire& sortie, const sdd::ChaineN& forme, uint32_t numero) override {
+      sdd::SerialiseurVarElias::Ecris(sortie, numero);
+      sdd::Serialiseur<std::string>::Ecris(sortie, forme.PreteUTF8());
+    }
+  };
+  const std::vector<std::u16string> mots = {u"les", u"la", u"le", u"lé", u"été", u"étés", u"a"};
+  const Octets seul = essais::Compile(mots);
+  for (bool parents : {false, true}) {
+    CompilateurAutomateAcycliqueMin c(essais::Liste(mots),
+                                      parents ? CompilateurAutomateAcycliqueMin::InclureNoeudsParents : 0);
+    sdd::TamponMemoire t;
+    t.Mets(reinterpret_cast<const uint8_t*>("avant"), 5);
+    NumeroEtTexte serialiseur;
+    const uint64_t ecrits = c.FormeCompactay(t, &serialiseur);
+    t.Mets(uint8_t{0x2A});
+    Octets o = essais::OctetsDe(t);
+    ASSERT_EQ(o.size(), 5 + ecrits + 1);
+    EXPECT_EQ(Octets(o.begin(), o.begin() + 5), (Octets{'a', 'v', 'a', 'n', 't'}));
+    EXPECT_EQ(o.back(), 0x2A);
+    o.pop_back();
+    o.erase(o.begin(), o.begin() + 5);
+    const size_t forme = 16 + essais::LisLE(o, 8, 4);
+    if (!parents) {
+      EXPECT_EQ(Octets(o.begin(), o.begin() + static_cast<ptrdiff_t>(forme)), seul);
+    }
+    TamponSur lu(o);
+    AutomateAcycliqueMin a(&*lu);
+    sdd::TamponMemoire enregistrements;
+    enregistrements.Mets(o.data() + forme, o.size() - forme);
+    enregistrements.PositionneAuDebut();
+    for (uint32_t n = 0; n < mots.size(); ++n) {
+      uint64_t longueur = 0, numero = 0;
+      sdd::SerialiseurVarElias::Lis(enregistrements, &longueur);
+      const uint64_t debut = enregistrements.DonnePosition();
+      sdd::SerialiseurVarElias::Lis(enregistrements, &numero);
+      std::string texte;
+      sdd::Serialiseur<std::string>::Lis(enregistrements, &texte);
+      EXPECT_EQ(enregistrements.DonnePosition() - debut, longueur);
+      EXPECT_EQ(numero, n);
+      AutomateAcycliqueMin::_Forme f;
+      ASSERT_TRUE(a.FormePourNo(n, f));
+      EXPECT_EQ(texte, f.forme.PreteUTF8()) << "record " << n;
+    }
+    EXPECT_TRUE(enregistrements.EstALaFin());
+  }
 }
 
 TEST(FormeStockee, LiensVersLesParents) {
