@@ -29,7 +29,12 @@ struct TransitionC {
 
 // A state, never changed once registered. Its transitions are sorted by character; the end of
 // form is the `final` flag rather than a transition on 0.
+//
+// The writing passes read a target's mark first, and a new state's transitions right after:
+// both lead the record, so that most states answer them from one cache line.
 struct EtatC {
+  uint32_t epoque;  // the layout pass that last reached it (the mark of the writing passes)
+  uint32_t indice;  // its place in that pass, or its address in the area
   TransitionC* transitions;
   uint32_t nb;
   bool final;
@@ -38,8 +43,6 @@ struct EtatC {
   uint64_t hachage;    // hash × 53 + c over the characters, in order
   uint64_t empreinte;  // hash of the whole right language (characters, finality, targets')
   EtatC* canon;        // set while a part is merged: its equal in the merged automaton
-  uint32_t epoque;     // the layout pass that last reached it (the mark of the writing passes)
-  uint32_t indice;     // its place in that pass
 };
 
 // A bump allocator: states and their transition arrays, freed together.
