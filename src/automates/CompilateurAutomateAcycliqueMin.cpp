@@ -12,8 +12,6 @@
 #include <outils_socle/fils/DMutex.h>
 #include <outils_socle/fils/FileOperations.h>
 #include <outils_socle/flux/Flux.h>
-#include <outils_socle/flux/Serialiseur.h>
-#include <outils_socle/flux/TamponMemoire.h>
 #include <outils_socle/texte/Exception.h>
 
 #include "automates/EtatsCompilation.h"

@@ -4,6 +4,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <typeinfo>
 
 #include <outils_socle/flux/Flux.h>
 #include <outils_socle/flux/Serialiseur.h>
@@ -84,9 +85,9 @@ bool AvantEnNumerotation(const TransitionC& a, const TransitionC& b) {
 // The state area in one depth-first walk, for the stored form without parent links: a state
 // is written as soon as its last child is, so every target's address is known by then. The
 // address of a state met again is kept in the state, beside the pass's mark that the walk
-// reads anyway; that of a state just written goes up the walk's own stack. Nothing is kept
-// per state besides: the layout's arrays (a few dozen bytes a state) cost more in fresh pages
-// than this walk takes in all.
+// reads anyway; that of a state just written goes up the walk's own stack. Nothing else is
+// kept per state: the layout's arrays (a few dozen bytes a state) cost more in fresh pages
+// than this whole walk.
 class EcritureDirecte {
  public:
   // The area can be no larger than every registered state written once.
@@ -209,8 +210,9 @@ uint64_t EcritSansParents(const LexiqueCompile& lexique, FluxSortie& sortie) {
   // The area is laid out before its header, which needs the root's address: in place in a
   // memory buffer, after room for the header (its capacity then passes its size by what merges
   // left unreachable, a few percent), or in an array of our own. Pages the area does not reach
-  // are never touched.
-  auto* memoire = dynamic_cast<TamponMemoire*>(&sortie);
+  // are never touched. Only a plain buffer is written in place: a derived one may watch its
+  // writes, which this would bypass.
+  auto* memoire = typeid(sortie) == typeid(TamponMemoire) ? static_cast<TamponMemoire*>(&sortie) : nullptr;
   std::unique_ptr<uint8_t[]> propre;
   const uint64_t debut = sortie.DonnePosition();
   if (memoire != nullptr) {
