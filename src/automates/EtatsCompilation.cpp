@@ -36,15 +36,9 @@ bool EtatsEgaux(const EtatC* a, const EtatC* b) {
 }
 
 EtatC* LexiqueCompile::Enregistre(const TransitionC* transitions, uint32_t nb, bool final) {
-  EtatC candidat{0,
-                 0,
-                 const_cast<TransitionC*>(transitions),
-                 nb,
-                 final,
-                 final ? 1u : 0u,
-                 0,
-                 0,
-                 final ? 0x5bd1e995ull : 0,
+  EtatC candidat{0,      0,     const_cast<TransitionC*>(transitions),
+                 nb,     final, final ? 1u : 0u,
+                 0,      0,     final ? 0x5bd1e995ull : 0,
                  nullptr};
   for (uint32_t i = 0; i < nb; ++i) {
     const TransitionC& t = transitions[i];
