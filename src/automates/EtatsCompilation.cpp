@@ -36,10 +36,11 @@ bool EtatsEgaux(const EtatC* a, const EtatC* b) {
 }
 
 EtatC* LexiqueCompile::Enregistre(const TransitionC* transitions, uint32_t nb, bool final) {
-  EtatC candidat{0,      0,     const_cast<TransitionC*>(transitions),
-                 nb,     final, final ? 1u : 0u,
-                 0,      0,     final ? 0x5bd1e995ull : 0,
-                 nullptr};
+  EtatC candidat{.transitions = const_cast<TransitionC*>(transitions),
+                 .nb = nb,
+                 .final = final,
+                 .nbFormes = final ? 1u : 0u,
+                 .empreinte = final ? 0x5bd1e995ull : 0};
   for (uint32_t i = 0; i < nb; ++i) {
     const TransitionC& t = transitions[i];
     candidat.nbFormes += t.formes;
