@@ -33,16 +33,16 @@ struct TransitionC {
 // The writing passes read a target's mark first, and a new state's transitions right after:
 // both lead the record, so that most states answer them from one cache line.
 struct EtatC {
-  uint32_t epoque;  // the layout pass that last reached it (the mark of the writing passes)
-  uint32_t indice;  // its place in that pass, or its address in the area
-  TransitionC* transitions;
-  uint32_t nb;
-  bool final;
-  uint32_t nbFormes;   // forms accepted from here (the end of form counts one)
-  uint32_t hauteur;    // longest path below
-  uint64_t hachage;    // hash × 53 + c over the characters, in order
-  uint64_t empreinte;  // hash of the whole right language (characters, finality, targets')
-  EtatC* canon;        // set while a part is merged: its equal in the merged automaton
+  uint32_t epoque = 0;  // the layout pass that last reached it (the mark of the writing passes)
+  uint32_t indice = 0;  // its place in that pass, or its address in the area
+  TransitionC* transitions = nullptr;
+  uint32_t nb = 0;
+  bool final = false;
+  uint32_t nbFormes = 0;   // forms accepted from here (the end of form counts one)
+  uint32_t hauteur = 0;    // longest path below
+  uint64_t hachage = 0;    // hash × 53 + c over the characters, in order
+  uint64_t empreinte = 0;  // hash of the whole right language (characters, finality, targets')
+  EtatC* canon = nullptr;  // set while a part is merged: its equal in the merged automaton
 };
 
 // A bump allocator: states and their transition arrays, freed together.
