@@ -288,7 +288,7 @@ uint64_t EcritAvecParents(const LexiqueCompile& lexique, FluxSortie& sortie) {
     const size_t taille = 4 + (info.nb + info.nbParents) * octetsTransition;
     if (static_cast<size_t>(tampon.get() + kTampon - p) < taille) vide();
     Mets16(p, 2 * info.nb + (info.final ? 1 : 0));
-    const TransitionOrdonnee* t = &d.transitions[info.debut];
+    const TransitionOrdonnee* t = d.transitions.data() + info.debut;
     for (uint32_t k = 0; k < info.nb; ++k, ++t) {
       Mets16(p, t->car);
       Mets24(p, t->compte);
