@@ -1,6 +1,6 @@
 // Reading and writing a large document (about 30 MB, a lexicon export: attributes, escaped text,
 // accents, layout) beside pugixml and libxml2 used directly, in the same run.
-//   - tree: ours (Balise) / pugixml's DOM / libxml2's xmlReadMemory tree;
+//   - tree: ours (Balise, then the read-only ArbreXML) / pugixml's DOM / libxml2's xmlReadMemory tree;
 //   - streaming: ours with an empty listener / libxml2's SAX2 with empty callbacks / expat with
 //     empty callbacks, the tokenizer a tree could be built on (pugixml has no streaming mode);
 //   - writing the tree back: ours / pugixml's save.
@@ -52,6 +52,20 @@ void BM_Arbre_OutilsSocle(benchmark::State& etat) {
   Octets(etat);
 }
 BENCHMARK(BM_Arbre_OutilsSocle)->Unit(benchmark::kMillisecond);
+
+// The read-only tree, built in blocks: the one to set beside pugixml's.
+void BM_ArbreEnBlocs_OutilsSocle(benchmark::State& etat) {
+  const std::string& d = Document();
+  std::size_t octets = 0;
+  for (auto _ : etat) {
+    const sdd::ArbreXML arbre = sdd::ParseurXML().LisArbreTexte(d);
+    benchmark::DoNotOptimize(arbre.Racine().NombreEnfants());
+    octets = arbre.Octets();
+  }
+  etat.counters["Mo_arbre"] = static_cast<double>(octets) / 1e6;
+  Octets(etat);
+}
+BENCHMARK(BM_ArbreEnBlocs_OutilsSocle)->Unit(benchmark::kMillisecond);
 
 void BM_Arbre_Pugixml(benchmark::State& etat) {
   const std::string& d = Document();

@@ -53,6 +53,7 @@
 #include <outils_socle/texte/UTF8.h>
 #include <outils_socle/texte/UniCaractere.h>
 #include <outils_socle/texte/UniChaine.h>
+#include <outils_socle/xml/ArbreXML.h>
 #include <outils_socle/xml/Balise.h>
 #include <outils_socle/xml/EcritureXML.h>
 #include <outils_socle/xml/ParseurXML.h>

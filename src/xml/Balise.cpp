@@ -3,6 +3,8 @@
 
 #include <algorithm>
 
+#include "xml/CheminsXML.h"
+
 namespace sdd {
 
 Balise::Balise(std::string nom, std::string texte) : nom_(std::move(nom)), texte_(std::move(texte)) {}
@@ -23,72 +25,9 @@ Balise::Balise(std::string nom, std::vector<Attribut> attributs)
   }
 }
 
-namespace {
-
-void AjouteTexteComplet(const Balise& b, std::string& sortie) {
-  sortie += b.Texte();
-  for (const Balise& enfant : b.Enfants()) {
-    AjouteTexteComplet(enfant, sortie);
-    sortie += enfant.Queue();
-  }
-}
-
-// Splits "a/b/c" on '/'; an empty component makes the whole path match nothing.
-bool DecoupeChemin(std::string_view chemin, std::vector<std::string_view>& composants) {
-  composants.clear();
-  if (chemin.empty()) return false;
-  std::size_t debut = 0;
-  while (true) {
-    const std::size_t fin = chemin.find('/', debut);
-    const std::string_view c = chemin.substr(debut, fin == std::string_view::npos ? fin : fin - debut);
-    if (c.empty()) return false;
-    composants.push_back(c);
-    if (fin == std::string_view::npos) return true;
-    debut = fin + 1;
-  }
-}
-
-bool Correspond(const Balise& b, std::string_view composant) {
-  return composant == "*" || b.Nom() == composant;
-}
-
-// Depth-first in document order; stops at the first match when `premier`.
-void Cherche(const Balise& b, const std::vector<std::string_view>& composants, std::size_t i, bool premier,
-             std::vector<const Balise*>& trouves) {
-  for (const Balise& enfant : b.Enfants()) {
-    if (!Correspond(enfant, composants[i])) continue;
-    if (i + 1 == composants.size()) {
-      trouves.push_back(&enfant);
-    } else {
-      Cherche(enfant, composants, i + 1, premier, trouves);
-    }
-    if (premier && !trouves.empty()) return;
-  }
-}
-
-std::vector<const Balise*> Resous(const Balise& racine, std::string_view chemin, bool premier) {
-  std::vector<const Balise*> trouves;
-  const bool depuisSoi = !chemin.empty() && chemin.front() == '/';
-  std::vector<std::string_view> composants;
-  if (!DecoupeChemin(depuisSoi ? chemin.substr(1) : chemin, composants)) return trouves;
-  if (depuisSoi) {
-    if (!Correspond(racine, composants.front())) return trouves;
-    if (composants.size() == 1) {
-      trouves.push_back(&racine);
-      return trouves;
-    }
-    Cherche(racine, composants, 1, premier, trouves);
-  } else {
-    Cherche(racine, composants, 0, premier, trouves);
-  }
-  return trouves;
-}
-
-}  // namespace
-
 std::string Balise::TexteComplet() const {
   std::string sortie;
-  AjouteTexteComplet(*this, sortie);
+  xml::AjouteTexteComplet(*this, sortie);
   return sortie;
 }
 
@@ -162,7 +101,7 @@ std::vector<const Balise*> Balise::EnfantsNommes(std::string_view nom) const {
 }
 
 const Balise* Balise::Trouve(std::string_view chemin) const {
-  const std::vector<const Balise*> trouves = Resous(*this, chemin, true);
+  const std::vector<const Balise*> trouves = xml::ResousChemin(*this, chemin, true);
   return trouves.empty() ? nullptr : trouves.front();
 }
 
@@ -171,7 +110,7 @@ Balise* Balise::Trouve(std::string_view chemin) {
 }
 
 std::vector<const Balise*> Balise::TrouveTous(std::string_view chemin) const {
-  return Resous(*this, chemin, false);
+  return xml::ResousChemin(*this, chemin, false);
 }
 
 Balise& Balise::AjouteEnfant(Balise enfant) {

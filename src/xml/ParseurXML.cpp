@@ -5,6 +5,7 @@
 #include "langues/TraductionBibliotheque.h"
 #include "plateforme/Plateforme.h"
 #include "xml/AnalyseXML.h"
+#include "xml/ConstructeurArbre.h"
 
 namespace sdd {
 
@@ -150,6 +151,12 @@ Balise ConstruisArbre(xml::SourceOctets& source, const OptionsParseurXML& option
   return constructeur.Racine();
 }
 
+ArbreXML ConstruisArbreXML(xml::SourceOctets& source, const OptionsParseurXML& options, bool dejaDecode) {
+  xml::ConstructeurArbre constructeur(options.ignoreEspacesDeMiseEnPage);
+  xml::Analyse(source, options, constructeur, dejaDecode);
+  return constructeur.Arbre();
+}
+
 }  // namespace
 
 Balise ParseurXML::LisFichier(const UniChemin& chemin) const {
@@ -169,6 +176,22 @@ Balise ParseurXML::LisChaine(const UniChaine& texte) const {
 }
 
 Balise ParseurXML::LisChaine(const ChaineN& texte) const { return LisChaine(UniChaine(texte)); }
+
+ArbreXML ParseurXML::LisArbreFichier(const UniChemin& chemin) const {
+  SourceFichier source(chemin);
+  return ConstruisArbreXML(source, options_, false);
+}
+
+ArbreXML ParseurXML::LisArbreMemoire(const void* octets, std::size_t taille) const {
+  SourceMemoire source(octets, taille);
+  return ConstruisArbreXML(source, options_, false);
+}
+
+ArbreXML ParseurXML::LisArbreChaine(const UniChaine& texte) const {
+  const std::string utf8 = texte.DonneStdString();
+  SourceMemoire source(utf8.data(), utf8.size());
+  return ConstruisArbreXML(source, options_, true);
+}
 
 void ParseurXML::AnalyseFichier(const UniChemin& chemin, EcouteurXML& ecouteur) const {
   SourceFichier source(chemin);

@@ -10,6 +10,7 @@
 // does a listed defect that now passes, so the list only shrinks.
 #include <gtest/gtest.h>
 
+#include <outils_socle/xml/ArbreXML.h>
 #include <outils_socle/xml/ParseurXML.h>
 
 #include <algorithm>
@@ -211,6 +212,7 @@ struct Resultat {
   std::string message;
   std::string forme;  // canonical form (events)
   std::string formeArbre;
+  bool memeEnBlocs = true;  // the tree in blocks read it the same way
 };
 
 Resultat LisEvenements(const fs::path& document, bool premiereForme) {
@@ -230,13 +232,24 @@ Resultat LisEvenements(const fs::path& document, bool premiereForme) {
 
 Resultat LisArbre(const fs::path& document) {
   Resultat r;
+  Balise racine;
+  int ligne = 0, colonne = 0;
   try {
-    const Balise racine = ParseurXML().LisFichier(document.string());
+    racine = ParseurXML().LisFichier(document.string());
     r.accepte = true;
     FormeArbre(r.formeArbre, racine);
   } catch (const ErreurXML& e) {
     r.situe = e.Ligne() > 0;
     r.message = e.Quoi();
+    ligne = e.Ligne();
+    colonne = e.Colonne();
+  }
+  // The tree in blocks reads every document as the editable tree does, refusals included.
+  try {
+    const sdd::ArbreXML arbre = ParseurXML().LisArbreFichier(document.string());
+    r.memeEnBlocs = r.accepte && arbre.Racine().VersBalise() == racine;
+  } catch (const ErreurXML& e) {
+    r.memeEnBlocs = !r.accepte && e.Ligne() == ligne && e.Colonne() == colonne && e.Quoi() == r.message;
   }
   return r;
 }
@@ -248,6 +261,7 @@ std::string Ecart(const Cas& c, const Resultat& r, bool arbre) {
     if (!r.situe) return "refusé sans ligne";
     return {};
   }
+  if (arbre && !r.memeEnBlocs) return "l’arbre en blocs le lit autrement";
   if (c.type == "error") return {};  // either answer is allowed
   if (!r.accepte) return "refusé : " + r.message;
   if (c.type == "valid" && !c.sortie.empty()) {

@@ -35,6 +35,7 @@
 #include <outils_socle/Export.h>
 #include <outils_socle/texte/Exception.h>
 #include <outils_socle/texte/UniChaine.h>
+#include <outils_socle/xml/ArbreXML.h>
 #include <outils_socle/xml/Balise.h>
 
 namespace sdd {
@@ -108,6 +109,13 @@ class OUTILS_SOCLE_EXPORT ParseurXML {
   Balise LisTexte(std::string_view octets) const { return LisMemoire(octets.data(), octets.size()); }
   Balise LisChaine(const ChaineN& texte) const;
   Balise LisChaine(const UniChaine& texte) const;
+
+  // The same trees, read-only and built in blocks (see ArbreXML): for large documents read
+  // and not edited.
+  ArbreXML LisArbreFichier(const UniChemin& chemin) const;
+  ArbreXML LisArbreMemoire(const void* octets, std::size_t taille) const;
+  ArbreXML LisArbreTexte(std::string_view octets) const { return LisArbreMemoire(octets.data(), octets.size()); }
+  ArbreXML LisArbreChaine(const UniChaine& texte) const;
 
   // The same documents as events.
   void AnalyseFichier(const UniChemin& chemin, EcouteurXML& ecouteur) const;
