@@ -129,7 +129,8 @@ uint64_t Budget(const Etat& e) {
   constexpr uint64_t kFranchise = uint64_t{1} << 20;
   const uint64_t facteur = std::max<uint64_t>(e.options.facteurExpansionMax, 1);
   uint64_t budget;  // (asked for every text and tag: a multiplication, not a division, checks it)
-  if (__builtin_mul_overflow(e.fourni, facteur, &budget) || budget > UINT64_MAX - kFranchise) return UINT64_MAX;
+  if (__builtin_mul_overflow(e.fourni, facteur, &budget) || budget > UINT64_MAX - kFranchise)
+    return UINT64_MAX;
   return budget + kFranchise;
 }
 

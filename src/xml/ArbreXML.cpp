@@ -131,9 +131,7 @@ namespace xml {
 
 namespace {
 
-bool EstEspace(std::string_view s) {
-  return s.find_first_not_of(" \t\n\r") == std::string_view::npos;
-}
+bool EstEspace(std::string_view s) { return s.find_first_not_of(" \t\n\r") == std::string_view::npos; }
 
 }  // namespace
 
@@ -184,8 +182,8 @@ void ConstructeurArbre::Fin(std::string_view) {
   ouverts_.pop_back();
   n.nbEnfants_ = enAttente_.size() - premier;
   if (n.nbEnfants_ != 0) {
-    auto* e = static_cast<NoeudXML*>(
-        arbre_.blocs_->Alloue(n.nbEnfants_ * sizeof(NoeudXML), alignof(NoeudXML)));
+    auto* e =
+        static_cast<NoeudXML*>(arbre_.blocs_->Alloue(n.nbEnfants_ * sizeof(NoeudXML), alignof(NoeudXML)));
     std::uninitialized_copy(enAttente_.begin() + static_cast<std::ptrdiff_t>(premier), enAttente_.end(), e);
     n.enfants_ = e;
     enAttente_.erase(enAttente_.begin() + static_cast<std::ptrdiff_t>(premier), enAttente_.end());

@@ -103,7 +103,8 @@ TEST(ArbreXML, TextesEtValeursDeToutesTailles) {
 
 TEST(ArbreXML, BeaucoupDEnfantsEtDeProfondeur) {
   std::string document = "<r>";
-  for (int i = 0; i < 100'000; ++i) document += "<e i=\"" + std::to_string(i) + "\">" + std::to_string(i) + "</e>";
+  for (int i = 0; i < 100'000; ++i)
+    document += "<e i=\"" + std::to_string(i) + "\">" + std::to_string(i) + "</e>";
   for (int i = 0; i < 200; ++i) document += "<p>";
   document += "fond";
   for (int i = 0; i < 200; ++i) document += "</p>";

@@ -114,7 +114,9 @@ class OUTILS_SOCLE_EXPORT ParseurXML {
   // and not edited.
   ArbreXML LisArbreFichier(const UniChemin& chemin) const;
   ArbreXML LisArbreMemoire(const void* octets, std::size_t taille) const;
-  ArbreXML LisArbreTexte(std::string_view octets) const { return LisArbreMemoire(octets.data(), octets.size()); }
+  ArbreXML LisArbreTexte(std::string_view octets) const {
+    return LisArbreMemoire(octets.data(), octets.size());
+  }
   ArbreXML LisArbreChaine(const UniChaine& texte) const;
 
   // The same documents as events.
