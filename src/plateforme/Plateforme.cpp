@@ -209,6 +209,26 @@ void* ProjetteFichier(int fd, uint64_t taille) {
 
 void LibereProjection(void* adresse, uint64_t taille) { ::munmap(adresse, taille); }
 
+void* AlloueGrandesPages(uint64_t taille) {
+  // Large pages need an aligned range: map one page more and give back what lies on either
+  // side of the aligned part.
+  const uint64_t marge = taille + kGrandePage;
+  void* brut = ::mmap(nullptr, marge, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  if (brut == MAP_FAILED) return nullptr;
+  const auto debut = reinterpret_cast<uintptr_t>(brut);
+  const uintptr_t aligne = (debut + kGrandePage - 1) & ~(uintptr_t{kGrandePage} - 1);
+  if (aligne > debut) ::munmap(brut, aligne - debut);
+  const uintptr_t fin = debut + marge;
+  if (fin > aligne + taille) ::munmap(reinterpret_cast<void*>(aligne + taille), fin - (aligne + taille));
+  void* adresse = reinterpret_cast<void*>(aligne);
+#ifdef MADV_HUGEPAGE
+  ::madvise(adresse, taille, MADV_HUGEPAGE);  // a hint: without it the range works all the same
+#endif
+  return adresse;
+}
+
+void LibereGrandesPages(void* adresse, uint64_t taille) { ::munmap(adresse, taille); }
+
 std::string CheminDeLaBibliotheque() {
   Dl_info info{};
   if (::dladdr(reinterpret_cast<void*>(&CheminDeLaBibliotheque), &info) == 0 || info.dli_fname == nullptr)

@@ -62,6 +62,13 @@ OUTILS_SOCLE_EXPORT extern void (*gCrochetAvantRenommage)();
 void* ProjetteFichier(int descripteur, uint64_t taille);
 void LibereProjection(void* adresse, uint64_t taille);
 
+// Memory of `taille` bytes (a multiple of kGrandePage) in pages of kGrandePage where the
+// system has them, or ordinary pages: one fault per large page instead of 512 as a large
+// block is first written. Null when the system refuses. Freed by LibereGrandesPages.
+constexpr uint64_t kGrandePage = uint64_t{1} << 21;
+void* AlloueGrandesPages(uint64_t taille);
+void LibereGrandesPages(void* adresse, uint64_t taille);
+
 // The path of the shared library this code is in (libOutilsSocle.so), empty if unknown.
 std::string CheminDeLaBibliotheque();
 

