@@ -193,6 +193,8 @@ ArbreXML ParseurXML::LisArbreChaine(const UniChaine& texte) const {
   return ConstruisArbreXML(source, options_, true);
 }
 
+ArbreXML ParseurXML::LisArbreChaine(const ChaineN& texte) const { return LisArbreChaine(UniChaine(texte)); }
+
 void ParseurXML::AnalyseFichier(const UniChemin& chemin, EcouteurXML& ecouteur) const {
   SourceFichier source(chemin);
   Relais relais(ecouteur);

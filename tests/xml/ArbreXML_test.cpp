@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <outils_socle/texte/ChaineN.h>
 #include <outils_socle/texte/UniChaine.h>
 #include <outils_socle/xml/ArbreXML.h>
 #include <outils_socle/xml/ParseurXML.h>
@@ -174,6 +175,8 @@ TEST(ArbreXML, SourcesEtRefus) {
   const ArbreXML decode = ParseurXML().LisArbreChaine(UniChaine(texte));
   EXPECT_EQ(decode.Racine().DonneAttribut("a"), "€");
   EXPECT_EQ(decode.Racine().Texte(), "œ");
+  EXPECT_EQ(ParseurXML().LisArbreChaine(sdd::ChaineN(texte.c_str())).Racine().VersBalise(),
+            decode.Racine().VersBalise());
   EXPECT_THROW(ParseurXML().LisArbreFichier("/nulle/part.xml"), sdd::exceptions::OuvertureEchouee);
 
   // A refusal far into a document, after many nodes are built, says where, as the other

@@ -117,6 +117,7 @@ class OUTILS_SOCLE_EXPORT ParseurXML {
   ArbreXML LisArbreTexte(std::string_view octets) const {
     return LisArbreMemoire(octets.data(), octets.size());
   }
+  ArbreXML LisArbreChaine(const ChaineN& texte) const;
   ArbreXML LisArbreChaine(const UniChaine& texte) const;
 
   // The same documents as events.
