@@ -1,10 +1,12 @@
 // The XML reader: the first byte chooses the parser's options (tight limits, so the fuzzer
 // reaches them quickly) and what is read, the rest is the document.
-//   - As a document: parsed into a tree and as a stream. Any tree the parser accepts must come
+//   - As a document: parsed into a tree, into the read-only tree (which must read the same and
+//     refuse the same) and as a stream. Any tree the parser accepts must come
 //     back the same through the writer, in every encoding it can be written in: a difference
 //     traps, since it would mean the writer and the parser disagree about some text.
 //   - As a schema (bit 0x40): loaded, then every path it allows is walked a few levels down
 //     through the navigation questions.
+#include <outils_socle/xml/ArbreXML.h>
 #include <outils_socle/xml/EcritureXML.h>
 #include <outils_socle/xml/ParseurXML.h>
 #include <outils_socle/xml/SchemaXML.h>
@@ -56,6 +58,20 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* donnees, size_t taille) {
 
   Muet muet;
   fuzz::Essaie([&] { parseur.AnalyseMemoire(texte.data(), texte.size(), muet); });
+  // The read-only tree reads what the editable tree reads, and refuses what it refuses.
+  bool refuseEnBlocs = false, refuse = false;
+  sdd::Balise enBlocs, lue;
+  try {
+    enBlocs = parseur.LisArbreTexte(texte).Racine().VersBalise();
+  } catch (const sdd::exceptions::Exception&) {
+    refuseEnBlocs = true;
+  }
+  try {
+    lue = parseur.LisTexte(texte);
+  } catch (const sdd::exceptions::Exception&) {
+    refuse = true;
+  }
+  if (refuse != refuseEnBlocs || !(enBlocs == lue)) __builtin_trap();
   fuzz::Essaie([&] {
     const sdd::Balise arbre = parseur.LisTexte(texte);
     for (const sdd::eCodageXML codage :
