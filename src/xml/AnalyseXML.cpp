@@ -28,7 +28,8 @@ struct Etat {
   Etat(const OptionsParseurXML& o, Recepteur& r) : options(o), recepteur(r) {}
   const OptionsParseurXML& options;
   Recepteur& recepteur;
-  uint64_t fourni = 0;  // bytes of the document handed to libxml2 so far
+  uint64_t fourni = 0;  // bytes of the document handed to libxml2 so far (see Fournis)
+  uint64_t budget = 0;  // what may be delivered for them (see Budget)
   uint64_t livre = 0;   // delivered so far
   int profondeur = 0;
   std::optional<ErreurXML> erreur;        // the first error, ours or libxml2's
@@ -128,18 +129,24 @@ constexpr std::size_t kCoutReference = 8;
 uint64_t Budget(const Etat& e) {
   constexpr uint64_t kFranchise = uint64_t{1} << 20;
   const uint64_t facteur = std::max<uint64_t>(e.options.facteurExpansionMax, 1);
-  uint64_t budget;  // (asked for every text and tag: a multiplication, not a division, checks it)
+  uint64_t budget;
   if (__builtin_mul_overflow(e.fourni, facteur, &budget) || budget > UINT64_MAX - kFranchise)
     return UINT64_MAX;
   return budget + kFranchise;
 }
 
+// Counts n more bytes handed to libxml2. The budget follows here, once per piece fed, rather
+// than in Consomme, which every text and tag asks.
+void Fournis(Etat& e, uint64_t n) {
+  e.fourni += n;
+  e.budget = Budget(e);
+}
+
 bool Consomme(void* ctx, Etat& e, std::size_t n) {
   e.livre += n;
-  const uint64_t budget = Budget(e);
-  if (e.livre <= budget) return true;
-  Refuse(ctx, detail::Formate(N_("le texte développé dépasse %s octets"), {std::to_string(budget)}) + " : " +
-                  N_("expansion d’entités excessive"));
+  if (e.livre <= e.budget) return true;
+  Refuse(ctx, detail::Formate(N_("le texte développé dépasse %s octets"), {std::to_string(e.budget)}) +
+                  " : " + N_("expansion d’entités excessive"));
   return false;
 }
 
@@ -634,7 +641,7 @@ void Analyse(SourceOctets& source, const OptionsParseurXML& options, Recepteur& 
   const bool large = options.profondeurMax > 256 || options.tailleMaxAttribut > 10'000'000;
   xmlCtxtUseOptions(ctxt, XML_PARSE_NOENT | XML_PARSE_NONET | (large ? XML_PARSE_HUGE : 0) |
                               (dejaDecode ? XML_PARSE_IGNORE_ENC : 0));
-  etat.fourni = debut;
+  Fournis(etat, debut);
   Surveille(etat, morceau.substr(0, debut));
   morceau.remove_prefix(debut);
 
@@ -643,7 +650,7 @@ void Analyse(SourceOctets& source, const OptionsParseurXML& options, Recepteur& 
   while (true) {
     while (!morceau.empty() && !Arrete(etat)) {
       const std::size_t n = std::min(kMorceau, morceau.size());
-      etat.fourni += n;
+      Fournis(etat, n);
       Surveille(etat, morceau.substr(0, n));
       xmlParseChunk(ctxt, morceau.data(), static_cast<int>(n), 0);
       morceau.remove_prefix(n);
