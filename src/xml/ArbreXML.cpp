@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "plateforme/Plateforme.h"
+#include "xml/CaracteresXML.h"
 #include "xml/CheminsXML.h"
 #include "xml/ConstructeurArbre.h"
 
@@ -148,12 +149,6 @@ Balise NoeudXML::VersBalise() const {
 
 namespace xml {
 
-namespace {
-
-bool EstEspace(std::string_view s) { return s.find_first_not_of(" \t\n\r") == std::string_view::npos; }
-
-}  // namespace
-
 ConstructeurArbre::ConstructeurArbre(bool ignoreEspaces) : ignoreEspaces_(ignoreEspaces) {}
 ConstructeurArbre::~ConstructeurArbre() = default;
 
@@ -189,7 +184,7 @@ void ConstructeurArbre::PlaceTexte(bool aLaFin) {
   Ouvert& o = ouverts_.back();
   const bool avantEnfant = o.premierEnfant == enAttente_.size();
   // Layout is text between tags inside an element that has, or is about to get, children.
-  const bool miseEnPage = ignoreEspaces_ && (!aLaFin || !avantEnfant) && EstEspace(texte_);
+  const bool miseEnPage = ignoreEspaces_ && (!aLaFin || !avantEnfant) && detail::EstEspaceXML(texte_);
   if (!miseEnPage) (avantEnfant ? o.noeud.texte_ : enAttente_.back().queue_) = Copie(texte_);
   texte_.clear();
 }

@@ -5,6 +5,7 @@
 #include "langues/TraductionBibliotheque.h"
 #include "plateforme/Plateforme.h"
 #include "xml/AnalyseXML.h"
+#include "xml/CaracteresXML.h"
 #include "xml/ConstructeurArbre.h"
 
 namespace sdd {
@@ -64,13 +65,6 @@ class SourceFichier final : public xml::SourceOctets {
   std::vector<char> tampon_ = std::vector<char>(std::size_t{1} << 18);
 };
 
-bool EstEspace(std::string_view s) {
-  for (const char c : s) {
-    if (c != ' ' && c != '\t' && c != '\n' && c != '\r') return false;
-  }
-  return true;
-}
-
 // Builds the tree. The stack holds the open elements; each lives in its parent's children,
 // which do not move while it is open (only the innermost open element gets new children).
 class Constructeur final : public xml::Recepteur {
@@ -110,8 +104,8 @@ class Constructeur final : public xml::Recepteur {
   // child's start, the text seen so far in the parent is exactly the text before that child.
   static void EnleveMiseEnPage(Balise& b) {
     if (b.NombreEnfants() == 0) {
-      if (EstEspace(b.Texte())) b.MetsTexte(std::string());
-    } else if (EstEspace(b.Enfants().back().Queue())) {
+      if (detail::EstEspaceXML(b.Texte())) b.MetsTexte(std::string());
+    } else if (detail::EstEspaceXML(b.Enfants().back().Queue())) {
       b.Enfants().back().MetsQueue(std::string());
     }
   }
